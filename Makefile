@@ -1,0 +1,90 @@
+# The front door. CMake does the work; every target here is a short way to call it, and
+# installs the Debian packages that it needs and cannot find.
+
+JOBS ?= $(shell nproc)
+PREFIX ?= /usr/local
+# JSON files for `make bench`; without any it makes its own input.
+FILES ?=
+
+BUILD_PACKAGES = g++ cmake make pkg-config libyajl-dev
+TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev locales python3 binutils
+LINT_PACKAGES = $(TEST_PACKAGES) clang-format clang-tidy
+BENCH_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev libjansson-dev libjson-c-dev libcjson-dev
+
+INSTALL_PACKAGES = @cmake/install-packages.sh
+SOURCES = $(shell find . -name build -prune -o -name '.?*' -prune -o -type f \
+  \( -name '*.c' -o -name '*.h' -o -name '*.cpp' -o -name '*.hpp' \) -print | sort)
+# Translation units that the release build compiles, which is where clang-tidy takes their
+# options from; headers are checked through them.
+TIDY_SOURCES = $(filter-out ./bench/% ./tests/consumer/%,$(filter %.c %.cpp,$(SOURCES)))
+
+.PHONY: all build demo test valgrind lint format bench coverage install clean help
+
+all: build
+
+# Tests are left out, so that a plain build needs nothing that only they need.
+build:
+	$(INSTALL_PACKAGES) $(BUILD_PACKAGES)
+	cmake --preset release -DNODETREE_TESTS=OFF
+	cmake --build build/release -j $(JOBS)
+
+demo: build
+	examples/demo.sh build/release
+
+test:
+	$(INSTALL_PACKAGES) $(TEST_PACKAGES)
+	cmake --preset asan
+	cmake --build build/asan -j $(JOBS)
+	cmake --preset release -DNODETREE_TESTS=ON
+	cmake --build build/release -j $(JOBS)
+	ctest --preset asan -j $(JOBS)
+	ctest --preset release -j $(JOBS)
+
+valgrind:
+	$(INSTALL_PACKAGES) $(TEST_PACKAGES) valgrind
+	cmake --preset valgrind
+	cmake --build build/valgrind -j $(JOBS)
+	ctest --preset valgrind -j $(JOBS)
+
+lint:
+	$(INSTALL_PACKAGES) $(LINT_PACKAGES)
+	clang-format --dry-run -Werror $(SOURCES)
+	python3 cmake/check_layers.py
+	cmake --preset release -DNODETREE_TESTS=ON
+	printf '%s\n' $(TIDY_SOURCES) | xargs -n 1 -P $(JOBS) \
+	  clang-tidy -p build/release --quiet --extra-arg=-Wno-unknown-warning-option
+
+format:
+	$(INSTALL_PACKAGES) clang-format
+	clang-format -i $(SOURCES)
+
+bench:
+	$(INSTALL_PACKAGES) $(BENCH_PACKAGES)
+	cmake --preset bench
+	cmake --build build/bench -j $(JOBS) --target nodetree_bench
+	build/bench/bench/nodetree_bench $(FILES)
+
+coverage:
+	$(INSTALL_PACKAGES) $(TEST_PACKAGES) gcovr
+	cmake --preset coverage
+	cmake --build build/coverage -j $(JOBS)
+	find build/coverage -name '*.gcda' -delete
+	ctest --preset coverage -j $(JOBS)
+	gcovr --root . --exclude tests --exclude examples --exclude tool build/coverage
+
+install: build
+	cmake --install build/release --prefix $(PREFIX)
+
+clean:
+	rm -rf build
+
+help:
+	@echo 'make            build the library, the tool and the examples in build/release'
+	@echo 'make demo       build, then run examples/demo.sh'
+	@echo 'make test       all tests, plain and under AddressSanitizer and UBSan'
+	@echo 'make valgrind   the test programs under valgrind'
+	@echo 'make lint       formatting, folder order and clang-tidy; make format repairs the first'
+	@echo 'make bench      benchmarks; FILES="a.json b.json" adds inputs'
+	@echo 'make coverage   line coverage of the library'
+	@echo 'make install    install into PREFIX ($(PREFIX))'
+	@echo 'make clean      remove build/'

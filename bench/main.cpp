@@ -1,0 +1,105 @@
+// Compares nodetree with other C libraries on the generated configuration file and on the
+// JSON files given as arguments. The machine's speed is not of interest, only the ratios;
+// so all measurements of a document are taken in turns and compared by their medians.
+#include "subject.hpp"
+#include "table.hpp"
+
+#include <algorithm>
+#include <benchmark/benchmark.h>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <list>
+#include <malloc.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+// Memory stays in the heap once it has been got. Otherwise a large share of every time
+// would be the kernel's, for handing out and clearing pages, and would differ with what ran
+// before.
+void keep_heap() {
+  mallopt(M_MMAP_MAX, 0);
+  mallopt(M_TRIM_THRESHOLD, INT_MAX);
+}
+
+// Small documents are taken several times over, for the clock's sake.
+std::size_t batch_size(const bench::document &input) {
+  constexpr std::size_t bytes = 512 * 1024;
+  return std::max<std::size_t>(1, bytes / std::max<std::size_t>(1, input.text.size()));
+}
+
+void time_row(benchmark::State &state, const bench::subject &subject, bench::row operation,
+              std::size_t batch) {
+  try {
+    for (auto _ : state)
+      state.SetIterationTime(subject.run(operation, batch).count());
+  } catch (const std::exception &e) {
+    state.SkipWithError(e.what());
+  }
+}
+
+void register_rows(const bench::subject &subject, std::size_t batch) {
+  for (bench::row operation : subject.library().rows) {
+    benchmark::RegisterBenchmark(
+        bench::benchmark_name(operation, subject.library()).c_str(),
+        [&subject, operation, batch](benchmark::State &state) {
+          time_row(state, subject, operation, batch);
+        })
+        ->UseManualTime();
+  }
+}
+
+bool measure(const bench::document &input, bench::collector &results) {
+  bool complete = true;
+  std::list<bench::subject> subjects;
+  for (const bench::contender *library : bench::contenders()) {
+    try {
+      register_rows(subjects.emplace_back(*library, input), batch_size(input));
+    } catch (const std::exception &e) {
+      std::fprintf(stderr, "%s\n", e.what());
+      complete = false;
+    }
+  }
+  benchmark::RunSpecifiedBenchmarks(&results);
+  benchmark::ClearRegisteredBenchmarks();
+  return complete && !results.failed();
+}
+
+// Google Benchmark's own options may be given too; the later one of two counts.
+std::vector<char *> with_defaults(int argc, char **argv) {
+  static char repetitions[] = "--benchmark_repetitions=15";
+  static char interleaving[] = "--benchmark_enable_random_interleaving=true";
+  static char min_time[] = "--benchmark_min_time=0.01";
+  std::vector<char *> result{argv[0], repetitions, interleaving, min_time};
+  result.insert(result.end(), argv + 1, argv + argc);
+  return result;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+  keep_heap();
+  std::vector<char *> arguments = with_defaults(argc, argv);
+  int count = static_cast<int>(arguments.size());
+  benchmark::Initialize(&count, arguments.data());
+
+  std::vector<std::string> paths{bench::generated_name};
+  paths.insert(paths.end(), arguments.begin() + 1, arguments.begin() + count);
+  try {
+    bool succeeded = true;
+    for (const std::string &path : paths) {
+      bench::document input = bench::load_document(path);
+      bench::collector results;
+      succeeded = measure(input, results) && succeeded;
+      print_table(stdout, input, results);
+      std::fflush(stdout);
+    }
+    return succeeded ? EXIT_SUCCESS : EXIT_FAILURE;
+  } catch (const std::exception &e) {
+    std::fprintf(stderr, "%s\n", e.what());
+    return EXIT_FAILURE;
+  }
+}

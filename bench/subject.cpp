@@ -1,0 +1,101 @@
+#include "subject.hpp"
+
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <time.h>
+#include <vector>
+
+namespace bench {
+namespace {
+
+struct inputs {
+  const contender &library;
+  const document &input;
+  void *first;
+  void *second;
+};
+
+std::size_t lookup_all(const inputs &in) {
+  std::size_t found = 0;
+  for (const std::string &path : in.input.paths)
+    found += in.library.lookup(in.first, path.c_str());
+  return found == in.input.paths.size();
+}
+
+// All that is measured, and nothing else: a profiler can be told to look at this function
+// alone. `trees` has an entry an operation, for the tree that it makes or takes. How many
+// operations succeeded.
+[[gnu::noinline]] std::size_t measured(row operation, const inputs &in,
+                                       std::span<void *> trees) {
+  std::size_t succeeded = 0;
+  for (void *&tree : trees) {
+    switch (operation) {
+    case row::parse:
+      tree = in.library.parse(in.input.text);
+      succeeded += tree != nullptr;
+      break;
+    case row::release:
+      in.library.release(tree);
+      ++succeeded;
+      break;
+    case row::stringify:
+      succeeded += in.library.stringify(in.first) != 0;
+      break;
+    case row::lookup:
+      succeeded += lookup_all(in);
+      break;
+    case row::copy:
+      tree = in.library.copy(in.first);
+      succeeded += tree != nullptr;
+      break;
+    case row::equality:
+      succeeded += in.library.equal(in.first, in.second);
+      break;
+    }
+  }
+  return succeeded;
+}
+
+// The thread's own time: what the machine does besides does not count.
+std::chrono::nanoseconds now() {
+  timespec time{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+  return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
+
+} // namespace
+
+subject::subject(const contender &library, const document &input)
+    : library_(library), input_(input), first_(parse()), second_(parse()) {}
+
+subject::tree subject::parse() const {
+  tree result(library_.parse(input_.text), library_.release);
+  if (!result)
+    throw std::runtime_error(std::string(library_.name) + " does not parse " + input_.name);
+  return result;
+}
+
+std::chrono::duration<double> subject::run(row operation, std::size_t count) const {
+  std::vector<void *> trees(count);
+  if (operation == row::release) {
+    for (void *&made : trees)
+      made = parse().release();
+  }
+
+  std::chrono::nanoseconds start = now();
+  std::size_t succeeded =
+      measured(operation, {library_, input_, first_.get(), second_.get()}, trees);
+  std::chrono::nanoseconds elapsed = now() - start;
+
+  if (operation == row::parse || operation == row::copy) {
+    for (void *made : trees)
+      tree(made, library_.release).reset();
+  }
+  if (succeeded != count)
+    throw std::runtime_error(std::string(to_string(operation)) + " fails in " +
+                             library_.name);
+  return elapsed;
+}
+
+} // namespace bench

@@ -1,0 +1,108 @@
+#include "table.hpp"
+
+#include <algorithm>
+
+namespace bench {
+namespace {
+
+constexpr std::array columns{"nodetree", "jansson", "json-c", "cJSON", "floor", "events"};
+
+// What nodetree is meant to reach, as a ratio to the time of the column `base`.
+struct aim {
+  const char *base;
+  double limit; // 0: faster than every other library
+};
+
+aim aim_of(row operation, const document &input) {
+  switch (operation) {
+  case row::parse:
+    return {"floor", input.generated ? 1.5 : 1.3};
+  case row::release:
+    return {"floor", 1.2};
+  case row::stringify:
+    return {"floor", 1.05};
+  case row::lookup:
+    return {"json-c", 0.6};
+  case row::copy:
+    return {"floor", 1.6};
+  case row::equality:
+    break;
+  }
+  return {"floor", 0};
+}
+
+std::string name_of(row operation, const char *column) {
+  return std::string(to_string(operation)) + '/' + column;
+}
+
+double fastest_library(row operation, const collector &measured) {
+  double result = 0;
+  for (const char *library : {"jansson", "json-c", "cJSON"}) {
+    double time = measured.median(name_of(operation, library));
+    if (time > 0 && (result <= 0 || time < result))
+      result = time;
+  }
+  return result;
+}
+
+void print_row(std::FILE *out, row operation, const aim &goal, const collector &measured) {
+  double base = measured.median(name_of(operation, goal.base));
+  std::fprintf(out, "%-10s", to_string(operation));
+  for (const char *column : columns) {
+    double time = measured.median(name_of(operation, column));
+    if (time > 0 && base > 0)
+      std::fprintf(out, "%10.2f", time / base);
+    else
+      std::fprintf(out, "%10s", "-");
+  }
+
+  double own = measured.median(name_of(operation, "nodetree"));
+  double limit = goal.limit > 0 ? goal.limit * base : fastest_library(operation, measured);
+  if (goal.limit > 0)
+    std::fprintf(out, "   <= %.2f", goal.limit);
+  else
+    std::fprintf(out, "   < libs ");
+  if (own > 0 && limit > 0)
+    std::fprintf(out, "  %s", own <= limit ? "met" : "MISSED");
+  std::fputc('\n', out);
+}
+
+} // namespace
+
+std::string benchmark_name(row operation, const contender &library) {
+  return name_of(operation, library.name);
+}
+
+void collector::ReportRuns(const std::vector<Run> &runs) {
+  for (const Run &run : runs) {
+    const std::string &name = run.run_name.function_name;
+    if (run.error_occurred) {
+      std::fprintf(stderr, "%s: %s\n", name.c_str(), run.error_message.c_str());
+      failed_ = true;
+    } else if (run.run_type == Run::RT_Iteration) {
+      times_[name].push_back(run.GetAdjustedRealTime());
+    }
+  }
+}
+
+double collector::median(const std::string &name) const {
+  auto found = times_.find(name);
+  if (found == times_.end())
+    return 0;
+  std::vector<double> times = found->second;
+  auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
+  std::nth_element(times.begin(), middle, times.end());
+  return *middle;
+}
+
+void print_table(std::FILE *out, const document &input, const collector &measured) {
+  std::fprintf(out, "\n%s: %zu bytes, %zu values\n%-10s", input.name.c_str(),
+               input.text.size(), input.values, "");
+  for (const char *column : columns)
+    std::fprintf(out, "%10s", column);
+  std::fprintf(out, "   aim of nodetree\n");
+  for (row operation : all_rows)
+    print_row(out, operation, aim_of(operation, input), measured);
+}
+
+} // namespace bench

@@ -1,0 +1,264 @@
+#include "node/node_internal.hpp"
+#include "string/c_locale.hpp"
+
+#include <cstring>
+#include <nodetree/file.h>
+#include <nodetree/json.h>
+#include <nodetree/log.h>
+#include <yajl/yajl_parse.h>
+
+using namespace nodetree;
+
+struct json_stream {
+  yajl_handle parser;
+  unsigned depth;    // containers open at this point of the text
+  node *root;        // the top-level value being built, or without a callback the last one
+  node *current;     // the innermost open container
+  char *pending_key; // the member name that waits for its value, NULL when none does
+  char *key_buffer;  // where it stands
+  size_t key_room;   // the size of that
+  node_value_callback callback;
+  void *user_data;
+  CNumericLocale *locale; // in force while the parser runs
+};
+
+namespace nodetree {
+namespace {
+
+// What the handlers return to the parser.
+constexpr int go_on = 1;
+constexpr int cancel = 0;
+
+void deliver(json_stream *stream, node *value) {
+  stream->locale->suspend();
+  stream->callback(value, stream->user_data);
+  stream->locale->resume();
+}
+
+// Adds a value, which has the pending key behind it, to the open container.
+bool attach(json_stream *stream, node *value) {
+  node *container = stream->current;
+  if (container->type == NODE_ARRAY) {
+    array_append_free(container, value);
+    return true;
+  }
+  if (!stream->pending_key || !object_add_with_key(container, key_behind(value), value))
+    return false;
+  stream->pending_key = nullptr;
+  return true;
+}
+
+int place_top_level(json_stream *stream, node *value) {
+  if (stream->callback && !is_container(value)) {
+    deliver(stream, value);
+    return go_on;
+  }
+  node_free(stream->root);
+  stream->root = stream->current = value;
+  stream->depth = is_container(value) ? 1 : 0;
+  return go_on;
+}
+
+// Takes over a new value, NULL when it could not be made.
+int place(json_stream *stream, node *value) {
+  if (!value)
+    return cancel;
+  if (stream->depth == 0)
+    return place_top_level(stream, value);
+  if (!attach(stream, value)) {
+    node_free(value);
+    return cancel;
+  }
+  if (is_container(value)) {
+    stream->current = value;
+    stream->depth++;
+  }
+  return go_on;
+}
+
+json_stream *as_stream(void *context) {
+  return static_cast<json_stream *>(context);
+}
+
+node *make(json_stream *stream, node_type kind) {
+  return node_make(kind, stream->pending_key ? stream->pending_key : std::string_view());
+}
+
+template <class Set>
+int place_scalar(void *context, node_type kind, Set set) {
+  node *value = make(as_stream(context), kind);
+  if (value)
+    set(value);
+  return place(as_stream(context), value);
+}
+
+int on_null(void *context) {
+  return place_scalar(context, NODE_NULL, [](node *) {});
+}
+
+int on_boolean(void *context, int boolean) {
+  return place_scalar(context, NODE_BOOLEAN,
+                      [=](node *n) { n->value.boolean = boolean != 0; });
+}
+
+int on_integer(void *context, long long integer) {
+  return place_scalar(context, NODE_INTEGER, [=](node *n) { n->value.integer = integer; });
+}
+
+int on_double(void *context, double real) {
+  return place_scalar(context, NODE_REAL, [=](node *n) { n->value.real = real; });
+}
+
+int on_string(void *context, const unsigned char *bytes, size_t length) {
+  char *text = strndup(reinterpret_cast<const char *>(bytes), length);
+  if (!text)
+    return cancel;
+  node *value = make(as_stream(context), NODE_STRING);
+  if (value)
+    value->value.string = text;
+  else
+    std::free(text);
+  return place(as_stream(context), value);
+}
+
+int on_start_map(void *context) {
+  return place(as_stream(context), make(as_stream(context), NODE_OBJECT));
+}
+
+int on_start_array(void *context) {
+  return place(as_stream(context), make(as_stream(context), NODE_ARRAY));
+}
+
+int on_map_key(void *context, const unsigned char *bytes, size_t length) {
+  json_stream *stream = as_stream(context);
+  if (length >= stream->key_room) {
+    void *buffer = std::realloc(stream->key_buffer, length + 1);
+    if (!buffer)
+      return cancel;
+    stream->key_buffer = static_cast<char *>(buffer);
+    stream->key_room = length + 1;
+  }
+  std::memcpy(stream->key_buffer, bytes, length);
+  stream->key_buffer[length] = '\0';
+  stream->pending_key = stream->key_buffer;
+  return go_on;
+}
+
+int on_end(void *context) {
+  json_stream *stream = as_stream(context);
+  if (!stream->current || stream->depth == 0)
+    return cancel;
+  node *parent = stream->current->parent;
+  stream->current = parent ? parent : stream->root;
+  stream->depth--;
+  if (stream->depth == 0 && stream->callback) {
+    node *value = stream->root;
+    stream->root = stream->current = nullptr;
+    deliver(stream, value);
+  }
+  return go_on;
+}
+
+const yajl_callbacks handlers = {on_null, on_boolean,     on_integer,   on_double,
+                                 nullptr, on_string,      on_start_map, on_map_key,
+                                 on_end,  on_start_array, on_end};
+
+void fail(json_stream *stream) {
+  node_free(stream->root);
+  stream->root = stream->current = nullptr;
+}
+
+// Runs the parser where the decimal sign is a point.
+template <class Run>
+yajl_status run_parser(json_stream *stream, Run run) {
+  CNumericLocale locale;
+  stream->locale = &locale;
+  yajl_status status = run(stream->parser);
+  stream->locale = nullptr;
+  return status;
+}
+
+struct StreamFree {
+  void operator()(json_stream *stream) const { json_stream_free(stream); }
+};
+
+} // namespace
+} // namespace nodetree
+
+json_stream *json_stream_new(node_value_callback callback, void *user_data) {
+  auto *stream = static_cast<json_stream *>(std::calloc(1, sizeof(json_stream)));
+  if (!stream)
+    return nullptr;
+  stream->callback = callback;
+  stream->user_data = user_data;
+  stream->parser = yajl_alloc(&handlers, nullptr, stream);
+  if (!stream->parser) {
+    std::free(stream);
+    return nullptr;
+  }
+  yajl_config(stream->parser, yajl_allow_comments, 1);
+  yajl_config(stream->parser, yajl_dont_validate_strings, 1);
+  yajl_config(stream->parser, yajl_allow_multiple_values, 1);
+  return stream;
+}
+
+bool json_stream_parse(json_stream *stream, const void *bytes, size_t size) {
+  auto *text = static_cast<const unsigned char *>(bytes);
+  yajl_status status = run_parser(
+      stream, [&](yajl_handle parser) { return yajl_parse(parser, text, size); });
+  if (status == yajl_status_ok)
+    return true;
+  unsigned char *reason = yajl_get_error(stream->parser, 1, text, size);
+  log_msg(LOG_ERR, "Failed to parse JSON: %s", reason);
+  yajl_free_error(stream->parser, reason);
+  fail(stream);
+  return false;
+}
+
+bool json_stream_parse_string(json_stream *stream, const char *text) {
+  return json_stream_parse(stream, text, std::strlen(text));
+}
+
+void json_stream_free(json_stream *stream) {
+  if (!stream)
+    return;
+  yajl_free(stream->parser);
+  node_free(stream->root);
+  std::free(stream->key_buffer);
+  std::free(stream);
+}
+
+node *json_parse_buffer(const void *bytes, size_t size) {
+  std::unique_ptr<json_stream, StreamFree> stream(json_stream_new(nullptr, nullptr));
+  if (!stream)
+    return nullptr;
+  yajl_config(stream->parser, yajl_allow_multiple_values, 0);
+  if (!json_stream_parse(stream.get(), bytes, size))
+    return nullptr;
+  if (run_parser(stream.get(), yajl_complete_parse) != yajl_status_ok) {
+    log_msg(LOG_ERR, "Failed to parse JSON: incomplete value");
+    return nullptr;
+  }
+  node *value = stream->root;
+  stream->root = nullptr;
+  return value;
+}
+
+node *json_parse_string(const char *text) {
+  return json_parse_buffer(text, std::strlen(text));
+}
+
+node *json_parse_filename(const char *path) {
+  size_t size = 0;
+  void *bytes = file_map(path, &size);
+  if (!bytes)
+    return nullptr;
+  node *value = json_parse_buffer(bytes, size);
+  file_unmap(bytes, size);
+  return value;
+}
+
+bool node_equals_json(const node *n, const char *text) {
+  NodeOwner parsed(json_parse_string(text));
+  return node_equals(n, parsed.get());
+}

@@ -1,0 +1,140 @@
+#include "log/report.hpp"
+#include "node/expand.hpp"
+#include "string/c_locale.hpp"
+
+#include <cstring>
+#include <nodetree/file.h>
+#include <nodetree/json.h>
+#include <nodetree/log.h>
+#include <yajl/yajl_gen.h>
+
+using namespace nodetree;
+
+namespace nodetree {
+namespace {
+
+struct GeneratorFree {
+  void operator()(yajl_gen generator) const { yajl_gen_free(generator); }
+};
+using Generator = std::unique_ptr<std::remove_pointer_t<yajl_gen>, GeneratorFree>;
+
+yajl_gen_status write_text(yajl_gen generator, const char *text) {
+  return yajl_gen_string(generator, reinterpret_cast<const unsigned char *>(text),
+                         std::strlen(text));
+}
+
+// The value itself; of a container, its opening.
+yajl_gen_status write_value(yajl_gen generator, const node *n) {
+  switch (n->type) {
+  case NODE_OBJECT:
+    return yajl_gen_map_open(generator);
+  case NODE_ARRAY:
+    return yajl_gen_array_open(generator);
+  case NODE_STRING:
+    return write_text(generator, n->value.string);
+  case NODE_INTEGER:
+    return yajl_gen_integer(generator, n->value.integer);
+  case NODE_REAL:
+    return yajl_gen_double(generator, n->value.real);
+  case NODE_BOOLEAN:
+    return yajl_gen_bool(generator, n->value.boolean);
+  case NODE_NULL:
+  case NODE_LINK:
+    break;
+  }
+  return yajl_gen_null(generator);
+}
+
+yajl_gen_status write_step(yajl_gen generator, const ExpandingWalk &walk) {
+  if (walk.step() == ExpandingWalk::Step::leave)
+    return walk.at()->type == NODE_OBJECT ? yajl_gen_map_close(generator)
+                                          : yajl_gen_array_close(generator);
+  const node *place = walk.place();
+  if (!walk.at_top() && place->parent->type == NODE_OBJECT) {
+    yajl_gen_status status = write_text(generator, place->key);
+    if (status != yajl_gen_status_ok)
+      return status;
+  }
+  return write_value(generator, walk.at());
+}
+
+const char *reason_of(yajl_gen_status status) {
+  switch (status) {
+  case yajl_max_depth_exceeded:
+    return "nested too deep";
+  case yajl_gen_invalid_number:
+    return "a real that is not finite";
+  default:
+    return "refused by the generator";
+  }
+}
+
+// Why the walk cannot go on, NULL while it can. After the first refusal the generator must
+// not be called again: past its depth limit it would write outside its own state.
+const char *write_tree(yajl_gen generator, ExpandingWalk &walk) {
+  for (; walk.step() != ExpandingWalk::Step::done; walk.advance()) {
+    if (walk.step() == ExpandingWalk::Step::circular)
+      return "a link leads back into itself";
+    if (walk.step() == ExpandingWalk::Step::failed)
+      return walk.too_many_links() ? "too many links" : "out of memory";
+    if (walk.at()->type > NODE_LINK)
+      return "unknown kind";
+    yajl_gen_status status = write_step(generator, walk);
+    if (status != yajl_gen_status_ok)
+      return reason_of(status);
+  }
+  return nullptr;
+}
+
+void report(const node *at, const char *reason) {
+  if (at->type > NODE_LINK) {
+    log_msg(LOG_ERR, "Unhandled node type for JSON stringify: %s", node_type_to_string(at));
+    return;
+  }
+  char *path = node_path(at);
+  log_msg(LOG_ERR, "Failed to stringify JSON: %s at %s", reason, path ? path : "?");
+  std::free(path);
+}
+
+char *take_text(yajl_gen generator) {
+  const unsigned char *text = nullptr;
+  size_t length = 0;
+  if (yajl_gen_get_buf(generator, &text, &length) != yajl_gen_status_ok)
+    return nullptr;
+  return strndup(reinterpret_cast<const char *>(text), length);
+}
+
+} // namespace
+} // namespace nodetree
+
+char *json_stringify(const node *n, bool compact) {
+  Generator generator(yajl_gen_alloc(nullptr));
+  if (!generator)
+    return nullptr;
+  yajl_gen_config(generator.get(), yajl_gen_beautify, compact ? 0 : 1);
+  yajl_gen_config(generator.get(), yajl_gen_indent_string, "\t");
+  ExpandingWalk walk(const_cast<node *>(n), true);
+  const char *failure = nullptr;
+  {
+    CNumericLocale locale;
+    failure = write_tree(generator.get(), walk);
+  }
+  if (failure) {
+    report(walk.at(), failure);
+    return nullptr;
+  }
+  return take_text(generator.get());
+}
+
+bool json_stringify_filename(const char *path, const node *n, bool compact) {
+  char *text = json_stringify(n, compact);
+  if (!text) {
+    NODETREE_DEBUG("Failed to JSON stringify node before writing to file %s", path);
+    return false;
+  }
+  bool written = file_write_string(path, text);
+  std::free(text);
+  if (!written)
+    NODETREE_DEBUG("Failed to write JSON to file %s", path);
+  return written;
+}

@@ -1,0 +1,23 @@
+#!/bin/sh
+# Shows the nodetree program and one example at work on a service's configuration.
+# Usage: demo.sh BUILD_DIR
+set -eu
+
+build=$(cd "${1:?usage: demo.sh BUILD_DIR}" && pwd)
+PATH=$build/tool:$build/examples:$PATH
+cd "$(dirname "$0")/data"
+
+show() {
+  printf '\n$ %s\n' "$1"
+  sh -c "$1"
+}
+
+echo "In $(pwd):"
+show "nodetree get -r /server/host service.json"
+show "nodetree get /server/timeouts service.json"
+show "nodetree glob '/upstreams/*/retries/count' service.json"
+show "nodetree flat service.json | head -n 6"
+show "nodetree format -c service.json | cut -c 1-72"
+show "nodetree format service.json | nodetree format | nodetree get /users/0/roles/1"
+show "printf '{\"n\": 1} {\"n\": 2}' | nodetree get n"
+show "read_config service.json"

@@ -1,0 +1,56 @@
+// Owners of what a call holds while it runs.
+#ifndef NODETREE_FILE_OWNERS_HPP
+#define NODETREE_FILE_OWNERS_HPP
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <memory>
+#include <unistd.h>
+
+namespace nodetree {
+
+struct Free {
+  void operator()(char *text) const { free(text); }
+};
+using Text = std::unique_ptr<char, Free>;
+
+// Repeats a system call for as long as a signal interrupts it.
+template <class Call>
+auto uninterrupted(Call call) {
+  auto result = call();
+  while (result == -1 && errno == EINTR)
+    result = call();
+  return result;
+}
+
+class Descriptor {
+public:
+  Descriptor(const char *path, int flags, mode_t mode = 0)
+      : fd_(uninterrupted([=] { return open(path, flags | O_CLOEXEC, mode); })) {}
+  // Keeps errno: it tells the caller what failed before.
+  ~Descriptor() {
+    if (fd_ == -1)
+      return;
+    const int failure = errno;
+    close(fd_);
+    errno = failure;
+  }
+  Descriptor(const Descriptor &) = delete;
+  Descriptor &operator=(const Descriptor &) = delete;
+
+  bool is_open() const { return fd_ != -1; }
+  int get() const { return fd_; }
+  int release() {
+    const int fd = fd_;
+    fd_ = -1;
+    return fd;
+  }
+
+private:
+  int fd_;
+};
+
+} // namespace nodetree
+
+#endif

@@ -1,0 +1,103 @@
+// Tests of paths, paths as texts, and making directories.
+#include <nodetree/file.h>
+
+#include "file/owners.hpp"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <libgen.h>
+#include <string_view>
+#include <sys/stat.h>
+
+using namespace nodetree;
+
+namespace {
+
+bool make_directory(const char *path, mode_t mode) {
+  if (mkdir(path, mode) == 0)
+    return true;
+  if (errno != EEXIST)
+    return false;
+  if (path_is_directory(path))
+    return true;
+  errno = ENOTDIR;
+  return false;
+}
+
+} // namespace
+
+bool path_exists(const char *path) {
+  struct stat status;
+  return stat(path, &status) == 0;
+}
+
+bool path_is_directory(const char *path) {
+  struct stat status;
+  return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool path_is_file(const char *path) {
+  struct stat status;
+  return stat(path, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool file_mkdirp(const char *path, mode_t mode) {
+  const Text copy(strdup(path));
+  if (!copy)
+    return false;
+  char *text = copy.get();
+  // A slash at the very start has no name before it.
+  for (char *from = *text ? text + 1 : text; char *slash = strchr(from, '/');
+       from = slash + 1) {
+    *slash = '\0';
+    if (!make_directory(text, mode))
+      return false;
+    *slash = '/';
+  }
+  return make_directory(text, mode);
+}
+
+char *path_dirname(const char *path) {
+  if (!path)
+    return nullptr;
+  const Text copy(strdup(path));
+  // What dirname() returns may be a part of its argument or a text of its own.
+  return copy ? strdup(dirname(copy.get())) : nullptr;
+}
+
+char *path_normalize(const char *path) {
+  Text copy(strdup(path));
+  if (!copy)
+    return nullptr;
+  char *const start = copy.get();
+  std::string_view rest(start);
+  char *end = start; // of the result, which never overtakes the rest
+
+  const auto drop_component = [&] {
+    while (end > start && *--end != '/')
+      continue;
+  };
+  while (!rest.empty()) {
+    if (rest.starts_with("/../")) {
+      drop_component();
+      rest.remove_prefix(3);
+    } else if (rest == "/..") {
+      drop_component();
+      rest = {};
+    } else if (rest.starts_with("/./")) {
+      rest.remove_prefix(2);
+    } else if (rest == "/.") {
+      rest = {};
+    } else if (rest.starts_with("//")) {
+      rest.remove_prefix(1);
+    } else {
+      *end++ = rest.front();
+      rest.remove_prefix(1);
+    }
+  }
+  if (end - start > 1 && end[-1] == '/')
+    --end;
+  *end = '\0';
+  return copy.release();
+}

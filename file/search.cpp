@@ -1,0 +1,222 @@
+// The search of a directory tree for names that match a pattern.
+#include <nodetree/avl.h>
+#include <nodetree/file.h>
+#include <nodetree/string.h>
+
+#include "node/stack.hpp"
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <dirent.h>
+#include <sys/stat.h>
+
+using namespace nodetree;
+
+namespace {
+
+struct DirectoryId {
+  dev_t device;
+  ino_t inode;
+};
+
+int compare_ids(const void *key, const void *held_key, void *) {
+  const auto *a = static_cast<const DirectoryId *>(key);
+  const auto *b = static_cast<const DirectoryId *>(held_key);
+  if (a->device != b->device)
+    return a->device < b->device ? -1 : 1;
+  return a->inode < b->inode ? -1 : a->inode > b->inode;
+}
+
+class DirectorySet {
+public:
+  DirectorySet() { avl_init(&tree_, compare_ids, false, nullptr); }
+  ~DirectorySet() {
+    const auto *anchor = reinterpret_cast<avl_node *>(&tree_);
+    for (avl_node *next, *member = tree_.next; member != anchor; member = next) {
+      next = member->next;
+      free(member); // a Member begins with its node
+    }
+  }
+  DirectorySet(const DirectorySet &) = delete;
+  DirectorySet &operator=(const DirectorySet &) = delete;
+
+  bool contains(const DirectoryId &id) const { return avl_find(&tree_, &id) != nullptr; }
+
+  // Adds what is not contained yet; false when memory runs out.
+  bool add(const DirectoryId &id) {
+    auto *member = static_cast<Member *>(malloc(sizeof(Member)));
+    if (!member)
+      return false;
+    member->id = id;
+    member->node.key = &member->id;
+    avl_insert(&tree_, &member->node);
+    return true;
+  }
+
+private:
+  struct Member {
+    avl_node node;
+    DirectoryId id;
+  };
+  avl_tree tree_;
+};
+
+// A directory that the search is inside of.
+struct Level {
+  Level *parent;
+  dirent **entries;
+  int left; // entries to visit, from the last to the first
+  size_t path_length;
+  DirectoryId id;
+  unsigned links; // symbolic links followed on the way down to here
+};
+
+int no_dots(const dirent *entry) {
+  return strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0;
+}
+
+// Whether errno tells of a want of the process, as opposed to a fault of one directory.
+bool out_of_resources() {
+  return errno == ENOMEM || errno == EMFILE || errno == ENFILE;
+}
+
+class Search {
+public:
+  explicit Search(const char *pattern) : pattern_(pattern) {}
+  ~Search() {
+    while (level_)
+      leave();
+    for (; !found_.empty(); found_.pop())
+      free(found_.back());
+  }
+  Search(const Search &) = delete;
+  Search &operator=(const Search &) = delete;
+
+  // False when memory or descriptors run out.
+  bool run(const char *directory);
+
+  // What was found; NULL if nothing was, or if memory runs out.
+  char **take() {
+    return !found_.empty() && found_.push(nullptr) ? found_.take() : nullptr;
+  }
+
+private:
+  bool visit(const dirent &entry);
+  bool visit_directory(size_t path_length, const DirectoryId &id);
+  bool enter(size_t path_length, const DirectoryId &id, unsigned links);
+  void leave();
+  bool is_inside(const DirectoryId &id) const;
+
+  const char *pattern_;
+  Level *level_ = nullptr;
+  Stack<char *> found_;
+  DirectorySet across_links_;
+  // The path at hand. What does not fit could not be opened either.
+  char path_[PATH_MAX];
+};
+
+bool Search::run(const char *directory) {
+  const size_t length = strlen(directory);
+  struct stat status;
+  if (length >= sizeof path_ || stat(directory, &status) != 0)
+    return true;
+  memcpy(path_, directory, length + 1);
+  if (!enter(length, {status.st_dev, status.st_ino}, 0))
+    return false;
+  while (level_) {
+    if (level_->left == 0) {
+      leave();
+      continue;
+    }
+    dirent *entry = level_->entries[--level_->left];
+    const bool visited = visit(*entry);
+    free(entry);
+    if (!visited)
+      return false;
+  }
+  return true;
+}
+
+bool Search::visit(const dirent &entry) {
+  const size_t name_length = strlen(entry.d_name);
+  const size_t length = level_->path_length + 1 + name_length;
+  if (length >= sizeof path_)
+    return true;
+  path_[level_->path_length] = '/';
+  memcpy(path_ + level_->path_length + 1, entry.d_name, name_length + 1);
+
+  struct stat status;
+  if (stat(path_, &status) != 0)
+    return true;
+  if (S_ISDIR(status.st_mode))
+    return visit_directory(length, {status.st_dev, status.st_ino});
+  if (!string_match(entry.d_name, pattern_))
+    return true;
+  char *path = strdup(path_);
+  if (path && found_.push(path))
+    return true;
+  free(path);
+  return false;
+}
+
+bool Search::visit_directory(size_t path_length, const DirectoryId &id) {
+  struct stat status;
+  if (is_inside(id) || lstat(path_, &status) != 0)
+    return true;
+  const unsigned links = level_->links + (S_ISLNK(status.st_mode) ? 1 : 0);
+  // Directories that link to each other have paths without number. Across a single link
+  // there are no more than links and directories multiplied; from the second on each
+  // directory gets one.
+  if (links >= 2) {
+    if (across_links_.contains(id))
+      return true;
+    if (!across_links_.add(id))
+      return false;
+  }
+  return enter(path_length, id, links);
+}
+
+bool Search::enter(size_t path_length, const DirectoryId &id, unsigned links) {
+  dirent **entries;
+  const int count = scandir(path_, &entries, no_dots, alphasort);
+  if (count < 0)
+    return !out_of_resources();
+  auto *level = static_cast<Level *>(malloc(sizeof(Level)));
+  if (!level) {
+    for (int i = 0; i < count; ++i)
+      free(entries[i]);
+    free(entries);
+    return false;
+  }
+  *level = {level_, entries, count, path_length, id, links};
+  level_ = level;
+  return true;
+}
+
+void Search::leave() {
+  Level *level = level_;
+  level_ = level->parent;
+  while (level->left > 0)
+    free(level->entries[--level->left]);
+  free(level->entries);
+  free(level);
+}
+
+bool Search::is_inside(const DirectoryId &id) const {
+  for (const Level *level = level_; level; level = level->parent)
+    if (level->id.device == id.device && level->id.inode == id.inode)
+      return true;
+  return false;
+}
+
+} // namespace
+
+char **path_search(const char *directory, const char *pattern) {
+  // Nothing matches no pattern: there is no need to look.
+  if (!pattern)
+    return nullptr;
+  Search search(pattern);
+  return search.run(directory) ? search.take() : nullptr;
+}

@@ -1,0 +1,24 @@
+/* Marks and guards that the public headers share. */
+#ifndef NODETREE_EXPORT_H
+#define NODETREE_EXPORT_H
+
+/* Every exported function and variable is declared once, in its family's public header,
+   with this mark; nothing without it leaves the shared object. */
+#define NODETREE_API __attribute__((visibility("default")))
+
+/* Lets the compiler check a printf format (argument number `fmt`) against the arguments
+   from number `args` on; `args` is 0 for a va_list. */
+#define NODETREE_PRINTF(fmt, args) __attribute__((format(printf, fmt, args)))
+
+/* Lets the compiler check that a run of arguments ends with a null pointer. */
+#define NODETREE_SENTINEL __attribute__((sentinel))
+
+#ifdef __cplusplus
+#define NODETREE_BEGIN extern "C" {
+#define NODETREE_END }
+#else
+#define NODETREE_BEGIN
+#define NODETREE_END
+#endif
+
+#endif

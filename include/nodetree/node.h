@@ -1,0 +1,297 @@
+/*
+ * node_: the tree of typed values.
+ *
+ * A node is null, an object (named members), an array, a 64-bit integer, a double, a text,
+ * a boolean or a link (a stored path to another node of the same tree). It knows its parent
+ * and its key there, so that a tree is walked both ways and every node can name its own
+ * path.
+ *
+ * References. A constructor returns a node with one reference, the caller's. Putting the
+ * node into a container hands that reference over; node_detach() hands it back. A caller
+ * that keeps a node beyond the life of its container adds a reference of its own.
+ *
+ * Keys. A member's key is its name, unique in the object. An array element's key is a
+ * label: the number of elements the array had when it was put in. Labels equal positions
+ * while elements are only appended; nothing is ever renumbered. Paths made by node_path()
+ * print keys; lookups in arrays count positions.
+ *
+ * Fields may be read by anyone; they are written by this library alone.
+ */
+#ifndef NODETREE_NODE_H
+#define NODETREE_NODE_H
+
+#include <nodetree/avl.h>
+#include <nodetree/export.h>
+#include <stdbool.h>
+#include <stddef.h>
+#include <stdint.h>
+#include <stdio.h>
+
+NODETREE_BEGIN
+
+typedef enum node_type
+#ifdef __cplusplus
+    : uint32_t
+#endif
+{ NODE_NULL = 0,
+  NODE_OBJECT = 1,
+  NODE_ARRAY = 2,
+  NODE_INTEGER = 3,
+  NODE_REAL = 4,
+  NODE_STRING = 5,
+  NODE_BOOLEAN = 6,
+  NODE_LINK = 7 } node_type;
+
+/* The head of a circular list of children, and a child's place in it. */
+typedef struct node_list {
+  struct node_list *next;
+  struct node_list *prev;
+} node_list;
+
+typedef struct node {
+  node_type type;
+  union {
+    int64_t integer;
+    double real;
+    char *string;
+    bool boolean;
+    char **link_path;   /* string list, one segment an entry */
+    node_list children; /* objects and arrays; linked through list_entry, in order */
+  } value;
+  avl_tree index;       /* objects: the children by key; all zero for other kinds */
+  size_t child_count;   /* 0 for other kinds than containers */
+  char *key;            /* NULL without a parent */
+  avl_node index_entry; /* the place in the parent object's index */
+  node_list list_entry; /* the place among the parent's children; NULL without a parent */
+  struct node *parent;  /* NULL for a root */
+  uint32_t refcount;
+  uint32_t diff_hash; /* 0 until computed */
+} node;
+
+/* ---- Making nodes: each result is a root with one reference, NULL when memory runs out
+ * ---- */
+
+NODETREE_API node *node_new_null(void);
+NODETREE_API node *node_new_object(void);
+NODETREE_API node *node_new_array(void);
+NODETREE_API node *node_new_integer(int64_t value);
+NODETREE_API node *node_new_real(double value);
+NODETREE_API node *node_new_boolean(bool value);
+
+/* A string node holds a copy of the text, never a NULL text: a NULL `text`, like a failed
+   copy, gives NULL. */
+NODETREE_API node *node_new_string(const char *text);
+
+/* The same with at most the first `length` bytes of the text; a NUL ends it earlier. */
+NODETREE_API node *node_new_stringn(const char *text, size_t length);
+
+/* The same with the formatted text; NULL also when formatting fails. */
+NODETREE_API node *node_new_string_printf(const char *format, ...) NODETREE_PRINTF(1, 2);
+
+/* A link holds a copy of the target path, a string list that may be NULL; see
+   node_follow_link() for what resolves. */
+NODETREE_API node *node_new_link(char **path);
+
+/* ---- Kinds and values ---- */
+
+NODETREE_API bool node_is_null(const node *n);
+NODETREE_API bool node_is_object(const node *n);
+NODETREE_API bool node_is_array(const node *n);
+NODETREE_API bool node_is_integer(const node *n);
+NODETREE_API bool node_is_real(const node *n);
+NODETREE_API bool node_is_string(const node *n);
+NODETREE_API bool node_is_boolean(const node *n);
+NODETREE_API bool node_is_link(const node *n);
+NODETREE_API bool node_is_container(const node *n); /* object or array */
+
+/* "null", "object", "array", "integer", "real", "string", "boolean", "link", or "unknown"
+   for a record whose kind has another number. A constant. */
+NODETREE_API const char *node_type_to_string(const node *n);
+
+/* The value of a node of this kind; another kind gives the default that stands beside it.
+   Kinds are never converted: the integer of a real is 0. Texts and lists are the node's
+   own. */
+NODETREE_API int64_t node_get_integer(const node *n);    /* 0 */
+NODETREE_API double node_get_real(const node *n);        /* 0.0 */
+NODETREE_API const char *node_get_string(const node *n); /* NULL */
+NODETREE_API bool node_get_boolean(const node *n);       /* false */
+NODETREE_API char **node_get_link_path(const node *n);   /* NULL */
+
+/* The node's own key; NULL for a root. */
+NODETREE_API const char *node_key(const node *n);
+
+/* ---- References and release ---- */
+
+/* Adds a reference. NULL is ignored. */
+NODETREE_API void node_ref(node *n);
+
+/* Drops a reference: true when the node lives on (where it is, in its container if it has
+   one), false when it was NULL or has been destroyed. Destroying is O(n) in the subtree. */
+NODETREE_API bool node_unref(node *n);
+
+/* Takes the node out of its container, also when other references remain, and drops one
+   reference. The last one destroys the node and drops its children's container references;
+   a child that somebody else refers to lives on as a root. NULL is ignored. O(n) in the
+   subtree. */
+NODETREE_API void node_free(node *n);
+
+/* Takes the node out of its container; the container's reference passes to the caller. A
+   root is left alone. O(log n) in an object's members. */
+NODETREE_API void node_detach(node *n);
+
+/* Releases value and children and makes the node null where it stands: its parent, key,
+   place and references remain. O(n) in the subtree. */
+NODETREE_API void node_clear(node *n);
+
+/* ---- Containers: the children of objects and arrays, in order ---- */
+
+/* The first child, NULL when there is none. The argument must be a container. */
+NODETREE_API node *node_container_first(const node *container);
+
+/* The child after `child`; NULL after the last one and for a NULL child. */
+NODETREE_API node *node_container_next(const node *container, const node *child);
+
+/* Appends `child` as member `key` (copied), handing over the caller's reference: true.
+   False, with the child still the caller's and nothing changed, for a NULL argument, a
+   non-object, a key that the object has, a child that has a parent or is the object itself,
+   or no memory. The child must not be an ancestor of the object; this is not checked. O(log
+   n). */
+NODETREE_API bool node_object_add(node *object, const char *key, node *child);
+
+NODETREE_API size_t node_object_count(const node *object);
+NODETREE_API node *node_object_first(const node *object);
+NODETREE_API node *node_object_next(const node *object, const node *child);
+
+/* The member with exactly this key, or NULL. O(log n). */
+NODETREE_API node *node_object_get(const node *object, const char *key);
+
+/* Releases the member with this key, if there is one, as node_free() does. */
+NODETREE_API void node_object_del(node *object, const char *key);
+
+/* Releases every member, in order, as node_free() does. */
+NODETREE_API void node_object_clear(node *object);
+
+/* Moves all members of the object `source` behind those of the object `destination` and
+   makes `source` a null node. A member whose key the destination has is dropped as
+   node_unref() does; the destination keeps its own. Nothing happens unless both are
+   objects, they differ, and the destination does not lie inside the source. An array is
+   refused too: its labels would collide with members. O(n log n) and the depth of the
+   destination. */
+NODETREE_API void node_object_move_children(node *destination, node *source);
+
+/* Adds an element at the end or at the front, handing over the caller's reference: true.
+   False, with the child still the caller's, for a NULL argument, a non-array, or a child
+   that has a parent or is the array itself; that it is no ancestor is not checked. An
+   element whose label cannot be allocated is held without a key. */
+NODETREE_API bool node_array_append(node *array, node *child);
+NODETREE_API bool node_array_prepend(node *array, node *child);
+
+NODETREE_API size_t node_array_count(const node *array);
+NODETREE_API node *node_array_first(const node *array);
+NODETREE_API node *node_array_next(const node *array, const node *child);
+
+/* The element at a position counted from 0, or NULL. O(n), from the nearer end. */
+NODETREE_API node *node_array_get(const node *array, size_t index);
+
+/* Releases the element at a position, if there is one, as node_free() does. O(n). */
+NODETREE_API void node_array_del(node *array, size_t index);
+
+/* Releases every element, in order, as node_free() does. */
+NODETREE_API void node_array_clear(node *array);
+
+/* One step of a walk over the leaves (nodes without children) of a tree in document order.
+   The walk over the subtree of `root`, which visits the root first, reads
+       for (node *n = root; !node_iterate_end(root, n); n = node_iterate(n)) ...
+   NULL gives NULL. A step costs the levels that it passes, O(1) averaged over a walk. */
+NODETREE_API node *node_iterate(node *n);
+
+/* True when `cursor` is NULL or lies outside the subtree of `root`. O(depth). */
+NODETREE_API bool node_iterate_end(const node *root, const node *cursor);
+
+/*
+ * ---- Paths, lookup and links ----
+ *
+ * A path is a run of segments, as a text separated by "/" or as a string list. An empty
+ * first segment (a leading "/") starts at the root of the given node's tree, any other at
+ * the node itself. ".." is the parent, "." the node itself, "*" in glob lookups every
+ * child; any other segment is a member's key or an element's position in the forms of
+ * strtol with base 0
+ * ("010" is 8). A trailing "/" in a text is ignored; nothing is escaped. An empty or NULL
+ * path finds nothing. A lookup that passes through a link goes on in the link's target.
+ * Found nodes are borrowed. A lookup costs one search a segment: O(log n) in an object,
+ * O(n) in an array.
+ */
+
+NODETREE_API node *node_parent(const node *n); /* NULL for a root */
+
+/* The top of the node's tree; NULL for NULL. O(depth). */
+NODETREE_API node *node_root(const node *n);
+
+/* The node's absolute path as a new text, "/" for a root; NULL when memory runs out. Starts
+   below the nearest ancestor-or-self that has no key, if there is one. O(depth). */
+NODETREE_API char *node_path(const node *n);
+
+/* The same as a new string list: "" and the keys from the top down. */
+NODETREE_API char **node_path_sl(const node *n);
+
+/* The child that one segment names, other than "..", "." and "*": a member by key, an
+   element by position; NULL where there is none. */
+NODETREE_API node *node_get_child(const node *container, const char *segment);
+
+/* The node that a path names, or NULL. A link in the last place is returned as the link. */
+NODETREE_API node *node_lookup(const node *start, const char *path);
+NODETREE_API node *node_lookup_sl(const node *start, char **path);
+
+/* The target of a link: its path looked up from the root when it begins with "", from the
+   link when it begins with ".." (which leads to the link's own container). NULL for any
+   other path, a non-link, a target that does not exist, and a link whose resolution leads
+   back to itself. A target that is a link is returned as the link. */
+NODETREE_API node *node_follow_link(const node *n);
+
+/* The lenient lookup: where a step fails, the last node reached before it; NULL only for an
+   empty path. Here ".." and "." too apply to a link's target, and a chain of two links is
+   stepped through. */
+NODETREE_API node *node_try_lookup_sl(const node *start, char **path);
+
+/* node_follow_link() by the lenient lookup. */
+NODETREE_API node *node_try_follow_link(const node *n);
+
+/* All nodes that a glob path matches, as a new value list in document order; NULL for none
+   and when memory runs out. A null child that "*" meets before the path ends matches
+   itself. Empty segments other than the first name the member with the empty key.
+   O(matches) searches. */
+NODETREE_API void **node_lookup_glob(const node *start, const char *path);
+NODETREE_API void **node_lookup_glob_sl(const node *start, char **path);
+
+/* The node that a path names; members missing on the way are made, as empty objects. NULL
+   where something other than an object would have to hold a new member, or memory runs out;
+   members made before that stay. ".." above the root makes a member of that name. */
+NODETREE_API node *node_lookup_create(node *start, const char *path);
+NODETREE_API node *node_lookup_create_sl(node *start, char **path);
+
+/* ---- Whole trees; each is O(n) in the tree, and a search a member where objects differ in
+   order ---- */
+
+/* A deep copy as a new root. NULL for NULL and for an unknown kind. With `links` 0 links
+   stay links, with 1 each is replaced by a copy of what it leads to in the end; links that
+   lead nowhere, back to themselves or into a container that is just being copied are left
+   out, and so are all links with any other number. NULL, with nothing left behind, when
+   memory runs out or more than 1,000,000 links would have to be followed. */
+NODETREE_API node *node_copy(const node *n, int links);
+
+/* node_copy() that keeps links. */
+NODETREE_API node *node_clone(const node *n);
+
+/* Whether two trees have the same structure and values: members in any order, elements in
+   order, links by their paths, reals as == has it, an integer never equal to a real. NULL
+   equals NULL only. */
+NODETREE_API bool node_equals(const node *a, const node *b);
+
+/* Writes one line a leaf child, "PATH=VALUE", depth first; for a node that is no container
+   its value alone, for NULL "NULL". Strings are written as they are, a link's path in
+   parentheses. A line whose path cannot be allocated begins with "=". */
+NODETREE_API void node_fprint(const node *n, FILE *stream);
+
+NODETREE_END
+
+#endif

@@ -1,0 +1,178 @@
+#include "avl/avl_internal.hpp"
+#include "node/label.hpp"
+#include "node/node_internal.hpp"
+
+#include <cstring>
+
+using namespace nodetree;
+
+namespace nodetree {
+namespace {
+
+// Most comparisons on the way down an index are settled by the first byte, without a call.
+int compare_keys(const char *a, const char *b) {
+  int difference = static_cast<unsigned char>(*a) - static_cast<unsigned char>(*b);
+  return difference != 0 ? difference : std::strcmp(a, b);
+}
+
+Descent descend(const node *object, const char *key) {
+  return avl_descend(&object->index, [key](const void *held) {
+    return compare_keys(key, static_cast<const char *>(held));
+  });
+}
+
+node *element_at(const node *array, size_t index) {
+  if (array->type != NODE_ARRAY || index >= array->child_count)
+    return nullptr;
+  const node_list *head = &array->value.children;
+  node_list *entry = head->next;
+  if (index <= array->child_count / 2) {
+    for (; index > 0; index--)
+      entry = entry->next;
+  } else {
+    entry = head->prev;
+    for (index = array->child_count - 1 - index; index > 0; index--)
+      entry = entry->prev;
+  }
+  return node_of(entry);
+}
+
+bool is_inside(const node *n, const node *container) {
+  while (n && n != container)
+    n = n->parent;
+  return n != nullptr;
+}
+
+} // namespace
+
+bool object_add_with_key(node *object, char *key, node *child) {
+  Descent place = descend(object, key);
+  if (place.at && place.result == 0)
+    return false;
+  child->key = key;
+  child->index_entry.key = key;
+  avl_link(&object->index, &child->index_entry, place);
+  link_last(object, child);
+  return true;
+}
+
+void array_append_free(node *array, node *child) {
+  child->key = label_new(array->child_count);
+  link_last(array, child);
+}
+
+} // namespace nodetree
+
+node *node_container_first(const node *container) {
+  return first_child(container);
+}
+
+node *node_container_next(const node *, const node *child) {
+  return child && child->parent ? next_sibling(child) : nullptr;
+}
+
+bool node_object_add(node *object, const char *key, node *child) {
+  if (!object || !key || object->type != NODE_OBJECT || !is_free_child(object, child))
+    return false;
+  char *copy = strdup(key);
+  if (copy && object_add_with_key(object, copy, child))
+    return true;
+  std::free(copy);
+  return false;
+}
+
+size_t node_object_count(const node *object) {
+  return object->type == NODE_OBJECT ? object->child_count : 0;
+}
+
+node *node_object_first(const node *object) {
+  return object->type == NODE_OBJECT ? first_child(object) : nullptr;
+}
+
+node *node_object_next(const node *object, const node *child) {
+  return object->type == NODE_OBJECT ? node_container_next(object, child) : nullptr;
+}
+
+node *node_object_get(const node *object, const char *key) {
+  if (object->type != NODE_OBJECT)
+    return nullptr;
+  Descent found = descend(object, key);
+  return found.at && found.result == 0 ? node_of(found.at) : nullptr;
+}
+
+void node_object_del(node *object, const char *key) {
+  node_free(node_object_get(object, key));
+}
+
+void node_object_move_children(node *destination, node *source) {
+  if (destination->type != NODE_OBJECT || source->type != NODE_OBJECT ||
+      is_inside(destination, source))
+    return;
+  for (node *child = first_child(source); child;) {
+    node *next = next_sibling(child);
+    child->index_entry.next = child->index_entry.prev = nullptr;
+    child->index_entry.key = nullptr;
+    unlink_child(child);
+    if (!object_add_with_key(destination, child->key, child)) {
+      release_key(child);
+      node_unref(child);
+    }
+    child = next;
+  }
+  // The source's index still holds the members' old places; it goes as a whole.
+  node_clear(source);
+}
+
+bool node_array_append(node *array, node *child) {
+  if (!array || array->type != NODE_ARRAY || !is_free_child(array, child))
+    return false;
+  array_append_free(array, child);
+  return true;
+}
+
+bool node_array_prepend(node *array, node *child) {
+  if (!array || array->type != NODE_ARRAY || !is_free_child(array, child))
+    return false;
+  child->key = label_new(array->child_count);
+  link_child(array, child, &array->value.children);
+  return true;
+}
+
+size_t node_array_count(const node *array) {
+  return array->type == NODE_ARRAY ? array->child_count : 0;
+}
+
+node *node_array_first(const node *array) {
+  return array->type == NODE_ARRAY ? first_child(array) : nullptr;
+}
+
+node *node_array_next(const node *array, const node *child) {
+  return array->type == NODE_ARRAY ? node_container_next(array, child) : nullptr;
+}
+
+node *node_array_get(const node *array, size_t index) {
+  return element_at(array, index);
+}
+
+void node_array_del(node *array, size_t index) {
+  node_free(element_at(array, index));
+}
+
+node *node_iterate(node *n) {
+  if (!n)
+    return nullptr;
+  if (!has_children(n)) {
+    while (n->parent && !next_sibling(n))
+      n = n->parent;
+    if (!n->parent)
+      return nullptr;
+    n = next_sibling(n);
+  }
+  while (has_children(n))
+    n = first_child(n);
+  return n;
+}
+
+bool node_iterate_end(const node *root, const node *cursor) {
+  return !cursor || !is_inside(cursor, root);
+}

@@ -1,0 +1,74 @@
+#include "node/expand.hpp"
+
+#include <cstring>
+#include <nodetree/stringlist.h>
+
+using namespace nodetree;
+
+namespace nodetree {
+namespace {
+
+// Gives `copy` the value of `n`, but not its children: whether there was memory for it.
+bool copy_value(node *copy, const node *n) {
+  if (n->type == NODE_STRING) {
+    copy->value.string = strdup(n->value.string);
+    return copy->value.string;
+  }
+  if (n->type == NODE_LINK) {
+    copy->value.link_path = sl_copy(n->value.link_path);
+    return copy->value.link_path || !n->value.link_path;
+  }
+  if (!is_container(n))
+    copy->value = n->value;
+  return true;
+}
+
+// Adds a copy of `n` to the container, or makes one without a parent for NULL. The member
+// that it is in place of gives it its key.
+node *add_copy(node *container, const node *place, const node *n) {
+  bool is_member = container && container->type == NODE_OBJECT;
+  NodeOwner copy(node_make(n->type, is_member ? std::string_view(place->key) : ""));
+  if (!copy || !copy_value(copy.get(), n))
+    return nullptr;
+  if (is_member && !object_add_with_key(container, key_behind(copy.get()), copy.get()))
+    return nullptr;
+  if (container && !is_member)
+    array_append_free(container, copy.get());
+  return copy.release();
+}
+
+} // namespace
+} // namespace nodetree
+
+node *node_copy(const node *n, int links) {
+  if (!n)
+    return nullptr;
+  ExpandingWalk walk(const_cast<node *>(n), links == 1);
+  NodeOwner top;
+  node *container = nullptr;
+  for (; walk.step() != ExpandingWalk::Step::done; walk.advance()) {
+    if (walk.step() == ExpandingWalk::Step::failed)
+      return nullptr;
+    if (walk.step() == ExpandingWalk::Step::leave)
+      container = container->parent;
+    if (walk.step() != ExpandingWalk::Step::enter)
+      continue;
+    node *at = walk.at();
+    bool left_out = at->type > NODE_LINK || (at->type == NODE_LINK && links != 0);
+    if (left_out)
+      continue;
+
+    node *copy = add_copy(container, walk.place(), at);
+    if (!copy)
+      return nullptr;
+    if (!container)
+      top.reset(copy);
+    if (is_container(copy))
+      container = copy;
+  }
+  return top.release();
+}
+
+node *node_clone(const node *n) {
+  return node_copy(n, 0);
+}

@@ -1,0 +1,68 @@
+// The walk that puts the targets of links in their places.
+#ifndef NODETREE_NODE_EXPAND_HPP
+#define NODETREE_NODE_EXPAND_HPP
+
+#include "node/links.hpp"
+#include "node/stack.hpp"
+#include "node/walk.hpp"
+
+namespace nodetree {
+
+// A Walk that goes on inside the final target of every link it meets, as if the target
+// stood in the link's place, or treats links as leaves when `follow` is false. A link to a
+// container that the walk is inside of, or to one that holds such a container, would have
+// no end: it is `circular`.
+class ExpandingWalk {
+public:
+  enum class Step { enter, leave, dangling, circular, failed, done };
+
+  ExpandingWalk(node *top, bool follow);
+  ExpandingWalk(const ExpandingWalk &) = delete;
+  ExpandingWalk &operator=(const ExpandingWalk &) = delete;
+  ~ExpandingWalk();
+
+  Step step() const { return step_; }
+
+  // The node whose value counts, and the one whose key and parent count: the link, for a
+  // target.
+  node *at() const { return walk_.at(); }
+  node *place() const {
+    return walk_.at() == walk_.top() && !outer_.empty() ? outer_.back().link : walk_.at();
+  }
+  bool at_top() const { return walk_.at() == walk_.top() && outer_.empty(); }
+
+  void advance();
+
+  // Why the step is `failed`: too many links, or else no memory.
+  bool too_many_links() const { return links_.exhausted(); }
+
+private:
+  // Where to go on after the target that the walk is in, and the nearest ancestor of that
+  // target that was noted before.
+  struct Outer {
+    node *top;
+    node *link;
+    node *noted_above;
+  };
+
+  void arrive();
+  void enter_link();
+  void leave_link();
+  bool note(const node *container);
+  bool note_upward(node *container, node *&noted_above);
+  void forget(const node *container);
+
+  Walk walk_;
+  bool follow_;
+  Step step_ = Step::enter;
+  Links links_;
+  Stack<Outer> outer_;
+  // The containers that the walk is inside of and all their ancestors, by address; kept
+  // from the first link to a container on.
+  avl_tree inside_;
+  bool noting_ = false;
+};
+
+} // namespace nodetree
+
+#endif

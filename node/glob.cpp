@@ -1,0 +1,86 @@
+#include "node/links.hpp"
+#include "node/segments.hpp"
+#include "node/stack.hpp"
+
+using namespace nodetree;
+
+namespace nodetree {
+namespace {
+
+// One glob lookup: the matches so far, and every "*" whose container has children left.
+template <class Segments>
+class Glob {
+public:
+  // NULL when nothing matches, and when memory or the links allowed run out.
+  void **run(const node *start, Segments path) {
+    node *at = const_cast<node *>(start);
+    if (path.empty())
+      return nullptr;
+    Segments behind_root = path;
+    std::string_view first;
+    if (behind_root.next(first) && first.empty()) {
+      at = links_.root(at);
+      path = behind_root;
+    }
+    bool complete = advance(at, path) && expand();
+    if (!complete || links_.exhausted() || matches_.empty() || !matches_.push(nullptr))
+      return nullptr;
+    return matches_.take();
+  }
+
+private:
+  struct Branch {
+    node *child;
+    Segments rest;
+  };
+
+  // The functions below give false only when memory runs out.
+
+  bool expand() {
+    while (!branches_.empty()) {
+      Branch &branch = branches_.back();
+      node *child = branch.child;
+      if (!child) {
+        branches_.pop();
+        continue;
+      }
+      branch.child = next_sibling(child);
+      bool match = branch.rest.empty() || child->type == NODE_NULL;
+      if (!(match ? matches_.push(child) : advance(child, branch.rest)))
+        return false;
+    }
+    return true;
+  }
+
+  // Goes along the path as far as the next "*", which becomes a branch, or to its end.
+  bool advance(node *at, Segments path) {
+    std::string_view segment;
+    while (path.next(segment)) {
+      at = links_.target_or_self(at);
+      if (segment == "*" && is_container(at))
+        return branches_.push({first_child(at), path});
+      if (segment == "..")
+        at = at->parent;
+      else if (segment != ".")
+        at = child_named(at, segment);
+      if (!at)
+        return true;
+    }
+    return matches_.push(at);
+  }
+
+  Links links_;
+  Stack<void *> matches_;
+  Stack<Branch> branches_;
+};
+
+} // namespace
+} // namespace nodetree
+
+void **node_lookup_glob(const node *start, const char *path) {
+  return Glob<TextSegments>().run(start, TextSegments(path));
+}
+
+void **node_lookup_glob_sl(const node *start, char **path) {
+  return Glob<ListSegments>().run(start, ListSegments(path));
+}

@@ -1,0 +1,116 @@
+#include "node/links.hpp"
+
+#include "avl/avl_internal.hpp"
+#include "string/parse_int.hpp"
+
+#include <cstring>
+
+using namespace nodetree;
+
+namespace nodetree {
+namespace {
+
+int compare_segment(std::string_view segment, const char *key) {
+  for (char c : segment) {
+    int difference = static_cast<unsigned char>(c) - static_cast<unsigned char>(*key++);
+    if (difference != 0)
+      return difference;
+  }
+  return *key ? -1 : 0;
+}
+
+} // namespace
+
+node *child_named(const node *container, std::string_view segment) {
+  if (container->type == NODE_OBJECT) {
+    Descent found = avl_descend(&container->index, [segment](const void *held) {
+      return compare_segment(segment, static_cast<const char *>(held));
+    });
+    return found.at && found.result == 0 ? node_of(found.at) : nullptr;
+  }
+  int position = 0;
+  if (container->type != NODE_ARRAY || !segment_to_int(segment, &position) || position < 0)
+    return nullptr;
+  return node_array_get(container, static_cast<std::size_t>(position));
+}
+
+// The node where the link's path starts and the segments to apply to it; NULL for a path
+// that does not resolve, and when the limit is reached.
+node *Links::start(const node *link, char **&rest) {
+  rest = link->value.link_path;
+  if (++followed_ > follow_max || !rest || !*rest)
+    return nullptr;
+  if (**rest == '\0') {
+    rest++;
+    return root(link);
+  }
+  return std::strcmp(*rest, "..") == 0 ? const_cast<node *>(link) : nullptr;
+}
+
+// A link whose target has to be known before the rest of another link's path goes on.
+struct Links::Waiting {
+  const node *link;
+  char **rest;
+};
+
+node *Links::follow(const node *link) {
+  Waiting waiting[nesting_max];
+  std::size_t depth = 0;
+  char **rest = nullptr;
+  node *at = start(link, rest);
+
+  for (bool resolved = false; at; resolved = false) {
+    // The target of the innermost link is reached: go on with the path that waits for it.
+    if (!*rest) {
+      if (depth == 0)
+        return at;
+      link = waiting[--depth].link;
+      rest = waiting[depth].rest;
+      resolved = true;
+    }
+    const char *segment = *rest;
+    if (!resolved && std::strcmp(segment, "..") == 0) {
+      at = at->parent;
+    } else if (resolved || at->type != NODE_LINK) {
+      if (resolved || std::strcmp(segment, ".") != 0)
+        at = child_named(at, segment);
+    } else if (std::strcmp(segment, ".") != 0) {
+      const node *inner = at;
+      bool circle = inner == link || depth == nesting_max;
+      for (std::size_t i = 0; i < depth && !circle; i++)
+        circle = waiting[i].link == inner;
+      if (circle)
+        return nullptr;
+      waiting[depth++] = {link, rest};
+      link = inner;
+      at = start(link, rest);
+      continue;
+    }
+    rest++;
+  }
+  return nullptr;
+}
+
+node *Links::resolve(node *n) {
+  // A chain in a circle comes back to any link on it. One is remembered for as many steps
+  // as have been taken before, which in the end is more than a round.
+  const node *remembered = n;
+  size_t steps = 0;
+  for (size_t limit = 2; n && n->type == NODE_LINK; steps++) {
+    n = follow(n);
+    if (n == remembered)
+      break;
+    if (steps == limit) {
+      remembered = n;
+      limit *= 2;
+    }
+  }
+  return n;
+}
+
+} // namespace nodetree
+
+node *node_follow_link(const node *n) {
+  Links links;
+  return n->type == NODE_LINK ? links.follow(n) : nullptr;
+}

@@ -1,0 +1,161 @@
+#include "node/node_internal.hpp"
+
+#include <cstdarg>
+#include <cstring>
+#include <nodetree/stringlist.h>
+
+using namespace nodetree;
+
+namespace nodetree {
+
+void make_container(node *n, node_type kind) {
+  n->type = kind;
+  n->value.children = {&n->value.children, &n->value.children};
+  if (kind == NODE_OBJECT)
+    avl_init(&n->index, avl_strcmp, false, n);
+}
+
+node *node_make(node_type kind, std::string_view key) {
+  auto *n = static_cast<node *>(std::calloc(1, sizeof(node) + key.size() + 1));
+  if (!n)
+    return nullptr;
+  std::memcpy(key_behind(n), key.data(), key.size());
+  n->refcount = 1;
+  n->type = kind;
+  if (is_container(n))
+    make_container(n, kind);
+  return n;
+}
+
+namespace {
+
+// Takes the text over, also when it fails.
+node *make_string(char *text) {
+  node *n = text ? node_make(NODE_STRING) : nullptr;
+  if (n)
+    n->value.string = text;
+  else
+    std::free(text);
+  return n;
+}
+
+} // namespace
+} // namespace nodetree
+
+node *node_new_null(void) {
+  return node_make(NODE_NULL);
+}
+
+node *node_new_object(void) {
+  return node_make(NODE_OBJECT);
+}
+
+node *node_new_array(void) {
+  return node_make(NODE_ARRAY);
+}
+
+node *node_new_string(const char *text) {
+  return text ? make_string(strdup(text)) : nullptr;
+}
+
+node *node_new_stringn(const char *text, size_t length) {
+  return text ? make_string(strndup(text, length)) : nullptr;
+}
+
+node *node_new_string_printf(const char *format, ...) {
+  char *text = nullptr;
+  va_list arguments;
+  va_start(arguments, format);
+  int length = vasprintf(&text, format, arguments);
+  va_end(arguments);
+  return length < 0 ? nullptr : make_string(text);
+}
+
+node *node_new_integer(int64_t value) {
+  node *n = node_make(NODE_INTEGER);
+  if (n)
+    n->value.integer = value;
+  return n;
+}
+
+node *node_new_real(double value) {
+  node *n = node_make(NODE_REAL);
+  if (n)
+    n->value.real = value;
+  return n;
+}
+
+node *node_new_boolean(bool value) {
+  node *n = node_make(NODE_BOOLEAN);
+  if (n)
+    n->value.boolean = value;
+  return n;
+}
+
+node *node_new_link(char **path) {
+  char **copy = sl_copy(path);
+  node *n = copy || !path ? node_make(NODE_LINK) : nullptr;
+  if (n)
+    n->value.link_path = copy;
+  else
+    sl_free(copy);
+  return n;
+}
+
+bool node_is_null(const node *n) {
+  return n->type == NODE_NULL;
+}
+bool node_is_object(const node *n) {
+  return n->type == NODE_OBJECT;
+}
+bool node_is_array(const node *n) {
+  return n->type == NODE_ARRAY;
+}
+bool node_is_integer(const node *n) {
+  return n->type == NODE_INTEGER;
+}
+bool node_is_real(const node *n) {
+  return n->type == NODE_REAL;
+}
+bool node_is_string(const node *n) {
+  return n->type == NODE_STRING;
+}
+bool node_is_boolean(const node *n) {
+  return n->type == NODE_BOOLEAN;
+}
+bool node_is_link(const node *n) {
+  return n->type == NODE_LINK;
+}
+bool node_is_container(const node *n) {
+  return is_container(n);
+}
+
+const char *node_type_to_string(const node *n) {
+  static const char *const names[] = {"null", "object", "array",   "integer",
+                                      "real", "string", "boolean", "link"};
+  return n->type <= NODE_LINK ? names[n->type] : "unknown";
+}
+
+int64_t node_get_integer(const node *n) {
+  return n->type == NODE_INTEGER ? n->value.integer : 0;
+}
+
+double node_get_real(const node *n) {
+  return n->type == NODE_REAL ? n->value.real : 0.0;
+}
+
+const char *node_get_string(const node *n) {
+  return n->type == NODE_STRING ? n->value.string : nullptr;
+}
+
+bool node_get_boolean(const node *n) {
+  return n->type == NODE_BOOLEAN && n->value.boolean;
+}
+
+char **node_get_link_path(const node *n) {
+  return n->type == NODE_LINK ? n->value.link_path : nullptr;
+}
+
+const char *node_key(const node *n) {
+  return n->key;
+}

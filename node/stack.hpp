@@ -1,0 +1,62 @@
+// A growing array for work that waits and results that gather.
+#ifndef NODETREE_NODE_STACK_HPP
+#define NODETREE_NODE_STACK_HPP
+
+#include <cstddef>
+#include <cstdlib>
+#include <type_traits>
+
+namespace nodetree {
+
+template <class T>
+class Stack {
+  static_assert(std::is_trivially_copyable_v<T>);
+
+public:
+  Stack() = default;
+  Stack(const Stack &) = delete;
+  Stack &operator=(const Stack &) = delete;
+  ~Stack() { std::free(items_); }
+
+  bool empty() const { return size_ == 0; }
+  T &back() { return items_[size_ - 1]; }
+  const T &back() const { return items_[size_ - 1]; }
+  void pop() { size_--; }
+
+  // False when memory runs out; what is held stays.
+  bool push(const T &item) {
+    if (size_ == capacity_ && !grow())
+      return false;
+    items_[size_++] = item;
+    return true;
+  }
+
+  // Hands the items over as an array of malloc() that has no room to spare.
+  T *take() {
+    T *items = items_;
+    if (void *fitted = std::realloc(items_, size_ * sizeof(T)))
+      items = static_cast<T *>(fitted);
+    items_ = nullptr;
+    size_ = capacity_ = 0;
+    return items;
+  }
+
+private:
+  bool grow() {
+    std::size_t capacity = capacity_ ? capacity_ * 2 : 8;
+    void *items = std::realloc(items_, capacity * sizeof(T));
+    if (!items)
+      return false;
+    items_ = static_cast<T *>(items);
+    capacity_ = capacity;
+    return true;
+  }
+
+  T *items_ = nullptr;
+  std::size_t size_ = 0;
+  std::size_t capacity_ = 0;
+};
+
+} // namespace nodetree
+
+#endif

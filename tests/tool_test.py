@@ -1,0 +1,242 @@
+"""Tests of the nodetree program. Usage: tool_test.py COMMAND..., which runs the program."""
+
+import os
+import re
+import select
+import subprocess
+import sys
+import tempfile
+import unittest
+
+COMMAND = []
+VALUES = '{"a": {"b": [1, 2.5, "x\\ty"]}, "n": null, "e": {}, "s": "l1\\nl2"}'
+USERS = '{"users": [{"name": "anna"}, {"id": 7}, {"name": "beat"}]}'
+DEEP = '{"deep": ' + "[" * 1000000 + '"bottom"' + "]" * 1000000 + ', "last": 1}'
+
+
+def run(*arguments, text="", **options):
+    data = text if isinstance(text, bytes) else text.encode()
+    if "stdin" not in options:
+        options["input"] = data
+    done = subprocess.run(
+        [*COMMAND, *arguments],
+        stdout=options.pop("stdout", subprocess.PIPE),
+        stderr=subprocess.PIPE,
+        timeout=100,
+        **options,
+    )
+    out = (done.stdout or b"").decode(errors="surrogateescape")
+    return done.returncode, out, done.stderr.decode(errors="surrogateescape")
+
+
+class Case(unittest.TestCase):
+    def expect(self, arguments, text, status, out, error="", **options):
+        """`error` is a pattern that all of standard error matches."""
+        with self.subTest(arguments=arguments, text=text[:60]):
+            got = run(*arguments, text=text, **options)
+            self.assertEqual(got[:2], (status, out), got[2])
+            self.assertRegex(got[2], re.compile(r"\A" + error + r"\Z", re.DOTALL))
+
+    def setUp(self):
+        self.folder = tempfile.TemporaryDirectory()
+        self.addCleanup(self.folder.cleanup)
+
+    def file(self, name, content):
+        path = os.path.join(self.folder.name, name)
+        with open(path, "wb") as f:
+            f.write(content if isinstance(content, bytes) else content.encode())
+        return path
+
+
+class Commands(Case):
+    def test_get(self):
+        for path, options, status, out in [
+            ("/a/b/0", [], 0, "1\n"),
+            ("a/b/1", [], 0, "2.5\n"),
+            ("/a/b/2", [], 0, '"x\\ty"\n'),
+            ("/a/b/2", ["-r"], 0, "x\ty\n"),
+            ("/a/b/0", ["-r"], 0, "1\n"),
+            ("/n", [], 0, "null\n"),
+            ("/a", [], 0, '{\n\t"b": [\n\t\t1,\n\t\t2.5,\n\t\t"x\\ty"\n\t]\n}\n'),
+            ("/a/b/3", [], 1, ""),
+            ("/x", ["-r"], 1, ""),
+            ("", [], 1, ""),
+        ]:
+            self.expect(["get", *options, path], VALUES, status, out)
+        self.expect(["get", "/"], "5", 0, "5\n")
+        self.expect(["get", "--", "-x"], '{"-x": 1}', 0, "1\n")
+        self.expect(["get", "/s", "-r"], VALUES, 0, "l1\nl2\n")
+        self.expect(["get", "n"], '{"n":1} {"m":2} [3] {"n":[]}', 0, "1\n[]\n")
+
+    def test_glob(self):
+        for pattern, status, out in [
+            ("/users/*/name", 0, '/users/0/name="anna"\n/users/2/name="beat"\n'),
+            ("users/1", 0, '/users/1={"id":7}\n'),
+            ("/", 0, "/=" + USERS.replace(" ", "") + "\n"),
+            ("/*/3", 1, ""),
+        ]:
+            self.expect(["glob", pattern], USERS, status, out)
+
+    def test_flat(self):
+        lines = "/a/b/0=1\n/a/b/1=2.500000\n/a/b/2=x\ty\n/n=\n/s=l1\nl2\n"
+        self.expect(["flat"], VALUES, 0, lines)
+        self.expect(["flat"], "7 [true]", 0, "7\n/0=true\n")
+        self.expect(["flat"], "{}", 0, "")
+
+    def test_format(self):
+        compact = '{"a":{"b":[1,2.5,"x\\ty"]},"n":null,"e":{},"s":"l1\\nl2"}\n'
+        self.expect(["format", "-c"], VALUES, 0, compact)
+        indented = run("format", text=VALUES)[1]
+        self.assertTrue(indented.startswith('{\n\t"a": {\n\t\t"b": [\n\t\t\t1,'), indented)
+        self.assertTrue(indented.endswith("\n}\n"), indented)
+        self.expect(["format", "-c"], indented, 0, compact)
+        self.expect(["format"], '1 "a"\n[2]', 0, '1\n"a"\n[\n\t2\n]\n')
+
+    def test_bytes_that_are_no_utf8_pass_unchanged(self):
+        status, out, _ = run("format", "-c", text=b'["\xff\xfe"]')
+        self.assertEqual((status, out.encode(errors="surrogateescape")), (0, b'["\xff\xfe"]\n'))
+
+
+class Inputs(Case):
+    def test_end_of_input(self):
+        bad = "nodetree: standard input: "
+        for text, status, out, error in [
+            ("", 1, "", ""),
+            (" \n// nothing", 1, "", ""),
+            ("12", 0, "12\n", ""),
+            ("1 // one", 0, "1\n", ""),
+            ("null", 0, "null\n", ""),
+            ("[1] [2", 2, "[1]\n", bad + "ends inside a value\n"),
+            ("[1,", 2, "", bad + "ends inside a value\n"),
+            ('{"a":', 2, "", bad + "ends inside a value\n"),
+            ('"text 1', 2, "", bad + "ends inside a value\n"),
+            ("1 /* never", 2, "1\n", bad + "ends inside a value\n"),
+            ("tru", 2, "", bad + "ends inside a value\n"),
+            ("-", 2, "", bad + "ends inside a value\n"),
+            ("99999999999999999999", 2, "", bad + "Failed to parse JSON: [^\n]*overflow\n"),
+        ]:
+            self.expect(["format", "-c"], text, status, out, error)
+
+    def test_broken_json_is_told_behind_what_came_before(self):
+        error = r"nodetree: standard input: Failed to parse JSON: .*\[2;.*\n"
+        self.expect(["format", "-c"], "[1] [2; 3]", 2, "[1]\n", error)
+        self.expect(["flat"], '{"a":1,"a":2}', 2, "", ".*Failed to parse JSON: .*repeated member.*")
+        self.expect(["flat"], "[\x1b[31m]", 2, "", r"[^\x1b]*")
+
+    def test_a_failing_file_does_not_stop_the_next(self):
+        one = self.file("one", '{"n": 1}')
+        two = self.file("two", '{"n": 2} ]')
+        empty = self.file("empty", "")
+        blank = self.file("blank", " \n")
+        other = self.file("other", '{"m": 1}')
+        missing = one + "/x"
+        folder = self.folder.name
+        told = lambda path, text: f"nodetree: {re.escape(path)}: {text}\n"
+        no_value = "holds no JSON value"
+        for files, text, status, out, error in [
+            ([one], "", 0, "1\n", ""),
+            ([other], "", 1, "", ""),
+            ([other, one], "", 0, "1\n", ""),
+            ([two, one], "", 2, "2\n1\n", told(two, "Failed to parse JSON: .*")),
+            ([missing, one], "", 2, "1\n", told(missing, "Not a directory")),
+            ([folder + "/no", one], "", 2, "1\n", told(folder + "/no", "No such file.*")),
+            ([folder, one], "", 2, "1\n", told(folder, "Is a directory")),
+            ([empty, blank], "", 2, "", told(empty, no_value) + told(blank, no_value)),
+            ([one, "-"], '{"n": 3}', 0, "1\n3\n", ""),
+            (["-"], "", 1, "", ""),
+        ]:
+            self.expect(["get", "n", *files], text, status, out, error)
+
+    def test_a_value_is_answered_before_the_next_arrives(self):
+        with subprocess.Popen(
+            [*COMMAND, "get", "n"], stdin=subprocess.PIPE, stdout=subprocess.PIPE
+        ) as program:
+            for number in range(3):
+                program.stdin.write(b'{"n": %d}' % number)
+                program.stdin.flush()
+                ready, _, _ = select.select([program.stdout], [], [], 60)
+                self.assertTrue(ready, "no answer while standard input is open")
+                self.assertEqual(os.read(program.stdout.fileno(), 100), b"%d\n" % number)
+            program.stdin.close()
+            self.assertEqual(program.wait(60), 0)
+
+    def test_values_may_straddle_reads(self):
+        text = "".join('{"n":%d,"pad":"%s"}\n' % (i, "x" * (i % 97)) for i in range(20000))
+        self.assertGreater(len(text), 10 * 64 * 1024)
+        self.expect(["format", "-c", self.file("long", text)], "", 0, text)
+
+    def test_deep_nesting(self):
+        path = "/deep" + "/0" * 1000000
+        self.expect(["flat"], DEEP, 0, path + "=bottom\n/last=1\n")
+        self.expect(["get", "last"], DEEP, 0, "1\n")
+        self.expect(["format"], DEEP + " 1", 2, "1\n", "nodetree: standard input: .*deep.*")
+        some = "[" * 50000 + '"bottom"' + "]" * 50000
+        self.expect(["get", "-r", "0/" * 50000], some, 0, "bottom\n")
+        self.expect(["glob", "*/" * 50000], some, 0, "/0" * 50000 + '="bottom"\n')
+        self.expect(["glob", "0/*"], some, 2, "", "nodetree: standard input: .*deep.*")
+
+
+class Program(Case):
+    def test_help_names_every_command_and_version_is_a_line(self):
+        for arguments in (["--help"], ["get", "--help"]):
+            status, out, error = run(*arguments)
+            self.assertEqual((status, error), (0, ""))
+            for name in ("get [-r] PATH", "glob PATTERN", "flat", "format [-c]"):
+                self.assertIn("  " + name + " ", out)
+                self.assertIn("$ nodetree " + name.split()[0], out)
+        status, out, _ = run("--version")
+        self.assertEqual(status, 0)
+        self.assertRegex(out, r"\Anodetree \d+\.\d+\.\d+\n\Z")
+
+    def test_usage_errors(self):
+        hint = r"\nTry 'nodetree --help'\.\n"
+        for arguments, error in [
+            ([], "nodetree: no command given"),
+            (["frob"], "nodetree: unknown command 'frob'"),
+            (["get"], r"nodetree: usage: nodetree get \[-r\] PATH \[FILE\.\.\.\]"),
+            (["get", "-x"], "nodetree: get: unknown option '-x'"),
+            (["flat", "-r"], "nodetree: flat: unknown option '-r'"),
+            (["flat", "--colour"], "nodetree: flat: unknown option '--colour'"),
+        ]:
+            self.expect(arguments, "", 2, "", error + hint)
+
+    def test_output_that_cannot_be_written(self):
+        lost = "nodetree: standard output: .+\n"
+        with open("/dev/full", "wb") as full:
+            self.expect(["flat"], "[1] [2]", 2, "", lost, stdout=full)
+            self.expect(["format"], "[1] ]", 2, "", lost, stdout=full)
+            self.expect(["--help"], "", 2, "", lost, stdout=full)
+            self.expect(["get", "x"], "[1]", 1, "", stdout=full)
+            big = '"' + "x" * 1000000 + '"'
+            self.expect(["format"], big, 2, "", lost, stdout=full)
+        close = lambda: os.close(1)
+        self.expect(["flat"], "[1]", 2, "", lost, preexec_fn=close)
+        self.expect(["get", "x"], "[1]", 1, "", preexec_fn=close)
+        name = self.file("one", "[1]")
+        self.expect(["flat", name], "", 2, "", lost, preexec_fn=close)
+
+    def test_closed_standard_input(self):
+        name = self.file("one", "[1]")
+        close = lambda: os.close(0)
+        error = "nodetree: standard input: .+\n"
+        self.expect(["flat"], "", 2, "", error, stdin=None, preexec_fn=close)
+        self.expect(["flat", name, "-"], "", 2, "/0=1\n", error, stdin=None, preexec_fn=close)
+
+    def test_a_reader_that_goes_away_ends_the_program(self):
+        with subprocess.Popen(
+            [*COMMAND, "flat"], stdin=subprocess.PIPE, stdout=subprocess.PIPE
+        ) as program:
+            program.stdout.close()
+            try:
+                program.stdin.write(b"[1] " * 100000)
+                program.stdin.close()
+            except BrokenPipeError:
+                pass
+            self.assertEqual(program.wait(60), -13)
+
+
+if __name__ == "__main__":
+    COMMAND = sys.argv[1:]
+    if not COMMAND:
+        sys.exit(__doc__)
+    unittest.main(argv=sys.argv[:1])

@@ -1,0 +1,239 @@
+// Helpers shared by the tests of the tree: owners, trees from text, and slow checkers of the
+// invariants that know nothing of how the library works.
+#ifndef NODETREE_TESTS_TREE_HPP
+#define NODETREE_TESTS_TREE_HPP
+
+#include <nodetree/json.h>
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace test {
+
+struct node_deleter {
+  void operator()(node *n) const { node_free(n); }
+};
+using tree = std::unique_ptr<node, node_deleter>;
+
+inline std::string take(char *text) {
+  std::string copy = text != nullptr ? text : "NULL";
+  std::free(text);
+  return copy;
+}
+
+// A node's place for comparisons and messages.
+inline std::string where(const node *n) {
+  return n != nullptr ? take(node_path(n)) : "NULL";
+}
+
+inline node *from_entry(const node_list *entry) {
+  auto *bytes = const_cast<char *>(reinterpret_cast<const char *>(entry));
+  return reinterpret_cast<node *>(bytes - offsetof(node, list_entry));
+}
+
+inline std::vector<node *> children(const node *n) {
+  std::vector<node *> found;
+  if (n->type != NODE_OBJECT && n->type != NODE_ARRAY)
+    return found;
+  for (const node_list *e = n->value.children.next; e != &n->value.children; e = e->next) {
+    if (found.size() > n->child_count)
+      break; // a broken ring must not hang the test
+    found.push_back(from_entry(e));
+  }
+  return found;
+}
+
+// The segments of a path text, and the list form of segments for a call.
+inline std::vector<std::string> split(const std::string &path) {
+  std::vector<std::string> segments;
+  for (size_t at = 0; at < path.size();) {
+    size_t end = std::min(path.find('/', at), path.size());
+    segments.push_back(path.substr(at, end - at));
+    at = end + 1;
+  }
+  return segments;
+}
+
+class segment_list {
+public:
+  explicit segment_list(const std::vector<std::string> &segments) {
+    for (const std::string &s : segments)
+      entries.push_back(const_cast<char *>(s.c_str()));
+    entries.push_back(nullptr);
+  }
+  operator char **() { return entries.data(); }
+
+private:
+  std::vector<char *> entries;
+};
+
+inline node *new_link(const std::string &path) {
+  std::vector<std::string> segments = split(path);
+  return node_new_link(segment_list(segments));
+}
+
+// The tree of a JSON text in which every string "->PATH" stands for a link to PATH.
+inline node *with_links(const node *n) {
+  if (n->type == NODE_STRING && std::strncmp(n->value.string, "->", 2) == 0)
+    return new_link(n->value.string + 2);
+  if (n->type != NODE_OBJECT && n->type != NODE_ARRAY)
+    return node_copy(n, 0);
+  node *made = n->type == NODE_OBJECT ? node_new_object() : node_new_array();
+  for (const node *child : children(n))
+    EXPECT_TRUE(n->type == NODE_OBJECT ? node_object_add(made, child->key, with_links(child))
+                                       : node_array_append(made, with_links(child)));
+  return made;
+}
+
+inline tree make(const std::string &text) {
+  tree parsed(json_parse_buffer(text.data(), text.size()));
+  if (parsed == nullptr) {
+    ADD_FAILURE() << "bad test text " << text;
+    return tree(node_new_null());
+  }
+  return tree(with_links(parsed.get()));
+}
+
+inline std::string compact(const node *n) { return take(json_stringify(n, true)); }
+
+// Order, links, balances and the list of an index, checked without recursion.
+inline void check_avl(const avl_tree *index) {
+  const auto *anchor = reinterpret_cast<const avl_node *>(index);
+  std::vector<const avl_node *> leaders;
+  const avl_node *before = anchor;
+  size_t count = 0;
+  for (const avl_node *e = index->next; e != anchor; before = e, e = e->next) {
+    ASSERT_LT(count++, index->count) << "more elements in the list than counted";
+    ASSERT_EQ(e->prev, before);
+    int order = before == anchor ? -1
+                                 : index->compare(before->key, e->key, index->compare_arg);
+    if (e->leader) {
+      leaders.push_back(e);
+      ASSERT_LT(order, 0) << "leaders out of order";
+    } else {
+      ASSERT_EQ(order, 0) << "a follower away from its group";
+      ASSERT_TRUE(index->allow_duplicates);
+      ASSERT_TRUE(!e->parent && !e->left && !e->right && e->balance == 0);
+    }
+  }
+  ASSERT_EQ(index->prev, before);
+  ASSERT_EQ(index->count, count);
+
+  std::vector<const avl_node *> preorder, path, inorder;
+  for (const avl_node *e = index->root; e != nullptr || !path.empty();) {
+    if (e != nullptr) {
+      ASSERT_LE(preorder.size(), leaders.size()) << "a cycle in the tree";
+      preorder.push_back(e);
+      path.push_back(e);
+      e = e->left;
+    } else {
+      e = path.back();
+      path.pop_back();
+      inorder.push_back(e);
+      e = e->right;
+    }
+  }
+  ASSERT_EQ(inorder, leaders);
+  ASSERT_TRUE(index->root == nullptr || index->root->parent == nullptr);
+  std::map<const avl_node *, int> height{{nullptr, 0}};
+  for (auto at = preorder.rbegin(); at != preorder.rend(); ++at) {
+    const avl_node *e = *at;
+    for (const avl_node *side : {e->left, e->right})
+      ASSERT_TRUE(side == nullptr || side->parent == e);
+    int left = height.at(e->left), right = height.at(e->right);
+    ASSERT_EQ(e->balance, right - left);
+    ASSERT_LE(std::abs(right - left), 1);
+    height[e] = 1 + std::max(left, right);
+  }
+}
+
+// What a node that no container holds looks like.
+inline void check_free(const node *n) {
+  EXPECT_TRUE(n->parent == nullptr && n->key == nullptr);
+  EXPECT_TRUE(n->list_entry.next == nullptr && n->list_entry.prev == nullptr);
+  EXPECT_TRUE(n->index_entry.key == nullptr && n->index_entry.next == nullptr &&
+              n->index_entry.prev == nullptr);
+}
+
+inline void check_tree(const node *root) {
+  std::vector<const node *> pending{root};
+  while (!pending.empty()) {
+    const node *n = pending.back();
+    pending.pop_back();
+    ASSERT_GE(n->refcount, 1u);
+    std::vector<node *> held = children(n);
+    ASSERT_EQ(held.size(), n->child_count);
+    const node_list *before = &n->value.children;
+    for (const node *child : held) {
+      ASSERT_EQ(child->parent, n);
+      ASSERT_NE(child->key, nullptr);
+      ASSERT_EQ(child->list_entry.prev, before);
+      before = &child->list_entry;
+      ASSERT_EQ(child->index_entry.key, n->type == NODE_OBJECT ? child->key : nullptr);
+      pending.push_back(child);
+    }
+    if (n->type != NODE_OBJECT) {
+      ASSERT_EQ(n->index.count, 0u);
+      continue;
+    }
+    ASSERT_EQ(n->value.children.prev, before);
+    ASSERT_EQ(n->index.count, n->child_count);
+    ASSERT_EQ(n->index.compare_arg, n);
+    ASSERT_NO_FATAL_FAILURE(check_avl(&n->index));
+    for (const node *child : held) // in the index by place, not only by a key that equals
+      ASSERT_EQ(node_object_get(n, child->key), child);
+  }
+}
+
+inline bool under_valgrind() {
+  const char *preload = std::getenv("LD_PRELOAD");
+  return preload != nullptr && std::strstr(preload, "vgpreload") != nullptr;
+}
+
+inline const size_t deep_levels = under_valgrind() ? 20000 : 1000000;
+inline const size_t wide_count = under_valgrind() ? 2000 : 100000;
+
+// Objects (member "k") and arrays by turns around `leaf`, the outermost an object.
+inline node *deep_tree(size_t levels, node *leaf) {
+  node *top = leaf;
+  for (size_t level = levels; level-- > 0;) {
+    node *outer = level % 2 == 0 ? node_new_object() : node_new_array();
+    EXPECT_TRUE(level % 2 == 0 ? node_object_add(outer, "k", top)
+                               : node_array_append(outer, top));
+    top = outer;
+  }
+  return top;
+}
+
+// Runs `body` where recursion on the depth of a tree would overflow, and quadratic time show.
+inline void on_small_stack(const std::function<void()> &body) {
+  auto start = std::chrono::steady_clock::now();
+  pthread_attr_t attributes;
+  pthread_t thread;
+  ASSERT_EQ(pthread_attr_init(&attributes), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 * 1024), 0);
+  auto run = [](void *argument) -> void * {
+    (*static_cast<const std::function<void()> *>(argument))();
+    return nullptr;
+  };
+  void *argument = const_cast<std::function<void()> *>(&body);
+  ASSERT_EQ(pthread_create(&thread, &attributes, run, argument), 0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attributes);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+}
+
+} // namespace test
+
+#endif
