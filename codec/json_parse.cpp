@@ -81,7 +81,7 @@ json_stream *as_stream(void *context) {
 }
 
 node *make(json_stream *stream, node_type kind) {
-  return node_make(kind, stream->pending_key ? stream->pending_key : std::string_view());
+  return node_make(kind, stream->pending_key ? stream->pending_key : "");
 }
 
 template <class Set>
@@ -209,7 +209,8 @@ bool json_stream_parse(json_stream *stream, const void *bytes, size_t size) {
   if (status == yajl_status_ok)
     return true;
   unsigned char *reason = yajl_get_error(stream->parser, 1, text, size);
-  log_msg(LOG_ERR, "Failed to parse JSON: %s", reason);
+  log_msg(LOG_ERR, "Failed to parse JSON: %s",
+          reason ? reinterpret_cast<const char *>(reason) : "out of memory");
   yajl_free_error(stream->parser, reason);
   fail(stream);
   return false;

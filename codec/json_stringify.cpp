@@ -18,6 +18,9 @@ struct GeneratorFree {
 };
 using Generator = std::unique_ptr<std::remove_pointer_t<yajl_gen>, GeneratorFree>;
 
+// Beside the generator's own refusals.
+constexpr auto unknown_kind = static_cast<yajl_gen_status>(-1);
+
 yajl_gen_status write_text(yajl_gen generator, const char *text) {
   return yajl_gen_string(generator, reinterpret_cast<const unsigned char *>(text),
                          std::strlen(text));
@@ -39,23 +42,25 @@ yajl_gen_status write_value(yajl_gen generator, const node *n) {
   case NODE_BOOLEAN:
     return yajl_gen_bool(generator, n->value.boolean);
   case NODE_NULL:
-  case NODE_LINK:
-    break;
+  case NODE_LINK: // met only where it is dangling
+    return yajl_gen_null(generator);
   }
-  return yajl_gen_null(generator);
+  return unknown_kind;
 }
 
-yajl_gen_status write_step(yajl_gen generator, const ExpandingWalk &walk) {
-  if (walk.step() == ExpandingWalk::Step::leave)
-    return walk.at()->type == NODE_OBJECT ? yajl_gen_map_close(generator)
-                                          : yajl_gen_array_close(generator);
+yajl_gen_status write_entered(yajl_gen generator, const ExpandingWalk &walk) {
   const node *place = walk.place();
-  if (!walk.at_top() && place->parent->type == NODE_OBJECT) {
+  if (place->parent && place->parent->type == NODE_OBJECT && !walk.at_top()) {
     yajl_gen_status status = write_text(generator, place->key);
     if (status != yajl_gen_status_ok)
       return status;
   }
   return write_value(generator, walk.at());
+}
+
+yajl_gen_status write_left(yajl_gen generator, const node *container) {
+  return container->type == NODE_OBJECT ? yajl_gen_map_close(generator)
+                                        : yajl_gen_array_close(generator);
 }
 
 const char *reason_of(yajl_gen_status status) {
@@ -69,21 +74,30 @@ const char *reason_of(yajl_gen_status status) {
   }
 }
 
-// Why the walk cannot go on, NULL while it can. After the first refusal the generator must
-// not be called again: past its depth limit it would write outside its own state.
+// Why the walk cannot go on, NULL when it has come to its end. After the first refusal the
+// generator must not be called again: past its depth limit it would write outside its
+// state.
 const char *write_tree(yajl_gen generator, ExpandingWalk &walk) {
-  for (; walk.step() != ExpandingWalk::Step::done; walk.advance()) {
-    if (walk.step() == ExpandingWalk::Step::circular)
+  for (;; walk.advance()) {
+    yajl_gen_status status = yajl_gen_status_ok;
+    switch (walk.step()) {
+    case ExpandingWalk::Step::enter:
+    case ExpandingWalk::Step::dangling:
+      status = write_entered(generator, walk);
+      break;
+    case ExpandingWalk::Step::leave:
+      status = write_left(generator, walk.at());
+      break;
+    case ExpandingWalk::Step::circular:
       return "a link leads back into itself";
-    if (walk.step() == ExpandingWalk::Step::failed)
+    case ExpandingWalk::Step::failed:
       return walk.too_many_links() ? "too many links" : "out of memory";
-    if (walk.at()->type > NODE_LINK)
-      return "unknown kind";
-    yajl_gen_status status = write_step(generator, walk);
+    case ExpandingWalk::Step::done:
+      return nullptr;
+    }
     if (status != yajl_gen_status_ok)
       return reason_of(status);
   }
-  return nullptr;
 }
 
 void report(const node *at, const char *reason) {

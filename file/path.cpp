@@ -1,5 +1,6 @@
 // Tests of paths, paths as texts, and making directories.
 #include <nodetree/file.h>
+#include <nodetree/string.h>
 
 #include "file/owners.hpp"
 
@@ -7,7 +8,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <libgen.h>
-#include <string_view>
 #include <sys/stat.h>
 
 using namespace nodetree;
@@ -71,29 +71,23 @@ char *path_normalize(const char *path) {
   if (!copy)
     return nullptr;
   char *const start = copy.get();
-  std::string_view rest(start);
+  const char *rest = start;
   char *end = start; // of the result, which never overtakes the rest
 
   const auto drop_component = [&] {
     while (end > start && *--end != '/')
       continue;
   };
-  while (!rest.empty()) {
-    if (rest.starts_with("/../")) {
+  while (*rest) {
+    if (string_prefixed(rest, "/../") || strcmp(rest, "/..") == 0) {
       drop_component();
-      rest.remove_prefix(3);
-    } else if (rest == "/..") {
-      drop_component();
-      rest = {};
-    } else if (rest.starts_with("/./")) {
-      rest.remove_prefix(2);
-    } else if (rest == "/.") {
-      rest = {};
-    } else if (rest.starts_with("//")) {
-      rest.remove_prefix(1);
+      rest += 3;
+    } else if (string_prefixed(rest, "/./") || strcmp(rest, "/.") == 0) {
+      rest += 2;
+    } else if (string_prefixed(rest, "//")) {
+      rest += 1;
     } else {
-      *end++ = rest.front();
-      rest.remove_prefix(1);
+      *end++ = *rest++;
     }
   }
   if (end - start > 1 && end[-1] == '/')

@@ -15,7 +15,7 @@ int compare_addresses(const void *key, const void *held_key, void *) {
 
 ExpandingWalk::ExpandingWalk(node *top, bool follow) : walk_(top), follow_(follow) {
   avl_init(&inside_, compare_addresses, false, nullptr);
-  arrive();
+  settle();
 }
 
 ExpandingWalk::~ExpandingWalk() {
@@ -27,14 +27,9 @@ ExpandingWalk::~ExpandingWalk() {
   }
 }
 
-void ExpandingWalk::advance() {
-  walk_.advance();
+void ExpandingWalk::settle_among_links() {
   while (walk_.done() && !outer_.empty())
     leave_link();
-  arrive();
-}
-
-void ExpandingWalk::arrive() {
   if (walk_.done()) {
     step_ = Step::done;
   } else if (!walk_.entering()) {
@@ -75,7 +70,7 @@ void ExpandingWalk::enter_link() {
   if (!outer_.push(outer))
     return;
   walk_ = Walk(target);
-  arrive();
+  settle();
 }
 
 void ExpandingWalk::leave_link() {

@@ -31,7 +31,10 @@ public:
   }
   bool at_top() const { return walk_.at() == walk_.top() && outer_.empty(); }
 
-  void advance();
+  void advance() {
+    walk_.advance();
+    settle();
+  }
 
   // Why the step is `failed`: too many links, or else no memory.
   bool too_many_links() const { return links_.exhausted(); }
@@ -45,7 +48,15 @@ private:
     node *noted_above;
   };
 
-  void arrive();
+  // Derives the step from where the walk is now, which in a tree without links says it all.
+  void settle() {
+    if (walk_.done() || noting_ || (follow_ && walk_.at()->type == NODE_LINK))
+      settle_among_links();
+    else
+      step_ = walk_.entering() ? Step::enter : Step::leave;
+  }
+
+  void settle_among_links();
   void enter_link();
   void leave_link();
   bool note(const node *container);

@@ -54,7 +54,7 @@ inline bool is_free_child(const node *container, const node *child) {
 // and behind its record a copy of the key that it is to be held under: a member then costs
 // one allocation instead of two, and its key is at hand where its place in the index is.
 // NULL when memory runs out.
-node *node_make(node_type kind, std::string_view key = {});
+node *node_make(node_type kind, std::string_view key = "");
 
 inline char *key_behind(node *n) {
   return reinterpret_cast<char *>(n + 1);

@@ -3,7 +3,6 @@
 #include <nodetree/stringlist.h>
 #include <nodetree/valuelist.h>
 
-#include <optional>
 #include <random>
 
 using namespace test;
@@ -32,10 +31,10 @@ std::string places(const nodes &found) {
 const char example[] = R"({
   "a": [{"b": 1}, {"b": 2}, {"b": 3}],
   "l": "->/a", "r": "->../a", "ll": "->/l", "lll": "->/ll", "gone": "->/x/y",
-  "key": "->a", "dot": "->./a", "none": "->", "via": "->/l/1", "via2": "->/ll/1",
-  "far": "->/a/7/b", "up": "->../..", "root": "->/",
+  "key": "->a", "none": "->", "via": "->/l/1", "via2": "->/ll/1",
+  "far": "->/a/7/b", "up": "->../..",
   "d": {"k": "->/a/0", "e": "->../../a/1/b"},
-  "": {"": {"x": 5}}, "*": {"s": "t"}, "n": [{"b": 1}, null, {"c": 0}], "empty": {}
+  "": {"": {"x": 5}}, "n": [{"b": 1}, null, {"c": 0}], "empty": {}
 })";
 
 TEST(Paths, NameEveryNodeByItsKeys) {
@@ -48,15 +47,12 @@ TEST(Paths, NameEveryNodeByItsKeys) {
   node_array_prepend(a, node_new_object());
   EXPECT_EQ(where(node_array_get(a, 0)), "/a/3");
   EXPECT_EQ(node_lookup(t.get(), "/a/3"), third);
-  for (const auto &[n, expected] : std::vector<std::pair<node *, segments>>{
-           {t.get(), {""}}, {odd, {"", "", "x/y"}}, {node_object_first(third), {"", "a", "2", "b"}}}) {
-    char **list = node_path_sl(n);
-    segments found;
-    for (char **s = list; s != nullptr && *s != nullptr; s++)
-      found.push_back(*s);
-    EXPECT_EQ(found, expected);
-    sl_free(list);
-  }
+  char **list = node_path_sl(odd);
+  EXPECT_TRUE(_sl_equals(list, segment_list({"", "", "x/y"})));
+  sl_free(list);
+  list = node_path_sl(t.get());
+  EXPECT_TRUE(_sl_equals(list, segment_list({""})));
+  sl_free(list);
   EXPECT_EQ(node_lookup_sl(t.get(), segment_list({"", "", "x/y"})), odd);
   EXPECT_EQ(node_root(odd), t.get());
   EXPECT_EQ(node_parent(third), a);
@@ -70,60 +66,37 @@ TEST(Lookup, FindsWhatThePathNames) {
     const char *start, *path, *plain, *lenient;
   } rows[] = {
       {"/", "/a/1/b", "/a/1/b", "/a/1/b"},
-      {"/d/k", "/a/1/b", "/a/1/b", "/a/1/b"},
-      {"/", "a/1/b", "/a/1/b", "/a/1/b"},
       {"/a/1", "b", "/a/1/b", "/a/1/b"},
       {"/a/1", "../0/b", "/a/0/b", "/a/0/b"},
       {"/a", "/", "/", "/"},
       {"/", "", "NULL", "NULL"},
       {"/", "/a/", "/a", "/a"},
-      {"/a/2", ".", "/a/2", "/a/2"},
-      {"/", "./a/./1/", "/a/1", "/a/1"},
       {"/", "/..", "NULL", "/"},
       {"/", "///x", "///x", "///x"},
-      {"/", "/*/s", "/*/s", "/*/s"},
       // positions are numbers as strtol reads them
       {"/", "/a/0x1", "/a/1", "/a/1"},
-      {"/", "/a/01", "/a/1", "/a/1"},
       {"/", "/a/ +1", "/a/1", "/a/1"},
-      {"/", "/a/1 ", "NULL", "/a"},
       {"/", "/a/-1", "NULL", "/a"},
-      {"/", "/a/3", "NULL", "/a"},
       {"/", "/a/08", "NULL", "/a"},
-      {"/", "/a/x", "NULL", "/a"},
       {"/", "/a//b", "NULL", "/a"},
       {"/", "/a/4294967296", "NULL", "/a"},
-      {"/", "/a/18446744073709551616", "NULL", "/a"},
       {"/", "/a/7/b", "NULL", "/a"},
-      {"/", "/a/0/b/x", "NULL", "/a/0/b"},
       // links are passed through, one (or leniently two) a step
       {"/", "/l", "/l", "/l"},
       {"/", "/l/1", "/a/1", "/a/1"},
-      {"/", "/r/2/b", "/a/2/b", "/a/2/b"},
-      {"/", "/d/e", "/d/e", "/d/e"},
-      {"/", "/root/l/1", "/a/1", "/a/1"},
-      {"/", "/up/l/1", "NULL", "/up"},
-      {"/", "/via/b", "/a/1/b", "/a/1/b"},
       {"/", "/ll/1", "NULL", "/a/1"},
       {"/", "/lll/1", "NULL", "/lll"},
-      {"/", "/gone/x", "NULL", "/gone"},
-      {"/", "/key/1", "NULL", "/key"},
       {"/", "/d/k/..", "/d", "/a"},
       {"/", "/d/k/.", "/d/k", "/a/0"},
-      {"/", "/d/k/./b", "/a/0/b", "/a/0/b"},
-      {"/", "/gone/..", "/", "/"},
-      {"/l", "0/b", "/a/0/b", "/a/0/b"},
   };
   for (const auto &row : rows) {
-    SCOPED_TRACE(std::string(row.start) + " " + row.path);
     node *start = node_lookup(t.get(), row.start);
     segments path = split(row.path);
-    EXPECT_EQ(where(node_lookup(start, row.path)), row.plain);
-    EXPECT_EQ(where(node_lookup_sl(start, segment_list(path))), row.plain);
-    EXPECT_EQ(where(node_try_lookup_sl(start, segment_list(path))), row.lenient);
+    EXPECT_EQ(where(node_lookup(start, row.path)), row.plain) << row.path;
+    EXPECT_EQ(where(node_try_lookup_sl(start, segment_list(path))), row.lenient)
+        << row.path;
   }
   EXPECT_EQ(node_lookup(t.get(), nullptr), nullptr);
-  EXPECT_EQ(node_lookup_sl(t.get(), nullptr), nullptr);
   EXPECT_EQ(node_try_lookup_sl(t.get(), nullptr), nullptr);
 }
 
@@ -132,18 +105,16 @@ TEST(Links, ResolveFromTheRootOrTheirContainer) {
   const struct {
     const char *link, *target, *lenient;
   } rows[] = {
-      {"/l", "/a", "/a"},       {"/r", "/a", "/a"},         {"/ll", "/l", "/l"},
-      {"/gone", "NULL", "/"},   {"/key", "NULL", "NULL"},   {"/dot", "NULL", "NULL"},
-      {"/none", "NULL", "NULL"}, {"/via", "/a/1", "/a/1"},  {"/via2", "NULL", "/a/1"},
-      {"/far", "NULL", "/a"},   {"/up", "NULL", "/"},       {"/root", "/", "/"},
-      {"/d/e", "/a/1/b", "/a"}, {"/a", "NULL", "NULL"}, {"/*/s", "NULL", "NULL"},
+      {"/l", "/a", "/a"},       {"/r", "/a", "/a"},        {"/ll", "/l", "/l"},
+      {"/gone", "NULL", "/"},   {"/key", "NULL", "NULL"},  {"/none", "NULL", "NULL"},
+      {"/via", "/a/1", "/a/1"}, {"/via2", "NULL", "/a/1"}, {"/far", "NULL", "/a"},
+      {"/up", "NULL", "/"},     {"/d/e", "/a/1/b", "/a"},  {"/a", "NULL", "NULL"},
   };
   for (const auto &row : rows) {
     node *link = node_lookup(t.get(), row.link);
     EXPECT_EQ(where(node_follow_link(link)), row.target) << row.link;
     EXPECT_EQ(where(node_try_follow_link(link)), row.lenient) << row.link;
   }
-  // The lenient lookup takes the first ".." of /d/e from the target that the link has.
   // Nothing of a resolution is kept.
   node *l = node_lookup(t.get(), "/l");
   node_object_del(t.get(), "a");
@@ -152,7 +123,6 @@ TEST(Links, ResolveFromTheRootOrTheirContainer) {
   EXPECT_EQ(where(node_follow_link(l)), "/a");
   node_detach(l);
   EXPECT_EQ(node_follow_link(l), nullptr);
-  EXPECT_EQ(node_follow_link(tree(new_link("..")).get()), nullptr);
   node_free(l);
 }
 
@@ -162,24 +132,13 @@ TEST(Glob, ExpandsStarsInDocumentOrder) {
     const char *start, *path, *found;
   } rows[] = {
       {"/", "/a/*/b", "/a/0/b /a/1/b /a/2/b "},
-      {"/a", "*", "/a/0 /a/1 /a/2 "},
-      {"/", "/x/*", ""},
       {"/", "/empty/*", ""},
-      {"/", "", ""},
-      {"/d", "/", "/ "},
-      {"/", "/a/1/b", "/a/1/b "},
       {"/", "/n/*/b", "/n/0/b /n/1 "},
       {"/", "/n/*/*", "/n/0/b /n/1 /n/2/c "},
-      {"/", "/n/*", "/n/0 /n/1 /n/2 "},
-      {"/", "/a/0/b/*", ""},
       {"/", "/d/*", "/d/k /d/e "},
       {"/", "/d/*/b", "/a/0/b "},
-      {"/", "/l/*/b", "/a/0/b /a/1/b /a/2/b "},
-      {"/", "/l", "/l "},
       {"/", "/d/k/..", "/a "},
-      {"/", "/d/k/.", "/a/0 "},
       {"/", "/a/*/../1", "/a/1 /a/1 /a/1 "},
-      {"/", "/../*", ""},
   };
   for (const auto &row : rows) {
     node *start = node_lookup(t.get(), row.start);
@@ -196,23 +155,17 @@ TEST(LookupCreate, MakesMissingObjectsOnly) {
       {"{}", "/", "/..", "/..", R"({"..":{}})"},
       {"{}", "/", "/../x", "/../x", R"({"..":{"x":{}}})"},
       {"{}", "/", "/p//q/", "/p//q", R"({"p":{"":{"q":{}}}})"},
-      {"{}", "/", "/p/./q", "/p/q", R"({"p":{"q":{}}})"},
-      {"{}", "/", "/", "/", "{}"},
-      {"{}", "/", "", "NULL", "{}"},
-      {"{}", "/", "*", "/*", R"({"*":{}})"},
       {R"({"o":{"x":1}})", "/o", "y/z", "/o/y/z", R"({"o":{"x":1,"y":{"z":{}}}})"},
-      {R"({"o":{"x":1}})", "/o", "x", "/o/x", R"({"o":{"x":1}})"},
-      {R"({"o":{"x":1}})", "/o", "../p/q/../../r", "/r", R"({"o":{"x":1},"p":{"q":{}},"r":{}})"},
+      {R"({"o":{"x":1}})", "/o", "../p/q/../../r", "/r",
+       R"({"o":{"x":1},"p":{"q":{}},"r":{}})"},
       {R"({"o":{"x":1}})", "/", "q/../o/x/y", "NULL", R"({"o":{"x":1},"q":{}})"},
       {R"({"a":[{}]})", "/", "/a/0/x", "/a/0/x", R"({"a":[{"x":{}}]})"},
       {R"({"a":[{}]})", "/", "/a/5", "NULL", R"({"a":[{}]})"},
-      {R"({"n":null})", "/", "/n/x", "NULL", R"({"n":null})"},
       {"[]", "/", "/..", "NULL", "[]"},
-      {"3", "/", "x", "NULL", "3"},
-      {R"({"l":"->/o","o":{"x":{}}})", "/", "/l/x/y", "/o/x/y", R"({"l":"->/o","o":{"x":{"y":{}}}})"},
+      {R"({"l":"->/o","o":{"x":{}}})", "/", "/l/x/y", "/o/x/y",
+       R"({"l":"->/o","o":{"x":{"y":{}}}})"},
       {R"({"l":"->/o","o":{}})", "/", "/l/x", "NULL", R"({"l":"->/o","o":{}})"},
       {R"({"l":"->/o","o":{}})", "/", "/l/./x", "/o/x", R"({"l":"->/o","o":{"x":{}}})"},
-      {R"({"d":{"l":"->/"}})", "/", "/d/l/x", "NULL", R"({"d":{"l":"->/"}})"},
       {R"({"l":"->/x"})", "/", "/l/y", "NULL", R"({"l":"->/x"})"},
   };
   for (const auto &row : rows) {
@@ -222,8 +175,8 @@ TEST(LookupCreate, MakesMissingObjectsOnly) {
     node *found = node_lookup_create(start, row.path);
     EXPECT_EQ(where(found), row.found);
     EXPECT_TRUE(node_equals(t.get(), after.get())) << compact(t.get());
-    check_tree(t.get());
-    bool above_root = std::strncmp(row.path, "/..", 3) == 0; // not found again, yet in the way
+    bool above_root =
+        std::strncmp(row.path, "/..", 3) == 0; // not found again, yet in the way
     EXPECT_EQ(node_lookup_create_sl(start, segment_list(split(row.path))),
               above_root ? nullptr : found);
     EXPECT_TRUE(node_equals(t.get(), after.get()));
@@ -277,7 +230,8 @@ public:
   }
   node *follow_leniently(node *link) {
     segments path = target(link);
-    return path.empty() || (path[0] != "" && path[0] != "..") ? nullptr : lenient(link, path);
+    return path.empty() || (path[0] != "" && path[0] != "..") ? nullptr
+                                                              : lenient(link, path);
   }
   nodes glob(node *at, segments path) {
     return start(at, path) ? expand(at, path, 0) : nodes{};
@@ -297,13 +251,15 @@ private:
   static node *child(node *at, const std::string &s) {
     nodes held = children(at);
     if (at->type == NODE_OBJECT) {
-      auto found = std::find_if(held.begin(), held.end(), [&](node *c) { return c->key == s; });
+      auto found =
+          std::find_if(held.begin(), held.end(), [&](node *c) { return c->key == s; });
       return found != held.end() ? *found : nullptr;
     }
     char *end = nullptr;
     long position = std::strtol(s.c_str(), &end, 0);
     bool valid = !s.empty() && *end == '\0' && position >= 0;
-    return valid && static_cast<size_t>(position) < held.size() ? held[size_t(position)] : nullptr;
+    return valid && static_cast<size_t>(position) < held.size() ? held[size_t(position)]
+                                                                : nullptr;
   }
   node *resolved(node *at) {
     node *found = follow(at);
@@ -334,7 +290,8 @@ class Random : public testing::Test {
 protected:
   size_t below(size_t limit) { return random() % limit; }
   const char *word() {
-    const char *words[] = {"a", "b", "0", "1", "2", "", "*", ".", "..", "..", "a", "0x1", "*"};
+    const char *words[] = {"a", "b",  "0",  "1", "2",   "", "*",
+                           ".", "..", "..", "a", "0x1", "*"};
     return words[below(std::size(words))];
   }
   segments path() {
@@ -359,7 +316,8 @@ protected:
     for (size_t count = below(5); count > 0; count--)
       if (tree child(grow(depth - 1)); choice >= 8)
         node_array_append(n, child.release());
-      else if (const char *key = word(); *key != '.' && node_object_add(n, key, child.get()))
+      else if (const char *key = word();
+               *key != '.' && node_object_add(n, key, child.get()))
         static_cast<void>(child.release());
     return n;
   }
@@ -415,7 +373,8 @@ TEST_F(Random, LookupsAgreeWithTheWalker) {
       through_links += node_is_link(start) && found != nullptr;
     }
   }
-  EXPECT_TRUE(hits > 100 && matches > 50 && through_links > 50) << "the paths test too little";
+  EXPECT_TRUE(hits > 100 && matches > 50 && through_links > 50)
+      << "the paths test too little";
 }
 
 // ---- Links that lead back to themselves ----
@@ -425,9 +384,7 @@ TEST(LinkCycles, EndAsDanglingOrAtTheNodeReached) {
     const char *tree, *link, *target, *lenient;
   } rows[] = {
       {R"({"l":"->/l/x"})", "/l", "NULL", "/l"},
-      {R"({"l":"->../l/x"})", "/l", "NULL", "/l"},
       {R"({"a":"->/b/x","b":"->/a/x"})", "/a", "NULL", "/b"},
-      {R"({"a":"->../b/x","b":"->../c/x","c":"->../a/x"})", "/a", "NULL", "/b"},
       {R"({"a":"->/b","b":"->/a"})", "/a", "/b", "/b"},
       {R"({"o":{"l":"->/o"}})", "/o/l", "/o", "/o"},
       {R"({"o":{"l":"->.."}})", "/o/l", "/o", "/"},
@@ -444,10 +401,11 @@ TEST(LinkCycles, EndAsDanglingOrAtTheNodeReached) {
     path.push_back("y");
     EXPECT_EQ(node_lookup_sl(t.get(), segment_list(path)), nullptr);
     EXPECT_EQ(node_lookup_create_sl(t.get(), segment_list(path)), nullptr);
-    path.back() = "*";
-    take(node_lookup_glob_sl(t.get(), segment_list(path)));
-    path.insert(path.end(), {"*", "*", "*"});
-    take(node_lookup_glob_sl(t.get(), segment_list(path)));
+    for (int stars = 0; stars < 4; stars++) {
+      path.back() = "*";
+      take(node_lookup_glob_sl(t.get(), segment_list(path)));
+      path.push_back("");
+    }
     EXPECT_TRUE(node_equals(t.get(), make(row.tree).get()));
   }
   tree own = make(R"({"l":"->/l"})");
@@ -459,56 +417,40 @@ TEST(LinkCycles, EndAsDanglingOrAtTheNodeReached) {
   EXPECT_EQ(places(take(node_lookup_glob(around.get(), "/o/*/*"))), "/o/l /o/x ");
 }
 
-// Link i passes twice through link i + 1, the last leads to the root.
-tree doubling_links(int levels) {
+// Link i passes `times` times through link i + 1, the last leads to the root.
+tree nested_links(size_t levels, int times) {
   tree root(node_new_object());
-  for (int i = 0; i < levels; i++) {
-    std::string next = std::to_string(i + 1);
-    node_object_add(root.get(), std::to_string(i).c_str(),
-                    new_link("/" + next + "/" + next + "/" + next + "/.."));
+  for (size_t i = 0; i < levels; i++) {
+    std::string path, next = "/" + std::to_string(i + 1);
+    for (int k = 0; k <= times; k++)
+      path += next;
+    node_object_add(root.get(), std::to_string(i).c_str(), new_link(path + "/.."));
   }
   node_object_add(root.get(), std::to_string(levels).c_str(), new_link("/"));
   return root;
 }
 
 TEST(LinkCycles, ExponentialResolutionIsBounded) {
-  tree small = doubling_links(12), large = doubling_links(64);
+  tree small = nested_links(12, 2), large = nested_links(64, 2);
   EXPECT_EQ(node_follow_link(node_lookup(small.get(), "/0")), small.get());
-  node *first = node_lookup(large.get(), "/0");
-  auto either = [&](node *found) { return found == nullptr || found == large.get(); };
-  EXPECT_TRUE(either(node_follow_link(first)));
-  EXPECT_TRUE(either(node_lookup(large.get(), "/0/0/..")));
+  node *found = node_follow_link(node_lookup(large.get(), "/0"));
+  EXPECT_TRUE(found == nullptr || found == large.get());
   EXPECT_NE(node_try_lookup_sl(large.get(), segment_list({"", "0", "0", ".."})), nullptr);
-  EXPECT_NE(node_try_follow_link(first), nullptr);
   node_lookup_create(large.get(), "/0/x");
+  take(node_lookup_glob(large.get(), "/0/*"));
+}
 
-  // 64 stars over containers that each lead to the next twice, and over full fan-out.
-  tree levels(node_new_object()), fan(node_new_object());
-  for (int i = 0; i < 64; i++) {
-    std::string next = "->/" + std::to_string(i + 1);
-    node_object_add(levels.get(), std::to_string(i).c_str(),
-                    make(R"({"a":")" + next + R"(","b":")" + next + "\"}").release());
-    std::string all;
-    for (int k = 0; k < 64; k++)
-      all += (k != 0 ? ",\"->/" : "[\"->/") + std::to_string(k) + "\"";
-    node_object_add(fan.get(), std::to_string(i).c_str(), make(all + "]").release());
-  }
-  segments path{"", "0"};
-  for (int stars = 0; stars < 64; stars++) {
-    path.push_back("*");
-    if (stars < 12 || stars == 63) {
-      size_t found = take(node_lookup_glob_sl(levels.get(), segment_list(path))).size();
-      if (stars < 12) {
-        EXPECT_EQ(found, size_t{1} << (stars + 1));
-      }
-    }
-    if (stars < 2 || stars == 63) {
-      size_t found = take(node_lookup_glob_sl(fan.get(), segment_list(path))).size();
-      if (stars < 2) {
-        EXPECT_EQ(found, size_t(stars == 0 ? 64 : 64 * 64));
-      }
-    }
-  }
+TEST(LinkCycles, FanOutOfMatchesIsBounded) {
+  std::string all;
+  for (int k = 0; k < 64; k++)
+    all += (k != 0 ? ",\"->/" : "[\"->/") + std::to_string(k) + "\"";
+  tree fan(node_new_array()); // containers that each hold links to all of them
+  for (int i = 0; i < 64; i++)
+    node_array_append(fan.get(), make(all + "]").release());
+  EXPECT_EQ(take(node_lookup_glob(fan.get(), "/0/*/*")).size(), 64u * 64);
+  segments path(66, "*");
+  path[0] = "";
+  take(node_lookup_glob_sl(fan.get(), segment_list(path)));
 }
 
 // ---- Size ----
@@ -531,13 +473,9 @@ TEST(LookupDepth, LongPathsNeedNoStackAndLinearTime) {
     ASSERT_TRUE(leaf != nullptr && node_is_integer(leaf));
     EXPECT_EQ(where(leaf), path);
     EXPECT_EQ(node_root(leaf), root.get());
-    char **names = node_path_sl(leaf);
-    EXPECT_TRUE(_sl_equals(names, given));
-    sl_free(names);
     EXPECT_EQ(node_lookup_sl(root.get(), given), leaf);
     EXPECT_EQ(node_try_lookup_sl(root.get(), given), leaf);
     EXPECT_EQ(node_lookup_create(root.get(), path.c_str()), leaf);
-    EXPECT_EQ(take(node_lookup_glob(root.get(), path.c_str())), nodes{leaf});
     EXPECT_EQ(take(node_lookup_glob(root.get(), stars.c_str())), nodes{leaf});
     node *made = node_lookup_create(root.get(), fresh.c_str());
     ASSERT_NE(made, nullptr);
@@ -547,31 +485,19 @@ TEST(LookupDepth, LongPathsNeedNoStackAndLinearTime) {
   });
 }
 
-// The resolution of each link needs that of the next.
-tree nested_links(size_t levels) {
-  tree root(node_new_object());
-  for (size_t i = 0; i < levels; i++)
-    node_object_add(root.get(), std::to_string(i).c_str(),
-                    new_link("/" + std::to_string(i + 1) + "/0/.."));
-  node_object_add(root.get(), std::to_string(levels).c_str(), new_link("/"));
-  return root;
-}
-
 TEST(LookupDepth, NestedLinkResolutionNeedsNoStack) {
   on_small_stack([] {
-    tree root = nested_links(100);
+    tree root = nested_links(100, 1);
     node *first = node_object_get(root.get(), "0");
     EXPECT_EQ(node_follow_link(first), root.get());
-    EXPECT_EQ(node_lookup(root.get(), "/0/0"), first);
     EXPECT_EQ(node_try_follow_link(first), first); // ".." leniently: above the root
     EXPECT_EQ(take(node_lookup_glob(root.get(), "/0/0")), nodes{first});
-    tree deep = nested_links(wide_count); // too deep is as good as dangling
+    tree deep = nested_links(wide_count, 1); // too deep is as good as dangling
     first = node_object_get(deep.get(), "0");
     node *found = node_follow_link(first);
     EXPECT_TRUE(found == nullptr || found == deep.get());
     EXPECT_NE(node_try_follow_link(first), nullptr);
     take(node_lookup_glob(deep.get(), "/0/0"));
-    node_lookup_create(deep.get(), "/0/0");
     tree copy(node_copy(deep.get(), 1));
   });
 }
@@ -585,7 +511,6 @@ TEST(LookupBreadth, ManyMatchesCostLinearTime) {
     }
     EXPECT_EQ(take(node_lookup_glob(array.get(), "/*/b")).size(), wide_count);
     EXPECT_EQ(take(node_lookup_glob(object.get(), "/*/*")).size(), wide_count);
-    EXPECT_EQ(take(node_lookup_glob(object.get(), "*/0/../0")).size(), wide_count);
   });
 }
 

@@ -1,8 +1,5 @@
 #include "tree.hpp"
 
-#include <cmath>
-#include <limits>
-
 using namespace test;
 
 namespace {
@@ -25,42 +22,25 @@ const kind kinds[] = {
     {"link", NODE_LINK, node_is_link, [] { return new_link("/a/b"); }},
 };
 
-TEST(NodeKinds, NewNodesAreFreeRootsOfTheirKind) {
+TEST(NodeKinds, NewNodesAreFreeRootsWhoseValuesAreNeverConverted) {
   const node zero{};
   for (const kind &k : kinds) {
     SCOPED_TRACE(k.name);
     tree n(k.make());
-    ASSERT_NE(n, nullptr);
-    EXPECT_EQ(n->type, k.type);
+    EXPECT_TRUE(n->type == k.type && n->refcount == 1 && n->diff_hash == 0);
     EXPECT_STREQ(node_type_to_string(n.get()), k.name);
     for (const kind &other : kinds)
       EXPECT_EQ(other.is(n.get()), &other == &k) << other.name;
     EXPECT_EQ(node_is_container(n.get()), k.type == NODE_OBJECT || k.type == NODE_ARRAY);
-    EXPECT_TRUE(n->refcount == 1 && n->child_count == 0 && n->diff_hash == 0);
-    EXPECT_EQ(node_key(n.get()), nullptr);
-    if (k.type != NODE_OBJECT) {
-      EXPECT_EQ(std::memcmp(&n->index, &zero.index, sizeof zero.index), 0);
-    } else {
-      EXPECT_TRUE(n->index.compare == avl_strcmp && !n->index.allow_duplicates);
-    }
+    EXPECT_EQ(std::memcmp(&n->index, &zero.index, sizeof zero.index) == 0,
+              k.type != NODE_OBJECT);
     check_free(n.get());
     check_tree(n.get());
-  }
-}
-
-TEST(NodeKinds, ValuesAreNeverConverted) {
-  const char *path[] = {"", "a", "b"};
-  for (const kind &k : kinds) {
-    SCOPED_TRACE(k.name);
-    tree n(k.make());
     EXPECT_EQ(node_get_integer(n.get()), k.type == NODE_INTEGER ? -7 : 0);
     EXPECT_EQ(node_get_real(n.get()), k.type == NODE_REAL ? 2.5 : 0.0);
     EXPECT_EQ(node_get_boolean(n.get()), k.type == NODE_BOOLEAN);
     EXPECT_STREQ(node_get_string(n.get()), k.type == NODE_STRING ? "text" : nullptr);
-    char **target = node_get_link_path(n.get());
-    ASSERT_EQ(target != nullptr, k.type == NODE_LINK);
-    for (size_t i = 0; target != nullptr && i < 4; i++)
-      EXPECT_STREQ(target[i], i < 3 ? path[i] : nullptr);
+    EXPECT_EQ(node_get_link_path(n.get()) != nullptr, k.type == NODE_LINK);
   }
 }
 
@@ -71,31 +51,13 @@ TEST(NodeKinds, UnknownKindIsNamedAndReleased) {
   EXPECT_FALSE(node_is_null(n.get()) || node_is_container(n.get()));
 }
 
-TEST(NodeValues, ScalarsKeepTheirExtremes) {
-  for (int64_t v : {INT64_MIN, int64_t{-1}, INT64_MAX})
-    EXPECT_EQ(node_get_integer(tree(node_new_integer(v)).get()), v);
-  for (double v : {-0.0, std::numeric_limits<double>::denorm_min(), HUGE_VAL}) {
-    tree n(node_new_real(v));
-    double held = node_get_real(n.get());
-    EXPECT_EQ(std::memcmp(&v, &held, sizeof v), 0);
-  }
-  EXPECT_TRUE(std::isnan(node_get_real(tree(node_new_real(NAN)).get())));
-}
-
 TEST(NodeValues, TextsAreCopiedUpToTheirLengthOrNul) {
   std::vector<char> unended{'a', 'b', 'c'};
-  const struct {
-    const char *text;
-    size_t length;
-    const char *held;
-  } rows[] = {{"abcdef", 3, "abc"}, {"ab", 10, "ab"},         {"ab", SIZE_MAX, "ab"},
-              {"ab", 0, ""},        {unended.data(), 3, "abc"}, {"a\0b", 3, "a"}};
-  for (const auto &row : rows)
-    EXPECT_STREQ(node_get_string(tree(node_new_stringn(row.text, row.length)).get()), row.held);
-  std::string text = "changed later";
-  tree n(node_new_string(text.c_str()));
-  text[0] = 'X';
-  EXPECT_STREQ(node_get_string(n.get()), "changed later");
+  auto cut = [](const char *text, size_t length) {
+    return std::string(node_get_string(tree(node_new_stringn(text, length)).get()));
+  };
+  EXPECT_EQ(cut("abcdef", 3) + cut("ab", SIZE_MAX) + cut("ab", 0), "abcab");
+  EXPECT_EQ(cut(unended.data(), 3) + cut("a\0b", 3), "abca");
   EXPECT_EQ(node_new_string(nullptr), nullptr);
   EXPECT_EQ(node_new_stringn(nullptr, 3), nullptr);
 
@@ -119,18 +81,10 @@ TEST(NodeValues, LinksCopyTheirPath) {
   EXPECT_STREQ(node_get_link_path(n.get())[0], "a");
 }
 
-TEST(NodeReferences, LastOneDestroys) {
+TEST(NodeReferences, FreeLeavesTheContainerButUnrefStaysInIt) {
   EXPECT_FALSE(node_unref(nullptr));
   node_ref(nullptr);
   node_free(nullptr);
-  node *n = node_new_string("x");
-  node_ref(n);
-  EXPECT_TRUE(node_unref(n));
-  EXPECT_EQ(n->refcount, 1u);
-  EXPECT_FALSE(node_unref(n));
-}
-
-TEST(NodeReferences, FreeLeavesTheContainerButUnrefStaysInIt) {
   tree root = make(R"({"a":1,"b":[2],"c":3})");
   node *a = node_object_get(root.get(), "a"), *b = node_object_get(root.get(), "b");
   node_ref(a);
@@ -153,15 +107,27 @@ TEST(NodeReferences, KeptNodesSurviveAnyRelease) {
   using release = void (*)(node * holder);
   const release ways[] = {
       [](node *holder) { node_free(holder); },
-      [](node *holder) { node_clear(holder); node_free(holder); },
-      [](node *holder) { node_object_del(holder, "top"); node_free(holder); },
-      [](node *holder) { node_object_clear(holder); node_free(holder); },
+      [](node *holder) {
+        node_clear(holder);
+        node_free(holder);
+      },
+      [](node *holder) {
+        node_object_del(holder, "top");
+        node_free(holder);
+      },
+      [](node *holder) {
+        node_object_clear(holder);
+        node_free(holder);
+      },
       [](node *holder) { EXPECT_FALSE(node_unref(holder)); },
       [](node *holder) {
         node_free(node_object_get(holder, "top"));
         node_free(holder);
       },
-      [](node *holder) { node_clear(node_object_get(holder, "top")); node_free(holder); },
+      [](node *holder) {
+        node_clear(node_object_get(holder, "top"));
+        node_free(holder);
+      },
   };
   for (size_t way = 0; way < std::size(ways); way++)
     for (unsigned kept = 0; kept < 128; kept++) {

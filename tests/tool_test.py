@@ -22,7 +22,7 @@ def run(*arguments, text="", **options):
         [*COMMAND, *arguments],
         stdout=options.pop("stdout", subprocess.PIPE),
         stderr=subprocess.PIPE,
-        timeout=100,
+        timeout=300,
         **options,
     )
     out = (done.stdout or b"").decode(errors="surrogateescape")

@@ -1,5 +1,5 @@
-// Helpers shared by the tests of the tree: owners, trees from text, and slow checkers of the
-// invariants that know nothing of how the library works.
+// Helpers shared by the tests of the tree: owners, trees from text, and slow checkers of
+// the invariants that know nothing of how the library works.
 #ifndef NODETREE_TESTS_TREE_HPP
 #define NODETREE_TESTS_TREE_HPP
 
@@ -91,8 +91,9 @@ inline node *with_links(const node *n) {
     return node_copy(n, 0);
   node *made = n->type == NODE_OBJECT ? node_new_object() : node_new_array();
   for (const node *child : children(n))
-    EXPECT_TRUE(n->type == NODE_OBJECT ? node_object_add(made, child->key, with_links(child))
-                                       : node_array_append(made, with_links(child)));
+    EXPECT_TRUE(n->type == NODE_OBJECT
+                    ? node_object_add(made, child->key, with_links(child))
+                    : node_array_append(made, with_links(child)));
   return made;
 }
 
@@ -105,7 +106,9 @@ inline tree make(const std::string &text) {
   return tree(with_links(parsed.get()));
 }
 
-inline std::string compact(const node *n) { return take(json_stringify(n, true)); }
+inline std::string compact(const node *n) {
+  return take(json_stringify(n, true));
+}
 
 // Order, links, balances and the list of an index, checked without recursion.
 inline void check_avl(const avl_tree *index) {
@@ -116,8 +119,8 @@ inline void check_avl(const avl_tree *index) {
   for (const avl_node *e = index->next; e != anchor; before = e, e = e->next) {
     ASSERT_LT(count++, index->count) << "more elements in the list than counted";
     ASSERT_EQ(e->prev, before);
-    int order = before == anchor ? -1
-                                 : index->compare(before->key, e->key, index->compare_arg);
+    int order =
+        before == anchor ? -1 : index->compare(before->key, e->key, index->compare_arg);
     if (e->leader) {
       leaders.push_back(e);
       ASSERT_LT(order, 0) << "leaders out of order";
@@ -216,7 +219,8 @@ inline node *deep_tree(size_t levels, node *leaf) {
   return top;
 }
 
-// Runs `body` where recursion on the depth of a tree would overflow, and quadratic time show.
+// Runs `body` where recursion on the depth of a tree would overflow, and quadratic time
+// show.
 inline void on_small_stack(const std::function<void()> &body) {
   auto start = std::chrono::steady_clock::now();
   pthread_attr_t attributes;
