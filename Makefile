@@ -2,6 +2,7 @@
 # installs the Debian packages that it needs and cannot find.
 
 JOBS ?= $(shell nproc)
+MAKEFLAGS += --no-print-directory
 PREFIX ?= /usr/local
 # JSON files for `make bench`; without any it makes its own input.
 FILES ?=

@@ -12,7 +12,7 @@ MAY_INCLUDE = {
     "stringstream": set(),
     "log": {"stringstream"},
     "valuelist": {"stringstream"},
-    "file": {"string", "stringlist", "avl", "log"},
+    "file": {"string", "stringlist", "avl", "log", "valuelist"},
     "node": {"string", "stringlist", "avl", "stringstream", "log", "valuelist"},
 }
 MAY_INCLUDE["codec"] = set(MAY_INCLUDE)

@@ -18,9 +18,6 @@ struct GeneratorFree {
 };
 using Generator = std::unique_ptr<std::remove_pointer_t<yajl_gen>, GeneratorFree>;
 
-// Beside the generator's own refusals.
-constexpr auto unknown_kind = static_cast<yajl_gen_status>(-1);
-
 yajl_gen_status write_text(yajl_gen generator, const char *text) {
   return yajl_gen_string(generator, reinterpret_cast<const unsigned char *>(text),
                          std::strlen(text));
@@ -45,7 +42,7 @@ yajl_gen_status write_value(yajl_gen generator, const node *n) {
   case NODE_LINK: // met only where it is dangling
     return yajl_gen_null(generator);
   }
-  return unknown_kind;
+  return yajl_gen_in_error_state; // an unknown kind, as the report will tell
 }
 
 yajl_gen_status write_entered(yajl_gen generator, const ExpandingWalk &walk) {
@@ -63,10 +60,12 @@ yajl_gen_status write_left(yajl_gen generator, const node *container) {
                                         : yajl_gen_array_close(generator);
 }
 
+constexpr const char *too_deep = "nested more than 127 levels deep";
+
 const char *reason_of(yajl_gen_status status) {
   switch (status) {
   case yajl_max_depth_exceeded:
-    return "nested too deep";
+    return too_deep;
   case yajl_gen_invalid_number:
     return "a real that is not finite";
   default:
@@ -100,13 +99,9 @@ const char *write_tree(yajl_gen generator, ExpandingWalk &walk) {
   }
 }
 
-void report(const node *at, const char *reason) {
-  if (at->type > NODE_LINK) {
-    log_msg(LOG_ERR, "Unhandled node type for JSON stringify: %s", node_type_to_string(at));
-    return;
-  }
-  char *path = node_path(at);
-  log_msg(LOG_ERR, "Failed to stringify JSON: %s at %s", reason, path ? path : "?");
+void report(const node *n, const char *reason) {
+  char *path = node_path(n);
+  log_msg(LOG_ERR, "Failed to stringify JSON: %s: %s", path ? path : "?", reason);
   std::free(path);
 }
 
@@ -134,7 +129,11 @@ char *json_stringify(const node *n, bool compact) {
     failure = write_tree(generator.get(), walk);
   }
   if (failure) {
-    report(walk.at(), failure);
+    if (walk.at()->type > NODE_LINK)
+      log_msg(LOG_ERR, "Unhandled node type for JSON stringify: %s",
+              node_type_to_string(walk.at()));
+    else
+      report(failure == too_deep ? n : walk.at(), failure);
     return nullptr;
   }
   return take_text(generator.get());

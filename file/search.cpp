@@ -3,7 +3,7 @@
 #include <nodetree/file.h>
 #include <nodetree/string.h>
 
-#include "node/stack.hpp"
+#include "valuelist/stack.hpp"
 
 #include <cerrno>
 #include <climits>

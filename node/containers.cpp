@@ -1,7 +1,7 @@
 #include "avl/avl_internal.hpp"
-#include "node/label.hpp"
 #include "node/node_internal.hpp"
 
+#include <charconv>
 #include <cstring>
 
 using namespace nodetree;
@@ -37,6 +37,17 @@ node *element_at(const node *array, size_t index) {
   return node_of(entry);
 }
 
+// Gives the child a label: the number of elements before it came. There is none when memory
+// runs out.
+void set_label(node *child, std::size_t number) {
+  constexpr std::size_t short_labels = 10000000; // those of up to seven digits
+  char digits[24];
+  char *label = number < short_labels ? key_behind(child) : digits;
+  char *limit = number < short_labels ? label + key_room : digits + sizeof digits;
+  *std::to_chars(label, limit, number).ptr = '\0';
+  child->key = label == digits ? strdup(digits) : label;
+}
+
 bool is_inside(const node *n, const node *container) {
   while (n && n != container)
     n = n->parent;
@@ -57,7 +68,7 @@ bool object_add_with_key(node *object, char *key, node *child) {
 }
 
 void array_append_free(node *array, node *child) {
-  child->key = label_new(array->child_count);
+  set_label(child, array->child_count);
   link_last(array, child);
 }
 
@@ -74,10 +85,17 @@ node *node_container_next(const node *, const node *child) {
 bool node_object_add(node *object, const char *key, node *child) {
   if (!object || !key || object->type != NODE_OBJECT || !is_free_child(object, child))
     return false;
-  char *copy = strdup(key);
-  if (copy && object_add_with_key(object, copy, child))
+  std::size_t size = std::strlen(key) + 1;
+  char *own = key_behind(child);
+  if (size > key_room)
+    own = static_cast<char *>(std::malloc(size));
+  if (!own)
+    return false;
+  std::memmove(own, key, size);
+  if (object_add_with_key(object, own, child))
     return true;
-  std::free(copy);
+  if (own != key_behind(child))
+    std::free(own);
   return false;
 }
 
@@ -133,7 +151,7 @@ bool node_array_append(node *array, node *child) {
 bool node_array_prepend(node *array, node *child) {
   if (!array || array->type != NODE_ARRAY || !is_free_child(array, child))
     return false;
-  child->key = label_new(array->child_count);
+  set_label(child, array->child_count);
   link_child(array, child, &array->value.children);
   return true;
 }

@@ -49,7 +49,7 @@ node *node_copy(const node *n, int links) {
   for (; walk.step() != ExpandingWalk::Step::done; walk.advance()) {
     if (walk.step() == ExpandingWalk::Step::failed)
       return nullptr;
-    if (walk.step() == ExpandingWalk::Step::leave)
+    if (container && walk.step() == ExpandingWalk::Step::leave)
       container = container->parent;
     if (walk.step() != ExpandingWalk::Step::enter)
       continue;

@@ -3,8 +3,8 @@
 #define NODETREE_NODE_EXPAND_HPP
 
 #include "node/links.hpp"
-#include "node/stack.hpp"
 #include "node/walk.hpp"
+#include "valuelist/stack.hpp"
 
 namespace nodetree {
 
@@ -29,7 +29,7 @@ public:
   node *place() const {
     return walk_.at() == walk_.top() && !outer_.empty() ? outer_.back().link : walk_.at();
   }
-  bool at_top() const { return walk_.at() == walk_.top() && outer_.empty(); }
+  bool at_top() const { return place() == top_; }
 
   void advance() {
     walk_.advance();
@@ -63,6 +63,7 @@ private:
   bool note_upward(node *container, node *&noted_above);
   void forget(const node *container);
 
+  node *top_;
   Walk walk_;
   bool follow_;
   Step step_ = Step::enter;

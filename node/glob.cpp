@@ -1,6 +1,6 @@
 #include "node/links.hpp"
 #include "node/segments.hpp"
-#include "node/stack.hpp"
+#include "valuelist/stack.hpp"
 
 using namespace nodetree;
 

@@ -1,5 +1,6 @@
 #include "node/node_internal.hpp"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstring>
 #include <nodetree/stringlist.h>
@@ -16,10 +17,12 @@ void make_container(node *n, node_type kind) {
 }
 
 node *node_make(node_type kind, std::string_view key) {
-  auto *n = static_cast<node *>(std::calloc(1, sizeof(node) + key.size() + 1));
+  std::size_t size = sizeof(node) + std::max(key_room, key.size() + 1);
+  auto *n = static_cast<node *>(std::calloc(1, size));
   if (!n)
     return nullptr;
-  std::memcpy(key_behind(n), key.data(), key.size());
+  if (!key.empty())
+    std::memcpy(key_behind(n), key.data(), key.size());
   n->refcount = 1;
   n->type = kind;
   if (is_container(n))

@@ -50,18 +50,26 @@ inline bool is_free_child(const node *container, const node *child) {
   return child && !child->parent && child != container;
 }
 
-// A node of the kind with one reference and no value yet (an empty one, for a container),
-// and behind its record a copy of the key that it is to be held under: a member then costs
-// one allocation instead of two, and its key is at hand where its place in the index is.
-// NULL when memory runs out.
-node *node_make(node_type kind, std::string_view key = "");
+// Keys stand behind the record where they can: a member then costs one allocation instead
+// of two, an element never one for its label, and a key is at hand where its place in the
+// index is. What rounding leaves of a record's block holds any key of up to seven bytes; a
+// record that is made for a longer one has more room.
+constexpr std::size_t key_room = 8;
 
 inline char *key_behind(node *n) {
   return reinterpret_cast<char *>(n + 1);
 }
 
+// A node of the kind with one reference and no value yet (an empty one, for a container),
+// and behind it the key that it is to be held under. NULL when memory runs out.
+node *node_make(node_type kind, std::string_view key = "");
+
 // Releases the node's key wherever it stands.
-void release_key(node *n);
+inline void release_key(node *n) {
+  if (n->key != key_behind(n))
+    std::free(n->key);
+  n->key = nullptr;
+}
 
 // Makes the node an empty container of the kind; what it held before is gone already.
 void make_container(node *n, node_type kind);

@@ -1,5 +1,4 @@
 // References, and what happens when the last one goes.
-#include "node/label.hpp"
 #include "node/walk.hpp"
 
 #include <nodetree/stringlist.h>
@@ -7,13 +6,6 @@
 using namespace nodetree;
 
 namespace nodetree {
-
-void release_key(node *n) {
-  if (n->key != key_behind(n) && !label_is_shared(n->key))
-    std::free(n->key);
-  n->key = nullptr;
-}
-
 namespace {
 
 void release_value(node *n) {

@@ -96,8 +96,7 @@ TEST_F(Avl, RotationsGiveTheDescribedShapes) {
       {{2, 1, 3, 4}, {1}, "3(2,4)"},
       {{3, 1, 4, 2}, {4}, "2(1,3)"},
       {{2, 1, 4, 3}, {1}, "3(2,4)"},
-      {{5, 2, 8, 1, 3, 7, 10, 4, 6, 9, 11, 12}, {1}, "8(5(3(2,4),7(6,)),10(9,11(,12)))"},
-  };
+      {{5, 2, 8, 1, 3, 7, 10, 4, 6, 9, 11, 12}, {1}, "8(5(3(2,4),7(6,)),10(9,11(,12)))"}};
   for (const auto &row : rows) {
     avl_init(&tree, compare_ints, false, nullptr);
     for (int key : row.inserted)

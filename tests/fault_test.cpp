@@ -116,11 +116,11 @@ TEST(Fault, StringListsGrowOrStay) {
        "a b c d "},
       {[](char **list) { return sl_append_printf(list, "%s%d", "c", 1); }, "a b c1 "},
   };
-  for (const auto &[grow, grown] : cases) {
-    for_each_failure([grow, grown] {
+  for (const auto &row : cases) {
+    for_each_failure([&row] {
       char **list = list_of({"a", "b"});
-      char **result = grow(list);
-      if (joined(result) != grown) { // failed, and the old list is the caller's still
+      char **result = row.grow(list);
+      if (joined(result) != row.grown) { // failed, and the old list is the caller's still
         EXPECT_TRUE(fault::injected());
         EXPECT_TRUE(result == nullptr || result == list) << joined(result);
         EXPECT_EQ(joined(list), "a b ");
@@ -128,8 +128,8 @@ TEST(Fault, StringListsGrowOrStay) {
       }
       sl_free(result);
     });
-    for_each_failure([grow, grown] { // from nothing
-      expect_list(StringList(grow(nullptr)).get(), grown + strlen("a b "));
+    for_each_failure([&row] { // from nothing
+      expect_list(StringList(row.grow(nullptr)).get(), row.grown + strlen("a b "));
     });
   }
 }
@@ -146,10 +146,10 @@ TEST(Fault, StringListsAreMadeOrNot) {
       {[](char *const *list) { return sl_copyn(list, 2); }, "a b "},
   };
   const StringList list(list_of({"a", "b", "c"}));
-  for (const auto &[make, made] : cases) {
+  for (const auto &row : cases) {
     for_each_failure(
-        [&, make = make, made = made] {
-          expect_list(StringList(make(list.get())).get(), made);
+        [&] {
+          expect_list(StringList(row.make(list.get())).get(), row.made);
           EXPECT_EQ(joined(list.get()), "a b c ");
         },
         2);
@@ -371,38 +371,31 @@ TEST(Fault, ContainersTakeAChildOrLeaveIt) {
   for_each_failure([] {
     const Tree object = tree_of(R"({"a":1})");
     Tree child = tree_of("[2]");
-    if (node_object_add(object.get(), "b", child.get())) {
+    if (node_object_add(object.get(), "a longer key", child.get())) {
       EXPECT_EQ(node_parent(child.release()), object.get());
-      EXPECT_EQ(json_of(object.get()), R"({"a":1,"b":[2]})");
+      EXPECT_EQ(json_of(object.get()), R"({"a":1,"a longer key":[2]})");
       return;
     }
     EXPECT_TRUE(fault::injected());
     EXPECT_EQ(node_parent(child.get()), nullptr);
     EXPECT_EQ(node_key(child.get()), nullptr);
-    EXPECT_EQ(node_object_get(object.get(), "b"), nullptr);
+    EXPECT_EQ(node_object_get(object.get(), "a longer key"), nullptr);
     EXPECT_EQ(json_of(object.get()), R"({"a":1})");
   });
-  // Labels of long arrays are allocated; one that cannot be had does not keep an element
-  // out.
-  std::string many = "[0";
-  for (int i = 1; i < 5000; ++i) {
-    many += ",0";
-  }
-  many += ']';
-  const Tree array = tree_of(many.c_str());
   for (const auto add : {node_array_append, node_array_prepend}) {
-    for_each_failure([&] {
-      node *child = tree_of("1").release();
-      ASSERT_TRUE(add(array.get(), child));
-      EXPECT_EQ(child, node_array_get(array.get(), add == node_array_append ? 5000 : 0));
-      EXPECT_TRUE(node_key(child) != nullptr || fault::injected());
-      node_free(child);
-      EXPECT_EQ(node_array_count(array.get()), 5000U);
-    });
+    for_each_failure( // not even a label that cannot be had keeps an element out
+        [add] {
+          const Tree array = tree_of("[0]");
+          node *child = tree_of("1").release();
+          ASSERT_TRUE(add(array.get(), child));
+          EXPECT_EQ(json_of(array.get()), add == node_array_append ? "[0,1]" : "[1,0]");
+          EXPECT_TRUE(node_key(child) != nullptr || fault::injected());
+        },
+        0);
   }
 }
 
-// Objects, an array, shared labels, and links to a leaf, to a container and to nothing.
+// Objects, an array, and links to a leaf, to a container and to nothing.
 Tree sample() {
   Tree tree = tree_of(R"({"a":{"b":[10,{"c":"text"},null]},"d":2.5,"e":true})");
   const Granted granted;

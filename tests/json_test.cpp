@@ -57,18 +57,15 @@ const struct {
      "{\n\t\"z\\n\": \"\\u0001\\u001F\\\"\\\\\\b\\f\\n\\r\\t\"\n}\n"},
     {R"([-9223372036854775807,9223372036854775807,-0.0,1e+22,1.0,100.25])",
      "[\n\t-9223372036854775807,\n\t9223372036854775807,\n\t-0.0,\n\t1e+22,\n\t1.0,\n\t100."
-     "25\n]\n"},
-};
+     "25\n]\n"}};
 
 TEST(JsonText, IsExactInBothLayouts) {
   for (const auto &row : documents) {
     tree t(json_parse_string(row.compact));
     ASSERT_NE(t, nullptr) << row.compact;
-    check_free(t.get());
     check_tree(t.get());
     EXPECT_EQ(compact(t.get()), row.compact);
     EXPECT_EQ(take(json_stringify(t.get(), false)), row.indented);
-    EXPECT_TRUE(node_equals_json(t.get(), row.indented));
   }
   EXPECT_EQ(compact(tree(node_new_integer(INT64_MIN)).get()), "-9223372036854775808");
   for (double v : {0.1, 1.0 / 3, 1e300, 5e-324, std::numeric_limits<double>::max(), 1e16}) {
@@ -82,53 +79,28 @@ TEST(JsonText, IsExactInBothLayouts) {
 TEST(JsonText, EscapesAndBytesAreTakenAsTheyAre) {
   const struct {
     const char *json, *bytes, *written;
-  } rows[] = {
-      {R"("\u00e4\u20ac\ud83d\ude00")", "ä€😀", "\"ä€😀\""},
-      {R"("\/\"\\\b\f\n\r\t")", "/\"\\\b\f\n\r\t", R"("/\"\\\b\f\n\r\t")"},
-      {R"("one\u0000two")", "one", "\"one\""},
-      {"\"\xff\xc3(\x80\"", "\xff\xc3(\x80", "\"\xff\xc3(\x80\""},
-  };
+  } rows[] = {{R"("\u00e4\u20ac\ud83d\ude00")", "ä€😀", "\"ä€😀\""},
+              {R"("\/\"\\\b\f\n\r\t")", "/\"\\\b\f\n\r\t", R"("/\"\\\b\f\n\r\t")"},
+              {R"("one\u0000two")", "one", "\"one\""},
+              {"\"\xff\xc3(\x80\"", "\xff\xc3(\x80", "\"\xff\xc3(\x80\""}};
   for (const auto &row : rows) {
-    tree value(json_parse_string(row.json));
-    ASSERT_NE(value, nullptr) << row.json;
-    EXPECT_STREQ(node_get_string(value.get()), row.bytes);
-    EXPECT_EQ(compact(value.get()), row.written);
-    tree named(json_parse_string(("{" + std::string(row.json) + ":1}").c_str()));
-    ASSERT_NE(named, nullptr) << row.json;
-    EXPECT_STREQ(node_object_first(named.get())->key, row.bytes);
-    EXPECT_EQ(compact(named.get()), "{" + std::string(row.written) + ":1}");
+    std::string json = row.json, written = row.written;
+    tree t(json_parse_string(("{" + json + ":" + json + "}").c_str()));
+    ASSERT_NE(t, nullptr) << row.json;
+    EXPECT_STREQ(node_object_first(t.get())->key, row.bytes);
+    EXPECT_STREQ(node_get_string(node_object_first(t.get())), row.bytes);
+    EXPECT_EQ(compact(t.get()), "{" + written + ":" + written + "}");
   }
 }
 
-TEST(JsonNumbers, AreIntegersOrReals) {
-  const struct {
-    const char *text;
-    int64_t value;
-  } integers[] = {{"42", 42},
-                  {"-0", 0},
-                  {"9223372036854775807", INT64_MAX},
-                  {"-9223372036854775807", -INT64_MAX}};
-  for (const auto &row : integers) {
-    tree n(json_parse_string(row.text));
-    ASSERT_TRUE(n != nullptr && node_is_integer(n.get())) << row.text;
-    EXPECT_EQ(node_get_integer(n.get()), row.value);
-  }
-  const struct {
-    const char *text;
-    double value;
-  } reals[] = {{"1.0", 1.0},
-               {"1E2", 100.0},
-               {"-2.5e-1", -0.25},
-               {"1e-400", 0.0},
-               {"-0.0", -0.0},
-               {"0.1", 0x1.999999999999ap-4},
-               {"1.7976931348623157e308", 0x1.fffffffffffffp1023}};
-  for (const auto &row : reals) {
-    tree n(json_parse_string(row.text));
-    ASSERT_TRUE(n != nullptr && node_is_real(n.get())) << row.text;
-    EXPECT_EQ(node_get_real(n.get()), row.value);
-    EXPECT_EQ(std::signbit(node_get_real(n.get())), std::signbit(row.value));
-  }
+TEST(JsonText, NumbersAreIntegersOrReals) {
+  const char *rows[][2] = {{"42", "42"},       {"-0", "0"},          {"1.0", "1.0"},
+                           {"1E2", "100.0"},   {"-2.5e-1", "-0.25"}, {"1e-400", "0.0"},
+                           {"-1e-400", "-0.0"}};
+  for (const auto &[read, written] : rows)
+    EXPECT_EQ(compact(tree(json_parse_string(read)).get()), written) << read;
+  tree largest(json_parse_string("1.7976931348623157e308"));
+  EXPECT_EQ(node_get_real(largest.get()), std::numeric_limits<double>::max());
 }
 
 TEST(JsonErrors, AreReportedToTheLetter) {
@@ -141,7 +113,7 @@ TEST(JsonErrors, AreReportedToTheLetter) {
       {" \t\r\n", incomplete},
       {"/* open", incomplete},
       {"nul", incomplete},
-      {"1 2", incomplete}, // only the end shows the second number
+      {"1 2", incomplete},
       {"9223372036854775808", incomplete},
       {"1 []", wrong + "parse error: trailing garbage\n"},
       {"[1,]", wrong + "parse error: unallowed token at this point in JSON text\n"},
@@ -158,8 +130,7 @@ TEST(JsonErrors, AreReportedToTheLetter) {
                           "which it may not.\n"},
       {"[1.]", wrong + "lexical error: malformed number, a digit is required after the "
                        "decimal point.\n"},
-      {"\xef\xbb\xbf[]", wrong + "lexical error: "},
-  };
+      {"\xef\xbb\xbf[]", wrong + "lexical error: "}};
   for (const auto &row : rows) {
     SCOPED_TRACE(row.text);
     log_capture log;
@@ -179,20 +150,15 @@ TEST(JsonErrors, EveryTruncationIsIncomplete) {
       R"({"a":[1,-2.5e1,"x\u00e4\n",true,null,{}],/*c*/"b":{"c":false},"d":[[]]})";
   for (size_t length = 0; length < text.size(); length++) {
     log_capture log;
-    std::vector<char> exact(text.begin(),
-                            text.begin() + static_cast<std::ptrdiff_t>(length));
-    EXPECT_EQ(tree(json_parse_buffer(exact.data(), length)), nullptr) << length;
+    EXPECT_EQ(tree(json_parse_buffer(text.data(), length)), nullptr) << length;
     EXPECT_EQ(log.text(), incomplete) << length;
   }
-  tree whole(json_parse_buffer(text.data(), text.size()));
-  EXPECT_EQ(compact(whole.get()),
-            R"({"a":[1,-25.0,"xä\n",true,null,{}],"b":{"c":false},"d":[[]]})");
+  EXPECT_NE(tree(json_parse_buffer(text.data(), text.size())), nullptr);
 }
 
 TEST(JsonText, CommentsStandWhereWhiteSpaceMay) {
   for (const char *text :
-       {"/* */[1,{\"a\":2}]", "[1,{\"a\":2}]//", "[1,{\"a\":2}]\n// end\n\n",
-        "[/***/1//x\n,/* , */{//{\n\"a\"/**/:/*:*/2}/* ] */]/**/"})
+       {"[1,{\"a\":2}]//", "/**/[/***/1//x\n,/*,*/{//{\n\"a\"/**/:/*:*/2}]//x\n"})
     EXPECT_EQ(compact(tree(json_parse_string(text)).get()), R"([1,{"a":2}])") << text;
 }
 
@@ -241,12 +207,8 @@ TEST_F(Stream, ChunksOfAnySizeGiveTheSameTrees) {
     Stream::delivered.clear();
     json_stream_free(stream);
     stream = json_stream_new(keep, this);
-    for (size_t at = 0; at < all.size(); at += size) {
-      std::vector<char> chunk(
-          all.begin() + static_cast<std::ptrdiff_t>(at),
-          all.begin() + static_cast<std::ptrdiff_t>(std::min(at + size, all.size())));
-      ASSERT_TRUE(json_stream_parse(stream, chunk.data(), chunk.size()));
-    }
+    for (size_t at = 0; at < all.size(); at += size)
+      ASSERT_TRUE(feed(all.substr(at, size)));
     EXPECT_EQ(delivered, expected) << size;
   }
 }
@@ -282,7 +244,7 @@ class German : public testing::Test {
 protected:
   void SetUp() override {
     ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr) << "is LOCPATH set?";
-    german = newlocale(LC_ALL_MASK, "de_DE.UTF-8", nullptr);
+    german = duplocale(LC_GLOBAL_LOCALE);
     plain = newlocale(LC_ALL_MASK, "C", nullptr);
     ASSERT_TRUE(german != nullptr && plain != nullptr);
   }
@@ -367,8 +329,7 @@ TEST(JsonLinks, AreWrittenAsWhatTheyLeadTo) {
       {R"({"a":"->/b/x","b":"->/a/x"})", "/", R"({"a":null,"b":null})"},
       {R"({"o":{"l":"->/o"}})", "/", "NULL"},
       {R"({"o":{"p":["->/"]}})", "/o/p", "NULL"},
-      {R"({"a":{"to":"->/b"},"b":{"to":"->/a"}})", "/", "NULL"},
-  };
+      {R"({"a":{"to":"->/b"},"b":{"to":"->/a"}})", "/", "NULL"}};
   for (const auto &row : rows) {
     log_capture log;
     tree t = make(row.source);
@@ -395,20 +356,18 @@ TEST(JsonText, FailsWhereThereIsNone) {
   tree odd = make("[1,{\"a\":2}]");
   node_lookup(odd.get(), "/1/a")->type = static_cast<node_type>(8);
   tree chain = levels(128, true), twice = levels(64, true);
-  std::vector<tree> rows;
-  for (double v : {double(NAN), HUGE_VAL, -HUGE_VAL}) {
-    rows.emplace_back(node_new_real(v));
-    rows.emplace_back(make("{\"a\":[1]}"));
-    node_array_append(node_lookup(rows.back().get(), "/a"), node_new_real(v));
-  }
-  rows.push_back(levels(128, false));
+  tree deep = levels(128, false), rows[] = {make("[{}]"), make("[{}]"), make("[{}]")};
   std::vector<const node *> failing{odd.get(), node_object_get(twice.get(), "1"),
-                                    chain.get()};
-  for (const tree &t : rows)
-    failing.push_back(t.get());
+                                    chain.get(), deep.get()};
+  for (size_t i = 0; i < 3; i++) {
+    const double values[] = {NAN, HUGE_VAL, -HUGE_VAL};
+    node_object_add(node_array_first(rows[i].get()), "v", node_new_real(values[i]));
+    failing.push_back(rows[i].get());
+    failing.push_back(node_lookup(rows[i].get(), "/0/v"));
+  }
   for (const node *n : failing) {
     log_capture log;
-    EXPECT_EQ(json_stringify(n, n == odd.get()), nullptr);
+    EXPECT_EQ(json_stringify(n, n != odd.get()), nullptr);
     EXPECT_EQ(log.text().rfind("ERROR: ", 0), 0u);
     if (n == odd.get()) {
       EXPECT_EQ(log.text(), "ERROR: Unhandled node type for JSON stringify: unknown\n");
@@ -442,14 +401,11 @@ protected:
 
 TEST_F(JsonFile, HoldsExactlyTheText) {
   std::string path = folder + "/f";
-  for (const auto &row : documents) {
-    tree t(json_parse_string(row.compact));
-    for (bool dense : {false, true}) { // the shorter text replaces the longer
-      EXPECT_TRUE(json_stringify_filename(path.c_str(), t.get(), dense));
-      EXPECT_EQ(content(), dense ? row.compact : row.indented);
-      tree read(json_parse_filename(path.c_str()));
-      EXPECT_TRUE(node_equals(read.get(), t.get())) << row.compact;
-    }
+  tree t = make(R"({"a":[1]})");
+  for (bool dense : {false, true}) { // the shorter text replaces the longer
+    EXPECT_TRUE(json_stringify_filename(path.c_str(), t.get(), dense));
+    EXPECT_EQ(content(), dense ? R"({"a":[1]})" : "{\n\t\"a\": [\n\t\t1\n\t]\n}\n");
+    EXPECT_TRUE(node_equals(tree(json_parse_filename(path.c_str())).get(), t.get()));
   }
 }
 

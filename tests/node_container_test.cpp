@@ -212,8 +212,7 @@ TEST(Iterate, VisitsTheRootAndThenTheLeavesInDocumentOrder) {
       {R"({"a":[1,2],"b":{}})", "/a", "/a /a/0 /a/1 "},
       {R"([[[]],[[{"x":[null,"->/0"]}]],3])", "/", "/ /0/0 /1/0/0/x/0 /1/0/0/x/1 /2 "},
       {R"([[[]],[[{"x":[null,"->/0"]}]],3])", "/1/0", "/1/0 /1/0/0/x/0 /1/0/0/x/1 "},
-      {"7", "/", "/ "},
-  };
+      {"7", "/", "/ "}};
   for (const auto &row : rows) {
     tree t = make(row.tree);
     node *root = node_lookup(t.get(), row.root);

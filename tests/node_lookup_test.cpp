@@ -64,31 +64,27 @@ TEST(Lookup, FindsWhatThePathNames) {
   tree t = make(example);
   const struct {
     const char *start, *path, *plain, *lenient;
-  } rows[] = {
-      {"/", "/a/1/b", "/a/1/b", "/a/1/b"},
-      {"/a/1", "b", "/a/1/b", "/a/1/b"},
-      {"/a/1", "../0/b", "/a/0/b", "/a/0/b"},
-      {"/a", "/", "/", "/"},
-      {"/", "", "NULL", "NULL"},
-      {"/", "/a/", "/a", "/a"},
-      {"/", "/..", "NULL", "/"},
-      {"/", "///x", "///x", "///x"},
-      // positions are numbers as strtol reads them
-      {"/", "/a/0x1", "/a/1", "/a/1"},
-      {"/", "/a/ +1", "/a/1", "/a/1"},
-      {"/", "/a/-1", "NULL", "/a"},
-      {"/", "/a/08", "NULL", "/a"},
-      {"/", "/a//b", "NULL", "/a"},
-      {"/", "/a/4294967296", "NULL", "/a"},
-      {"/", "/a/7/b", "NULL", "/a"},
-      // links are passed through, one (or leniently two) a step
-      {"/", "/l", "/l", "/l"},
-      {"/", "/l/1", "/a/1", "/a/1"},
-      {"/", "/ll/1", "NULL", "/a/1"},
-      {"/", "/lll/1", "NULL", "/lll"},
-      {"/", "/d/k/..", "/d", "/a"},
-      {"/", "/d/k/.", "/d/k", "/a/0"},
-  };
+  } rows[] = {{"/", "/a/1/b", "/a/1/b", "/a/1/b"},
+              {"/a/1", "b", "/a/1/b", "/a/1/b"},
+              {"/a/1", "../0/b", "/a/0/b", "/a/0/b"},
+              {"/a", "/", "/", "/"},
+              {"/", "", "NULL", "NULL"},
+              {"/", "/a/", "/a", "/a"},
+              {"/", "/..", "NULL", "/"},
+              {"/", "///x", "///x", "///x"},
+              {"/", "/a/0x1", "/a/1", "/a/1"},
+              {"/", "/a/ +1", "/a/1", "/a/1"},
+              {"/", "/a/-1", "NULL", "/a"},
+              {"/", "/a/08", "NULL", "/a"},
+              {"/", "/a//b", "NULL", "/a"},
+              {"/", "/a/4294967296", "NULL", "/a"},
+              {"/", "/a/7/b", "NULL", "/a"},
+              {"/", "/l", "/l", "/l"},
+              {"/", "/l/1", "/a/1", "/a/1"},
+              {"/", "/ll/1", "NULL", "/a/1"},
+              {"/", "/lll/1", "NULL", "/lll"},
+              {"/", "/d/k/..", "/d", "/a"},
+              {"/", "/d/k/.", "/d/k", "/a/0"}};
   for (const auto &row : rows) {
     node *start = node_lookup(t.get(), row.start);
     segments path = split(row.path);
@@ -108,8 +104,7 @@ TEST(Links, ResolveFromTheRootOrTheirContainer) {
       {"/l", "/a", "/a"},       {"/r", "/a", "/a"},        {"/ll", "/l", "/l"},
       {"/gone", "NULL", "/"},   {"/key", "NULL", "NULL"},  {"/none", "NULL", "NULL"},
       {"/via", "/a/1", "/a/1"}, {"/via2", "NULL", "/a/1"}, {"/far", "NULL", "/a"},
-      {"/up", "NULL", "/"},     {"/d/e", "/a/1/b", "/a"},  {"/a", "NULL", "NULL"},
-  };
+      {"/up", "NULL", "/"},     {"/d/e", "/a/1/b", "/a"},  {"/a", "NULL", "NULL"}};
   for (const auto &row : rows) {
     node *link = node_lookup(t.get(), row.link);
     EXPECT_EQ(where(node_follow_link(link)), row.target) << row.link;
@@ -130,16 +125,14 @@ TEST(Glob, ExpandsStarsInDocumentOrder) {
   tree t = make(example);
   const struct {
     const char *start, *path, *found;
-  } rows[] = {
-      {"/", "/a/*/b", "/a/0/b /a/1/b /a/2/b "},
-      {"/", "/empty/*", ""},
-      {"/", "/n/*/b", "/n/0/b /n/1 "},
-      {"/", "/n/*/*", "/n/0/b /n/1 /n/2/c "},
-      {"/", "/d/*", "/d/k /d/e "},
-      {"/", "/d/*/b", "/a/0/b "},
-      {"/", "/d/k/..", "/a "},
-      {"/", "/a/*/../1", "/a/1 /a/1 /a/1 "},
-  };
+  } rows[] = {{"/", "/a/*/b", "/a/0/b /a/1/b /a/2/b "},
+              {"/", "/empty/*", ""},
+              {"/", "/n/*/b", "/n/0/b /n/1 "},
+              {"/", "/n/*/*", "/n/0/b /n/1 /n/2/c "},
+              {"/", "/d/*", "/d/k /d/e "},
+              {"/", "/d/*/b", "/a/0/b "},
+              {"/", "/d/k/..", "/a "},
+              {"/", "/a/*/../1", "/a/1 /a/1 /a/1 "}};
   for (const auto &row : rows) {
     node *start = node_lookup(t.get(), row.start);
     EXPECT_EQ(places(take(node_lookup_glob(start, row.path))), row.found) << row.path;
@@ -166,8 +159,7 @@ TEST(LookupCreate, MakesMissingObjectsOnly) {
        R"({"l":"->/o","o":{"x":{"y":{}}}})"},
       {R"({"l":"->/o","o":{}})", "/", "/l/x", "NULL", R"({"l":"->/o","o":{}})"},
       {R"({"l":"->/o","o":{}})", "/", "/l/./x", "/o/x", R"({"l":"->/o","o":{"x":{}}})"},
-      {R"({"l":"->/x"})", "/", "/l/y", "NULL", R"({"l":"->/x"})"},
-  };
+      {R"({"l":"->/x"})", "/", "/l/y", "NULL", R"({"l":"->/x"})"}};
   for (const auto &row : rows) {
     SCOPED_TRACE(std::string(row.tree) + " " + row.path);
     tree t = make(row.tree), after = make(row.after);
@@ -382,15 +374,13 @@ TEST_F(Random, LookupsAgreeWithTheWalker) {
 TEST(LinkCycles, EndAsDanglingOrAtTheNodeReached) {
   const struct {
     const char *tree, *link, *target, *lenient;
-  } rows[] = {
-      {R"({"l":"->/l/x"})", "/l", "NULL", "/l"},
-      {R"({"a":"->/b/x","b":"->/a/x"})", "/a", "NULL", "/b"},
-      {R"({"a":"->/b","b":"->/a"})", "/a", "/b", "/b"},
-      {R"({"o":{"l":"->/o"}})", "/o/l", "/o", "/o"},
-      {R"({"o":{"l":"->.."}})", "/o/l", "/o", "/"},
-      {R"({"o":{"l":"->/o/l/l/l/x","x":1}})", "/o/l", "NULL", "/o/l"},
-      {R"({"o":{"l":"->/o","m":"->/o/l/l/m/l/x"}})", "/o/m", "NULL", "/o/m"},
-  };
+  } rows[] = {{R"({"l":"->/l/x"})", "/l", "NULL", "/l"},
+              {R"({"a":"->/b/x","b":"->/a/x"})", "/a", "NULL", "/b"},
+              {R"({"a":"->/b","b":"->/a"})", "/a", "/b", "/b"},
+              {R"({"o":{"l":"->/o"}})", "/o/l", "/o", "/o"},
+              {R"({"o":{"l":"->.."}})", "/o/l", "/o", "/"},
+              {R"({"o":{"l":"->/o/l/l/l/x","x":1}})", "/o/l", "NULL", "/o/l"},
+              {R"({"o":{"l":"->/o","m":"->/o/l/l/m/l/x"}})", "/o/m", "NULL", "/o/m"}};
   for (const auto &row : rows) {
     SCOPED_TRACE(row.tree);
     tree t = make(row.tree);
@@ -490,7 +480,7 @@ TEST(LookupDepth, NestedLinkResolutionNeedsNoStack) {
     tree root = nested_links(100, 1);
     node *first = node_object_get(root.get(), "0");
     EXPECT_EQ(node_follow_link(first), root.get());
-    EXPECT_EQ(node_try_follow_link(first), first); // ".." leniently: above the root
+    EXPECT_EQ(where(node_try_follow_link(first)), "/1"); // ".." leniently: above the root
     EXPECT_EQ(take(node_lookup_glob(root.get(), "/0/0")), nodes{first});
     tree deep = nested_links(wide_count, 1); // too deep is as good as dangling
     first = node_object_get(deep.get(), "0");
