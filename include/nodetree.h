@@ -36,8 +36,10 @@
  *     levels deep is built, walked, copied and released on a small stack.
  * 11. Cost. A function whose comment names no cost takes constant time, apart from copying
  *     the texts it is given. n is the number of children, elements or bytes at hand.
- * 12. Links. Every operation that follows link nodes ends: a chain of links that leads back
- * to itself counts as dangling, and one call follows at most 1,000,000 links.
+ * 12. Links. Every operation that follows link nodes ends. A link whose path passes through
+ *     itself does not resolve; nor does one whose path needs another link's target first,
+ *     which needs another's, and so on through more than 256. One call follows at most
+ *     1,000,000 links.
  */
 #ifndef NODETREE_H
 #define NODETREE_H

@@ -6,10 +6,11 @@
  * below us refuses although it would fit. An object that repeats a name fails. Comments are
  * skipped. Bytes are not checked to be UTF-8. A text or name ends at an escaped NUL.
  *
- * Writing. Members are written in their order, a link as the value it leads to, a dangling
- * link as null. Trees that have no JSON form fail: containers nested more than 127 deep
- * (the links' targets counted in), a link that leads into a container being written, more
- * than 1,000,000 links, a real that is NaN or infinite. The reason is logged at LOG_ERR.
+ * Writing. Members are written in their order, a link as the value it leads to in the end,
+ * a dangling link as null. Trees that have no JSON form fail: containers nested more than
+ * 127 deep (the links' targets counted in), links that lead to each other in a circle or to
+ * a container that holds them, more than 1,000,000 links, a real that is NaN or infinite, a
+ * node of an unknown kind. The reason is logged at LOG_ERR.
  *
  * Parse failures are logged at LOG_ERR as "Failed to parse JSON: " and the reason.
  */

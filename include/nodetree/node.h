@@ -244,8 +244,8 @@ NODETREE_API node *node_lookup_sl(const node *start, char **path);
 
 /* The target of a link: its path looked up from the root when it begins with "", from the
    link when it begins with ".." (which leads to the link's own container). NULL for any
-   other path, a non-link, a target that does not exist, and a link whose resolution leads
-   back to itself. A target that is a link is returned as the link. */
+   other path, a non-link, a target that does not exist, and a path that passes through the
+   link itself. A target that is a link, even the same one, is returned as the link. */
 NODETREE_API node *node_follow_link(const node *n);
 
 /* The lenient lookup: where a step fails, the last node reached before it; NULL only for an
@@ -253,7 +253,8 @@ NODETREE_API node *node_follow_link(const node *n);
    stepped through. */
 NODETREE_API node *node_try_lookup_sl(const node *start, char **path);
 
-/* node_follow_link() by the lenient lookup. */
+/* node_follow_link() by the lenient lookup. For a path that begins with ".." this is exact
+   only where the link dangles: once it resolves, ".." applies to its target. */
 NODETREE_API node *node_try_follow_link(const node *n);
 
 /* All nodes that a glob path matches, as a new value list in document order; NULL for none
@@ -265,7 +266,8 @@ NODETREE_API void **node_lookup_glob_sl(const node *start, char **path);
 
 /* The node that a path names; members missing on the way are made, as empty objects. NULL
    where something other than an object would have to hold a new member, or memory runs out;
-   members made before that stay. ".." above the root makes a member of that name. */
+   members made before that stay. ".." above the root makes a member of that name, which no
+   path finds again: a second call gives NULL. */
 NODETREE_API node *node_lookup_create(node *start, const char *path);
 NODETREE_API node *node_lookup_create_sl(node *start, char **path);
 
@@ -274,9 +276,10 @@ NODETREE_API node *node_lookup_create_sl(node *start, char **path);
 
 /* A deep copy as a new root. NULL for NULL and for an unknown kind. With `links` 0 links
    stay links, with 1 each is replaced by a copy of what it leads to in the end; links that
-   lead nowhere, back to themselves or into a container that is just being copied are left
-   out, and so are all links with any other number. NULL, with nothing left behind, when
-   memory runs out or more than 1,000,000 links would have to be followed. */
+   lead nowhere, back to themselves or to a container that holds them (directly or through
+   the links they were reached by) are left out, and so are all links with any other number.
+   NULL, with nothing left behind, when memory runs out or more than 1,000,000 links would
+   have to be followed. */
 NODETREE_API node *node_copy(const node *n, int links);
 
 /* node_copy() that keeps links. */
