@@ -7,7 +7,7 @@ PREFIX ?= /usr/local
 # JSON files for `make bench`; without any it makes its own input.
 FILES ?=
 
-BUILD_PACKAGES = g++ cmake make pkg-config libyajl-dev
+BUILD_PACKAGES = g++ cmake make pkg-config libyajl-dev libpcre2-dev
 TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev locales python3 binutils
 LINT_PACKAGES = $(TEST_PACKAGES) clang-format clang-tidy
 BENCH_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev libjansson-dev libjson-c-dev libcjson-dev

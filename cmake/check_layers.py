@@ -15,7 +15,9 @@ MAY_INCLUDE = {
     "file": {"string", "stringlist", "avl", "log", "valuelist"},
     "node": {"string", "stringlist", "avl", "stringstream", "log", "valuelist"},
 }
-MAY_INCLUDE["codec"] = set(MAY_INCLUDE)
+MAY_INCLUDE["expr"] = {"string", "node"}
+MAY_INCLUDE["codec"] = set(MAY_INCLUDE) - {"expr"}
+MAY_INCLUDE["convert"] = {"stringlist", "log", "node"}
 HEADERS_OF = {"codec": ["json"]}  # families whose public headers have other names
 
 family_of_header = {

@@ -45,7 +45,9 @@
 #define NODETREE_H
 
 #include <nodetree/avl.h>
+#include <nodetree/convert.h>
 #include <nodetree/export.h>
+#include <nodetree/expr.h>
 #include <nodetree/file.h>
 #include <nodetree/json.h>
 #include <nodetree/log.h>

@@ -48,13 +48,13 @@ void set_label(node *child, std::size_t number) {
   child->key = label == digits ? strdup(digits) : label;
 }
 
+} // namespace
+
 bool is_inside(const node *n, const node *container) {
   while (n && n != container)
     n = n->parent;
   return n != nullptr;
 }
-
-} // namespace
 
 bool object_add_with_key(node *object, char *key, node *child) {
   Descent place = descend(object, key);
@@ -65,6 +65,16 @@ bool object_add_with_key(node *object, char *key, node *child) {
   avl_link(&object->index, &child->index_entry, place);
   link_last(object, child);
   return true;
+}
+
+bool move_member(node *object, node *child) {
+  avl_delete(&child->parent->index, &child->index_entry);
+  child->index_entry.key = nullptr;
+  unlink_child(child);
+  if (object_add_with_key(object, child->key, child))
+    return true;
+  release_key(child);
+  return false;
 }
 
 void array_append_free(node *array, node *child) {
@@ -126,18 +136,9 @@ void node_object_move_children(node *destination, node *source) {
   if (destination->type != NODE_OBJECT || source->type != NODE_OBJECT ||
       is_inside(destination, source))
     return;
-  for (node *child = first_child(source); child;) {
-    node *next = next_sibling(child);
-    child->index_entry.next = child->index_entry.prev = nullptr;
-    child->index_entry.key = nullptr;
-    unlink_child(child);
-    if (!object_add_with_key(destination, child->key, child)) {
-      release_key(child);
+  while (node *child = first_child(source))
+    if (!move_member(destination, child))
       node_unref(child);
-    }
-    child = next;
-  }
-  // The source's index still holds the members' old places; it goes as a whole.
   node_clear(source);
 }
 

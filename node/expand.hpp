@@ -36,6 +36,14 @@ public:
     settle();
   }
 
+  // Advances without visiting the children of the node that was just entered.
+  void pass() {
+    if (noting_ && is_container(walk_.at()))
+      forget(walk_.at());
+    walk_.pass();
+    settle();
+  }
+
   // Why the step is `failed`: too many links, or else no memory.
   bool too_many_links() const { return links_.exhausted(); }
 

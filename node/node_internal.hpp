@@ -103,6 +103,14 @@ inline void unlink_child(node *child) {
 // changed and the key is still the caller's.
 bool object_add_with_key(node *object, char *key, node *child);
 
+// Moves a member of another object to the end of this one, key and reference included.
+// False, with the child taken out all the same and without a key, when the object has the
+// key.
+bool move_member(node *object, node *child);
+
+// Whether `n` is `container` or lies below it. O(depth).
+bool is_inside(const node *n, const node *container);
+
 // Appends a free child to an array.
 void array_append_free(node *array, node *child);
 

@@ -295,6 +295,59 @@ NODETREE_API bool node_equals(const node *a, const node *b);
    parentheses. A line whose path cannot be allocated begins with "=". */
 NODETREE_API void node_fprint(const node *n, FILE *stream);
 
+/*
+ * ---- Merge and filter: edits of whole trees that move nodes instead of copying them ----
+ */
+
+/* Folds `source` into `target` and releases it as node_free() does. Members of two objects
+   are combined by key, recursively, new ones placed behind those of the target; elements of
+   two arrays are appended with new labels; any other value, null included, replaces the
+   target's. The target stays the same node in the same place. A source that somebody else
+   refers to is left null when it was a container or a string. Nothing happens, and the
+   source stays the caller's, when one is NULL or lies inside the other or they are the
+   same. A link whose path cannot be copied for want of memory leaves the value that it was
+   to replace. O(n log n) in the source and the depths. */
+NODETREE_API void node_merge(node *target, node *source);
+
+/* Cuts `tree` down in place. First, unless `include` is empty, all that its glob paths do
+   not match is dropped; kept subtrees stand where they stood, where a container above them
+   that was not itself matched is a new object, also where it was an array. Then what the
+   glob paths of `exclude` match is released; the top of the tree becomes null. Unless
+   `removed` is NULL, the absolute paths of all leaves dropped that are no empty containers
+   are appended to the list *removed, which may be NULL.
+
+   Patterns may overlap or match a node many times. A match that holds `tree` itself inside
+   it cannot be taken and is passed over by `include`. A tree that is no object becomes one
+   when something is included. When memory runs out, patterns find nothing: `include` then
+   drops, and `exclude` keeps, what they would have matched. O(n log n) in the tree and the
+   matches with their depths. */
+NODETREE_API void node_filter(node *tree, char **include, char **exclude, char ***removed);
+
+/*
+ * ---- Difference ----
+ */
+
+/* The sdbm hash of the bytes, continued from `seed`. O(length). */
+NODETREE_API uint32_t hash_sdbm(const void *data, size_t length, uint32_t seed);
+
+/* Computes and caches in diff_hash the hashes of the node and of all below it that have
+   none yet, and returns the node's: 0, which is never cached, for null, empty values and
+   links that lead nowhere or to a container that holds them. Nothing resets a hash when a
+   tree is changed: prepare trees that no longer change. When memory runs out, or more than
+   1,000,000 links would have to be followed, the hashes of the whole tree are dropped and 0
+   is returned. NULL gives 0. O(n), O(1) for a node that has its hash. */
+NODETREE_API uint32_t node_prepare_diff_hash(node *n);
+
+/* What differs in `to` from `from`, as a new tree; NULL for no difference. For two objects
+   or two arrays it is an object of the children that differ, by key or position; children
+   that only `from` has stand there as null, others as copies of those of `to` with links
+   resolved. Links are compared by what they lead to; a pair of links met again inside their
+   own comparison counts as equal, and so do links beyond the first 1,000,000. Nodes with
+   the same cached hash count as equal. An entry for which there is no memory is left out.
+   NULL with NULL gives NULL, NULL with a node a copy of the node or a null node. O(n log
+   n). */
+NODETREE_API node *node_diff(const node *from, const node *to);
+
 NODETREE_END
 
 #endif
