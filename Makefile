@@ -62,8 +62,9 @@ format:
 bench:
 	$(INSTALL_PACKAGES) $(BENCH_PACKAGES)
 	cmake --preset bench
-	cmake --build build/bench -j $(JOBS) --target nodetree_bench
+	cmake --build build/bench -j $(JOBS) --target nodetree_bench --target nodetree_bench_trees
 	build/bench/bench/nodetree_bench $(FILES)
+	build/bench/bench/nodetree_bench_trees
 
 coverage:
 	$(INSTALL_PACKAGES) $(TEST_PACKAGES) gcovr

@@ -94,11 +94,11 @@ private:
 
 class generator {
 public:
-  std::string run() {
+  std::string run(unsigned services) {
     out_.object([&] {
       out_.member("version", "3");
       out_.object("services", [&] {
-        for (unsigned i = 0; i < service_count; ++i)
+        for (unsigned i = 0; i < services; ++i)
           service(i);
       });
     });
@@ -106,8 +106,6 @@ public:
   }
 
 private:
-  static constexpr unsigned service_count = 420;
-
   unsigned below(unsigned limit) { return static_cast<unsigned>(random_() % limit); }
 
   std::string_view word() { return words[below(static_cast<unsigned>(words.size()))]; }
@@ -169,8 +167,8 @@ private:
 
 } // namespace
 
-std::string generate_configuration() {
-  return generator().run();
+std::string generate_configuration(unsigned services) {
+  return generator().run(services);
 }
 
 } // namespace bench

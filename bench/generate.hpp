@@ -4,8 +4,8 @@
 
 namespace bench {
 
-// A configuration file of a few hundred KB, the same at every call: nested objects, short
-// arrays, strings, integers, reals and booleans, indented.
-std::string generate_configuration();
+// A configuration file, the same at every call: nested objects, short arrays, strings,
+// integers, reals and booleans, indented. The default makes a few hundred KB.
+std::string generate_configuration(unsigned services = 420);
 
 } // namespace bench

@@ -1,29 +1,20 @@
 // Compares nodetree with other C libraries on the generated configuration file and on the
 // JSON files given as arguments. The machine's speed is not of interest, only the ratios;
 // so all measurements of a document are taken in turns and compared by their medians.
+#include "harness.hpp"
 #include "subject.hpp"
 #include "table.hpp"
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <list>
-#include <malloc.h>
 #include <string>
 #include <vector>
 
 namespace {
-
-// Memory stays in the heap once it has been got. Otherwise a large share of every time
-// would be the kernel's, for handing out and clearing pages, and would differ with what ran
-// before.
-void keep_heap() {
-  mallopt(M_MMAP_MAX, 0);
-  mallopt(M_TRIM_THRESHOLD, INT_MAX);
-}
 
 // Small documents are taken several times over, for the clock's sake.
 std::size_t batch_size(const bench::document &input) {
@@ -68,21 +59,11 @@ bool measure(const bench::document &input, bench::collector &results) {
   return complete && !results.failed();
 }
 
-// Google Benchmark's own options may be given too; the later one of two counts.
-std::vector<char *> with_defaults(int argc, char **argv) {
-  static char repetitions[] = "--benchmark_repetitions=15";
-  static char interleaving[] = "--benchmark_enable_random_interleaving=true";
-  static char min_time[] = "--benchmark_min_time=0.01";
-  std::vector<char *> result{argv[0], repetitions, interleaving, min_time};
-  result.insert(result.end(), argv + 1, argv + argc);
-  return result;
-}
-
 } // namespace
 
 int main(int argc, char **argv) {
-  keep_heap();
-  std::vector<char *> arguments = with_defaults(argc, argv);
+  bench::keep_heap();
+  std::vector<char *> arguments = bench::with_defaults(argc, argv);
   int count = static_cast<int>(arguments.size());
   benchmark::Initialize(&count, arguments.data());
 

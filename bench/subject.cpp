@@ -1,9 +1,9 @@
 #include "subject.hpp"
+#include "harness.hpp"
 
 #include <span>
 #include <stdexcept>
 #include <string>
-#include <time.h>
 #include <vector>
 
 namespace bench {
@@ -55,13 +55,6 @@ std::size_t lookup_all(const inputs &in) {
     }
   }
   return succeeded;
-}
-
-// The thread's own time: what the machine does besides does not count.
-std::chrono::nanoseconds now() {
-  timespec time{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-  return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
 } // namespace

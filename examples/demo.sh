@@ -1,5 +1,5 @@
 #!/bin/sh
-# Shows the nodetree program and one example at work on a service's configuration.
+# Shows the nodetree program and some examples at work on a service's configuration.
 # Usage: demo.sh BUILD_DIR
 set -eu
 
@@ -21,3 +21,8 @@ show "nodetree format -c service.json | cut -c 1-72"
 show "nodetree format service.json | nodetree format | nodetree get /users/0/roles/1"
 show "printf '{\"n\": 1} {\"n\": 2}' | nodetree get n"
 show "read_config service.json"
+show "nodetree eval '[\"range\", 1, 65535, \"/server/port\"]' service.json"
+show "nodetree filter -c --include /server --exclude /server/tls/key service.json"
+show "echo '{\"server\": {\"port\": 9443}}' | nodetree merge service.json - | nodetree get /server/port"
+show "echo '{\"server\": {\"port\": 9443}}' | nodetree merge service.json - | nodetree diff service.json - || echo status \$?"
+show "validate rules.json broken.json || echo status \$?"

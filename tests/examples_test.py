@@ -1,5 +1,6 @@
 """Runs the example programs. Usage: examples_test.py BUILD_FOLDER SOURCE_FOLDER [TOOL]"""
 
+import json
 import os
 import subprocess
 import sys
@@ -86,6 +87,52 @@ class Examples(unittest.TestCase):
         self.assertEqual((status, out), (1, "1 values, n adds up to 1\n"))
         self.assertIn("Failed to parse JSON", error)
 
+    def test_record(self):
+        status, out, error = run("record")
+        self.assertEqual((status, error), (0, ""))
+        self.assertIn('"passengers":8589934592,"stops":["B\u00fcrkliplatz","Rapperswil"]}', out)
+        told = "Bachtel (no remark): berth &3, in service &true, passengers &8589934592, "
+        self.assertIn(told + "stops [ B\u00fcrkliplatz, Rapperswil ]\n", out)
+        some = '{"name":"a","remark":"b","berth":null,"in_service":false,"stops":[]}'
+        printed = "a (b): berth NULL, in service &false, passengers NULL, stops [  ]\n"
+        self.assertEqual(run("record", some), (0, some + "\n" + printed, ""))
+        for text, reasons in [
+            ('{"name": "a", "berth": "two", "stops": ["b", 1]}', [
+                "/berth: Expected integer, got string.",
+                "/stops: Expected array of strings, got integer array element.",
+            ]),
+            ('{"name": null}', ["/name: Expected string, got null."]),
+            ("{}", ["no name"]),
+            ("{", ["Failed to parse JSON"]),
+        ]:
+            status, out, error = run("record", text)
+            self.assertEqual((status, out), (1, ""))
+            lines = error.splitlines()
+            self.assertEqual(len(lines), len(reasons), error)
+            for line, reason in zip(lines, reasons):
+                self.assertIn(reason, line)
+
+    def test_validate(self):
+        rules, broken = (os.path.join(SOURCE, "data", n) for n in ("rules.json", "broken.json"))
+        self.assertEqual(run("validate", rules, self.data), (0, "", ""))
+        status, out, error = run("validate", rules, broken)
+        self.assertEqual((status, error), (1, ""))
+        with open(rules, encoding="utf-8") as f:
+            expected = [
+                f"/{name}: is not true" if rule[0] != "assert" else f"/{name} (/): {rule[2]}"
+                for name, rule in json.load(f).items()
+            ]
+        self.assertEqual(out.splitlines(), expected)
+        for text, status, out, error in [
+            ('{"a": null, "b": 1, "c": ["frob"]}', 1,
+             "/a: is not true\n/c (/): Unknown expression operation: frob\n", ""),
+            ("[1]", 2, "", "expected an object of rules"),
+            ("", 2, "", "empty"),
+        ]:
+            got = run("validate", self.file(text), self.data)
+            self.assertEqual(got[:2], (status, out))
+            self.assertIn(error, got[2])
+
     def test_demo(self):
         if not TOOL:
             self.skipTest("the tool is not built")
@@ -98,7 +145,7 @@ class Examples(unittest.TestCase):
         )
         self.assertEqual((done.returncode, done.stderr), (0, ""))
         answers = done.stdout.split("\n$ ")[1:]
-        self.assertEqual(len(answers), 8)
+        self.assertEqual(len(answers), 13)
         for answer in answers:
             self.assertGreater(len(answer.splitlines()), 1, answer)
 

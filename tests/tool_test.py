@@ -235,6 +235,170 @@ class Program(Case):
             self.assertEqual(program.wait(60), -13)
 
 
+class Evaluation(Case):
+    def test_results_and_status(self):
+        config = '{"port": 80, "name": "a", "list": [1, 2], "none": null, "off": false}'
+        said = "nodetree: standard input: "
+        for expr, status, out, error in [
+            ('["range", 1, 100, "/port"]', 0, "true\n", ""),
+            ('["range", 81, 100, "/port"]', 1, "false\n", ""),
+            ('["range", 1, 100, ["get", "/no"], "/port"]', 0, "true\n", ""),
+            ('["get", "/list"]', 0, "[\n\t1,\n\t2\n]\n", ""),
+            ('["get", "/none"]', 1, "null\n", ""),
+            ('["get", "/off"]', 1, "false\n", ""),
+            ('["length", "list"]', 0, "2\n", ""),
+            ('["path", "list", "1"]', 0, '"/list/1"\n', ""),
+            ('["regex", "^A", "i", ["get", "/name"]]', 0, "true\n", ""),
+            ('""', 1, '""\n', ""),
+            ("0.0", 1, "0.0\n", ""),
+            ("{}", 0, "{}\n", ""),
+            ('["atom", []]', 0, "[]\n", ""),
+            ('["assert", ["get", "/off"], "it is off"]', 2, "", said + r"/ \(/\): it is off\n"),
+            ('["and", 1, ["frob"]]', 2, "", said + r"/2 \(/\): Unknown [a-z ]*: frob\n"),
+            ('["frob\\u001b[31m\\u007f"]', 2, "", said + r".*: frob\?\[31m\?\n"),
+            ('["get", "/no"]', 2, "", said + r"/ \(/\): 'get' path /no did not resolve.*"),
+            ("[]", 2, "", said + r"/ \(/\): Empty expression\.\n"),
+            ('["not",' * 201 + "1" + "]" * 201, 2, "", said + ".*nested more than 200.*"),
+            ('["atom",' + "[" * 200 + "]" * 201, 2, "", said + ".*deep.*"),
+        ]:
+            self.expect(["eval", expr], config, status, out, error)
+        self.expect(["eval", "--", "-1"], "{}", 0, "-1\n")
+
+    def test_bad_expressions_answer_nothing(self):
+        for expr, error in [
+            ("", "holds no JSON value"),
+            ("1 2", "holds more than one JSON value"),
+            ('["eq", 1', "ends inside a value"),
+            ("[eq]", "Failed to parse JSON: .*"),
+            ("99999999999999999999", "Failed to parse JSON: [^\n]*overflow"),
+        ]:
+            self.expect(["eval", expr], "1", 2, "", f"nodetree: expression: {error}\n")
+            path = self.file("rule", expr)
+            told = f"nodetree: {re.escape(path)}: {error}\n"
+            self.expect(["eval", "@" + path], "1", 2, "", told)
+        self.expect(["eval", "@/no/such"], "1", 2, "", "nodetree: /no/such: No such file.*")
+        self.expect(["eval", "@"], "1", 2, "", "nodetree: : No such file.*")
+
+    def test_the_worst_status_counts(self):
+        expr = '["assert", ["get", "ok"], ["get", "why"]]'
+        rule = self.file("rule", '["value", "ok"]')
+        yes = self.file("yes", '{"ok": true}')
+        no = self.file("no", '{"ok": false, "why": "not yet"}')
+        other = self.file("other", "[]")
+        told = lambda path, text: f"nodetree: {re.escape(path)}: {text}\n"
+        for arguments, text, status, out, error in [
+            (["@" + rule, yes, yes], "", 0, "true\ntrue\n", ""),
+            (["@" + rule, yes, no, yes], "", 1, "true\nfalse\ntrue\n", ""),
+            (["@" + rule, no, other, yes], "", 2, "false\ntrue\n", told(other, ".*")),
+            (["@" + rule, yes, "/no/such", no], "", 2, "true\nfalse\n", told("/no/such", ".*")),
+            ([expr, yes, no, yes], "", 2, "true\ntrue\n", told(no, r"/ \(/\): not yet")),
+            (["@" + rule], '{"ok":1} {"ok":0}', 1, "1\n0\n", ""),
+            (["@" + rule], '{"ok":0} {"ok":1} 2', 2, "0\n1\n", told("standard input", ".*")),
+            (["@" + rule], "", 1, "", ""),
+            (["@-", yes, no], '["get", "/ok"]', 1, "true\nfalse\n", ""),
+            (["@-"], "true", 2, "", told("standard input", "has been read already")),
+        ]:
+            self.expect(["eval", *arguments], text, status, out, error)
+
+
+class Trees(Case):
+    def test_merge(self):
+        one = self.file("one", '{"a": {"x": 1, "y": [1]}, "b": 1}')
+        two = self.file("two", '[9] {"a": {"y": [2], "z": null}, "b": {"c": 2}}')
+        bad = self.file("bad", "[1")
+        missing = one + "s"
+        told = lambda path, text: f"nodetree: {re.escape(path)}: {text}\n"
+        both = '{"a":{"x":1,"y":[1,2],"z":null},"b":{"c":2}}\n'
+        for files, text, status, out, error in [
+            ([one, two], "", 0, both, ""),
+            ([two, one], "", 0, '{"a":{"y":[2,1],"z":null,"x":1},"b":1}\n', ""),
+            ([one, two, "-"], '{"a": "last"}', 0, '{"a":"last","b":{"c":2}}\n', ""),
+            (["-", one], "null", 0, '{"a":{"x":1,"y":[1]},"b":1}\n', ""),
+            ([one, one], "", 0, '{"a":{"x":1,"y":[1,1]},"b":1}\n', ""),
+            ([one, "-"], "", 2, "", told("standard input", "holds no JSON value")),
+            (["-", "-"], "1", 2, "", told("standard input", "has been read already")),
+            ([one, bad, missing, two], "", 2, "", told(bad, ".*") + told(missing, "No such.*")),
+            ([missing, one], "", 2, "", told(missing, "No such.*")),
+            ([one, "-"], DEEP, 2, "", "nodetree: .*deep.*"),
+        ]:
+            self.expect(["merge", "-c", *files], text, status, out, error)
+        self.expect(["merge", one, "-"], '{"a": []} {"a": "n"}', 0,
+                    '{\n\t"a": "n",\n\t"b": 1\n}\n')
+
+    def test_filter(self):
+        text = '{"db": {"host": "h", "key": "k1"}, "web": [{"key": "k2"}, {"id": 1}], "n": {}}'
+        whole = text.replace(" ", "")
+        for options, status, out in [
+            ([], 0, whole),
+            (["--exclude", "/*/key", "--exclude", "/*/*/key"], 0,
+             '{"db":{"host":"h"},"web":[{},{"id":1}],"n":{}}'),
+            (["--include=/db"], 0, '{"db":{"host":"h","key":"k1"}}'),
+            (["--include", "/web/1", "--include", "db/host"], 0,
+             '{"web":{"1":{"id":1}},"db":{"host":"h"}}'),
+            (["--include", "/db", "--exclude", "/db/key"], 0, '{"db":{"host":"h"}}'),
+            (["--include", "/no"], 0, "{}"),
+            (["--exclude", "/no"], 0, whole),
+            (["--exclude", "/"], 0, "null"),
+            (["--exclude", "/*/key", "--removed"], 0, "/db/key"),
+            (["--include", "/web", "--exclude", "/web/0", "--removed"], 0,
+             "/db/host\n/db/key\n/web/0/key"),
+            (["--exclude", "/n", "--removed"], 1, ""),
+            (["--removed"], 1, ""),
+        ]:
+            self.expect(["filter", "-c", *options], text, status, out and out + "\n")
+        self.expect(["filter", "--exclude", "a"], '{"a":1,"c":2} {"b":1}', 0,
+                    '{\n\t"c": 2\n}\n{\n\t"b": 1\n}\n')
+        name = self.file("name", text)
+        self.expect(["filter", "-c", name, "--include", "n", "-"], "[]", 0, '{"n":{}}\n{}\n')
+        self.expect(["filter", "--exclude", "deep", "-c"], DEEP, 0, '{"last":1}\n')
+
+    def test_diff(self):
+        old = self.file("old", '{"a": 1, "b": {"c": [1, 2, 3], "d": "x"}, "e": null}')
+        new = self.file("new", '{"b": {"d": "x", "c": [1, 5]}, "f": {}, "e": null}')
+        same = self.file("same", '{"e":null, "b":{"d":"x","c":[1,2,3]},"a":1}')
+        many = self.file("many", "1 2")
+        difference = '{"b":{"c":{"1":5,"2":null}},"f":{},"a":null}\n'
+        told = lambda path, text: f"nodetree: {re.escape(path)}: {text}\n"
+        for files, text, status, out, error in [
+            ([old, same], "", 0, "", ""),
+            ([old, old], "", 0, "", ""),
+            ([old, new], "", 1, difference, ""),
+            ([old, "-"], "7", 1, "7\n", ""),
+            (["-", many], "1", 2, "", told(many, "holds more than one JSON value")),
+            ([many + "y", many + "s"], "", 2, "", told(many + "y", ".*") + told(many + "s", ".*")),
+            (["-", old], "", 2, "", told("standard input", "holds no JSON value")),
+            ([old, "-"], "[" * 200 + "]" * 200, 2, "", "nodetree: .*deep.*"),
+        ]:
+            self.expect(["diff", "-c", *files], text, status, out, error)
+        self.expect(["diff", many + "x", old], "", 2, "", told(many + "x", ".*"))
+        self.expect(["diff", self.file("deep", DEEP), "-"], DEEP, 0, "")
+        self.expect(["diff", old, "-"], '{"a":1,"b":2}', 1, '{\n\t"b": 2,\n\t"e": null\n}\n')
+        with open("/dev/full", "wb") as full:
+            lost = "nodetree: standard output: .+\n"
+            self.expect(["diff", old, new], "", 2, "", lost, stdout=full)
+
+    def test_usage(self):
+        hint = r"\nTry 'nodetree --help'\.\n"
+        usage = "nodetree: usage: nodetree {} .*"
+        for arguments, error in [
+            (["eval"], usage.format("eval")),
+            (["merge", "-c", "a"], usage.format("merge")),
+            (["diff", "a"], usage.format("diff")),
+            (["diff", "a", "b", "c"], usage.format("diff")),
+            (["filter", "--include"], "nodetree: filter: option '--include' needs an argument"),
+            (["filter", "--removed=x"],
+             "nodetree: filter: option '--removed=x' takes no argument"),
+            (["filter", "-i", "x"], "nodetree: filter: unknown option '-i'"),
+            (["merge", "--include", "x"], "nodetree: merge: unknown option '--include'"),
+            (["eval", "-c", "1"], "nodetree: eval: unknown option '-c'"),
+        ]:
+            self.expect(arguments, "1", 2, "", error + hint)
+        out = run("filter", "--include", "x", "--help")[1]
+        for name in ("eval EXPR", "merge [-c] FILE", "filter [-c] [--include", "diff [-c] FILE"):
+            self.assertIn("  " + name, out)
+            self.assertIn("$ nodetree " + name.split()[0], out)
+
+
 if __name__ == "__main__":
     COMMAND = sys.argv[1:]
     if not COMMAND:

@@ -1,52 +1,12 @@
 #include "tool.h"
 
-#include <errno.h>
-#include <nodetree/valuelist.h>
-#include <stdio.h>
-#include <stdlib.h>
-#include <string.h>
-
-static void answer_get(struct job *job, const node *value) {
-  const node *match = node_lookup(value, job->operand);
-  if (match == NULL)
-    return;
-  if (job->option['r'] && node_is_string(match)) {
-    puts(node_get_string(match));
-    job->found = true;
-    return;
-  }
-  bool has_children = node_is_container(match) && node_container_first(match) != NULL;
-  if (output_json(job, "", match, !has_children))
-    job->found = true;
-}
-
-static void print_match(struct job *job, const node *match) {
-  char *path = node_path(match);
-  char *prefix = NULL;
-  if (path == NULL || asprintf(&prefix, "%s=", path) < 0)
-    complain(job, "%s", strerror(ENOMEM));
-  else if (output_json(job, prefix, match, true))
-    job->found = true;
-  free(prefix);
-  free(path);
-}
-
-static void answer_glob(struct job *job, const node *value) {
-  void **matches = node_lookup_glob(value, job->operand);
-  for (void **match = matches; match != NULL && *match != NULL; match++)
-    print_match(job, *match);
-  vl_free(matches, NULL);
-}
-
-static void answer_flat(struct job *job, const node *value) {
-  node_fprint(value, stdout);
-  job->found = true;
-}
-
-static void answer_format(struct job *job, const node *value) {
-  if (output_json(job, "", value, job->option['c']))
-    job->found = true;
-}
+static const struct option filter_options[] = {
+    {"include", required_argument, NULL, OPTION_INCLUDE},
+    {"exclude", required_argument, NULL, OPTION_EXCLUDE},
+    {"removed", no_argument, NULL, OPTION_REMOVED},
+    HELP_OPTION,
+    {NULL, 0, NULL, 0},
+};
 
 const command commands[] = {
     {
@@ -55,18 +15,18 @@ const command commands[] = {
         .summary = "Prints the value at PATH, objects and arrays indented.\n"
                    "-r prints a string as it is, without quotes and escapes.",
         .example = "get -r /server/host config.json",
-        .options = "r",
-        .takes_operand = true,
-        .answer = answer_get,
+        .letters = "r",
+        .min_arguments = 1,
+        .run = run_get,
     },
     {
         .name = "glob",
         .synopsis = "PATTERN [FILE...]",
         .summary = "Prints path and value of every match, a line each.",
         .example = "glob '/users/*/name' users.json",
-        .options = "",
-        .takes_operand = true,
-        .answer = answer_glob,
+        .letters = "",
+        .min_arguments = 1,
+        .run = run_glob,
     },
     {
         .name = "flat",
@@ -75,16 +35,64 @@ const command commands[] = {
             "Prints path and value of every leaf, a line each; strings as they are,\n"
             "so that a newline in a string starts a new line.",
         .example = "flat config.json | grep timeout",
-        .options = "",
-        .answer = answer_flat,
+        .letters = "",
+        .run = run_flat,
     },
     {
         .name = "format",
         .synopsis = "[-c] [FILE...]",
         .summary = "Prints every value indented; with -c compact, a line each.",
         .example = "format -c config.json",
-        .options = "c",
-        .answer = answer_format,
+        .letters = "c",
+        .run = run_format,
+    },
+    {
+        .name = "eval",
+        .synopsis = "EXPR [FILE...]",
+        .summary =
+            "Prints what the expression gives for every value: EXPR is JSON, or @ and\n"
+            "the file that it is in. The status is 1 where any result is not true.",
+        .example = "eval '[\"range\", 1, 65535, \"/server/port\"]' config.json",
+        .letters = "",
+        .min_arguments = 1,
+        .run = run_eval,
+    },
+    {
+        .name = "merge",
+        .synopsis = "[-c] FILE FILE...",
+        .summary =
+            "Prints the last value of the first file with those of the others folded\n"
+            "in: members are combined, elements appended, other values replaced.",
+        .example = "merge defaults.json site.json host.json",
+        .letters = "c",
+        .min_arguments = 2,
+        .run = run_merge,
+    },
+    {
+        .name = "filter",
+        .synopsis =
+            "[-c] [--include PATTERN]... [--exclude PATTERN]... [--removed] [FILE...]",
+        .summary =
+            "Prints of every value what an --include matches, or all without one, less\n"
+            "what an --exclude matches. Both take one PATTERN and may be repeated.\n"
+            "--removed prints the paths of the leaves taken out instead, a line each.",
+        .example = "filter --exclude '/users/*/password' --exclude /tls/key config.json",
+        .letters = "c",
+        .named_options = filter_options,
+        .run = run_filter,
+    },
+    {
+        .name = "diff",
+        .synopsis = "[-c] FILE FILE",
+        .summary =
+            "Prints what differs in the second file's value: members by key, elements by\n"
+            "position, null for what it lacks. The status is 1 then; without a difference\n"
+            "nothing is printed and it is 0.",
+        .example = "diff old.json new.json",
+        .letters = "c",
+        .min_arguments = 2,
+        .max_arguments = 2,
+        .run = run_diff,
     },
     {.name = NULL},
 };

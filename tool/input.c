@@ -10,6 +10,9 @@
 
 typedef struct input {
   struct job *job;
+  answer_function answer; /* NULL where the last value is kept instead */
+  bool single;            /* more than one value is wrong */
+  node *last;
   json_stream *stream;
   size_t values;
   bool ends_in_digit; /* the last byte so far */
@@ -23,8 +26,13 @@ static void receive_value(node *value, void *user_data) {
     in->probe_arrived = true;
   } else {
     in->values++;
+    if (in->answer == NULL) {
+      node_free(in->last);
+      in->last = value;
+      return;
+    }
     if (!in->job->output_lost)
-      in->job->command->answer(in->job, value);
+      in->answer(in->job, value);
   }
   node_free(value);
 }
@@ -72,46 +80,110 @@ static ssize_t read_some(int fd, void *buffer, size_t size) {
   return count;
 }
 
-/* Whether the whole input was read and is sound. */
-static bool feed(input *in, int fd) {
-  static char buffer[64 * 1024];
-  ssize_t count;
-  while ((count = read_some(fd, buffer, sizeof buffer)) > 0) {
-    size_t size = (size_t)count;
-    bool valid = json_stream_parse(in->stream, buffer, size);
-    /* Reading on may wait for long: the answers must be out before. */
-    output_flush(in->job);
-    if (in->job->output_lost)
-      return false;
-    if (!valid) {
-      complain_parse(in->job, true);
-      return false;
-    }
-    in->ends_in_digit = isdigit((unsigned char)buffer[size - 1]) != 0;
-  }
-  if (count < 0) {
-    complain(in->job, "%s", strerror(errno));
+/* What is read must be whole, and hold as many values as it should. An empty standard
+   input does where values are answered one by one: a pipe may have nothing to say. */
+static bool conclude(input *in, bool may_be_empty) {
+  if (!end_of_input(in))
     return false;
-  }
-  bool sound = end_of_input(in);
   output_flush(in->job);
-  return sound;
+  if (in->values == 0 && !may_be_empty)
+    complain(in->job, "holds no JSON value");
+  else if (in->values > 1 && in->single)
+    complain(in->job, "holds more than one JSON value");
+  else
+    return true;
+  return false;
 }
 
-void input_read(struct job *job, const char *name) {
-  bool standard = strcmp(name, "-") == 0;
-  job->input = standard ? "standard input" : name;
-  input in = {.job = job};
-  int fd = standard ? STDIN_FILENO : open(name, O_RDONLY | O_CLOEXEC | O_NOCTTY);
-  if (fd < 0) {
-    complain(job, "%s", strerror(errno));
-  } else if ((in.stream = json_stream_new(receive_value, &in)) == NULL) {
-    complain(job, "%s", strerror(ENOMEM));
-  } else if (feed(&in, fd) && in.values == 0 && !standard) {
-    complain(job, "holds no JSON value");
+static bool feed(input *in, const char *bytes, size_t size) {
+  bool valid = json_stream_parse(in->stream, bytes, size);
+  /* Reading on may wait for long: the answers must be out before. */
+  output_flush(in->job);
+  if (in->job->output_lost)
+    return false;
+  if (!valid)
+    complain_parse(in->job, true);
+  in->ends_in_digit = size > 0 && isdigit((unsigned char)bytes[size - 1]) != 0;
+  return valid;
+}
+
+static bool feed_file(input *in, int fd) {
+  static char buffer[64 * 1024];
+  ssize_t count;
+  while ((count = read_some(fd, buffer, sizeof buffer)) > 0)
+    if (!feed(in, buffer, (size_t)count))
+      return false;
+  if (count < 0)
+    complain(in->job, "%s", strerror(errno));
+  return count == 0;
+}
+
+/* The name is that of a file, or NULL for standard input. */
+static int open_input(struct job *job, const char *name) {
+  if (name == NULL && job->input_taken) {
+    complain(job, "has been read already");
+    return -1;
   }
-  json_stream_free(in.stream);
+  job->input_taken = job->input_taken || name == NULL;
+  int fd = name == NULL ? STDIN_FILENO : open(name, O_RDONLY | O_CLOEXEC | O_NOCTTY);
+  if (fd < 0)
+    complain(job, "%s", strerror(errno));
+  return fd;
+}
+
+static bool start(input *in) {
+  in->stream = json_stream_new(receive_value, in);
+  if (in->stream == NULL)
+    complain(in->job, "%s", strerror(ENOMEM));
+  return in->stream != NULL;
+}
+
+static void end(input *in, bool sound) {
+  json_stream_free(in->stream);
+  in->job->input = NULL;
+  if (!sound) {
+    node_free(in->last);
+    in->last = NULL;
+  }
+}
+
+static void read_input(input *in, const char *name) {
+  bool standard = strcmp(name, "-") == 0;
+  in->job->input = standard ? "standard input" : name;
+  int fd = open_input(in->job, standard ? NULL : name);
+  bool sound = fd >= 0 && start(in) && feed_file(in, fd) &&
+               conclude(in, standard && in->answer != NULL);
   if (fd >= 0 && !standard)
     close(fd);
-  job->input = NULL;
+  end(in, sound);
+}
+
+void input_answer(struct job *job, char **names, answer_function answer) {
+  static char standard[] = "-";
+  static char *nothing_named[] = {standard, NULL};
+  for (char **name = *names != NULL ? names : nothing_named;
+       *name != NULL && !job->output_lost; name++) {
+    input in = {.job = job, .answer = answer};
+    read_input(&in, *name);
+  }
+}
+
+node *input_last(struct job *job, const char *name) {
+  input in = {.job = job};
+  read_input(&in, name);
+  return in.last;
+}
+
+node *input_only(struct job *job, const char *name) {
+  input in = {.job = job, .single = true};
+  read_input(&in, name);
+  return in.last;
+}
+
+node *input_text(struct job *job, const char *name, const char *text) {
+  job->input = name;
+  input in = {.job = job, .single = true};
+  bool sound = start(&in) && feed(&in, text, strlen(text)) && conclude(&in, false);
+  end(&in, sound);
+  return in.last;
 }

@@ -1,9 +1,7 @@
 /* nodetree: looks into JSON from the command line. */
 #include "tool.h"
 
-#include <getopt.h>
 #include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 
 static void print_help(void) {
@@ -11,6 +9,7 @@ static void print_help(void) {
       "Usage: nodetree COMMAND [OPTION] [ARGUMENT] [FILE...]\n"
       "Looks into JSON. Each FILE, or standard input where there is none or it is \"-\",\n"
       "holds any number of values one after another; each is answered as it arrives.\n"
+      "merge and diff take whole files, all of them by name.\n"
       "\n"
       "Commands:\n",
       stdout);
@@ -32,9 +31,13 @@ static void print_help(void) {
         "from 0.\n"
         "\"/\" alone is the whole value. In a PATTERN \"*\" stands for every child.\n"
         "\n"
-        "The exit status is 0 when something was found, 1 when nothing was, and 2 when\n"
-        "anything went wrong.\n",
+        "The exit status is 0 when something was found or the answer is yes, 1 when\n"
+        "nothing was or it is no, and 2 when anything went wrong.\n",
         stdout);
+}
+
+static void print_version(void) {
+  puts("nodetree " NODETREE_VERSION);
 }
 
 static int usage_error(void) {
@@ -49,57 +52,26 @@ static const command *find_command(const char *name) {
   return NULL;
 }
 
-/* Reads the options of a command, wherever they stand before "--", and moves what is left
-   to the end of the arguments, from optind on. False, with a report, for an unknown one. */
-static bool parse_options(struct job *job, int argc, char **argv, bool *help) {
-  static const struct option long_options[] = {{"help", no_argument, NULL, 'h'},
-                                               {NULL, 0, NULL, 0}};
-  opterr = 0;
-  int letter;
-  while ((letter = getopt_long(argc, argv, job->command->options, long_options, NULL)) !=
-         -1) {
-    if (letter == 'h') {
-      *help = true;
-    } else if (letter == '?') {
-      if (optopt != 0)
-        complain(job, "%s: unknown option '-%c'", job->command->name, optopt);
-      else
-        complain(job, "%s: unknown option '%s'", job->command->name, argv[optind - 1]);
-      return false;
-    } else {
-      job->option[letter] = true;
-    }
-  }
-  return true;
-}
-
-static int run_command(struct job *job, int argc, char **argv) {
-  bool help = false;
-  if (!parse_options(job, argc, argv, &help))
-    return usage_error();
-  if (help) {
-    print_help();
-    output_end(job);
-    return job->failed ? STATUS_FAILED : STATUS_FOUND;
-  }
-  char **rest = argv + optind;
-  if (job->command->takes_operand && *rest == NULL) {
-    complain(job, "usage: nodetree %s %s", job->command->name, job->command->synopsis);
+static int run_command(struct job *job, int count, char **arguments) {
+  const command *row = job->command;
+  bool too_many = row->max_arguments != 0 && count > row->max_arguments;
+  if (count < row->min_arguments || too_many) {
+    complain(job, "usage: nodetree %s %s", row->name, row->synopsis);
     return usage_error();
   }
-  if (job->command->takes_operand)
-    job->operand = *rest++;
-
   messages_open();
-  if (*rest == NULL)
-    input_read(job, "-");
-  for (; *rest != NULL && !job->output_lost; rest++)
-    input_read(job, *rest);
+  row->run(job, arguments);
   messages_close();
   output_end(job);
   if (job->failed)
     return STATUS_FAILED;
-  return job->found ? STATUS_FOUND : STATUS_NOTHING;
+  return job->found && !job->denied ? STATUS_FOUND : STATUS_NOTHING;
+}
+
+static int print_and_end(struct job *job, void (*print)(void)) {
+  print();
+  output_end(job);
+  return job->failed ? STATUS_FAILED : STATUS_FOUND;
 }
 
 int main(int argc, char **argv) {
@@ -109,19 +81,22 @@ int main(int argc, char **argv) {
     return usage_error();
   }
   const char *name = argv[1];
-  bool help = strcmp(name, "--help") == 0 || strcmp(name, "-h") == 0;
-  if (help || strcmp(name, "--version") == 0) {
-    if (help)
-      print_help();
-    else
-      puts("nodetree " NODETREE_VERSION);
-    output_end(&job);
-    return job.failed ? STATUS_FAILED : STATUS_FOUND;
-  }
+  if (strcmp(name, "--help") == 0 || strcmp(name, "-h") == 0)
+    return print_and_end(&job, print_help);
+  if (strcmp(name, "--version") == 0)
+    return print_and_end(&job, print_version);
   job.command = find_command(name);
   if (job.command == NULL) {
     complain(&job, "unknown command '%s'", name);
     return usage_error();
   }
-  return run_command(&job, argc - 1, argv + 1);
+  int status;
+  if (!options_parse(&job, argc - 1, argv + 1))
+    status = usage_error();
+  else if (job.option[OPTION_HELP])
+    status = print_and_end(&job, print_help);
+  else
+    status = run_command(&job, argc - 1 - optind, argv + 1 + optind);
+  options_free(&job);
+  return status;
 }

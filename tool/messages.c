@@ -22,8 +22,7 @@ void messages_open(void) {
   listen_anew();
 }
 
-/* The message may quote the input, whose control characters are nothing for a terminal. */
-static void make_printable(char *text) {
+void make_printable(char *text) {
   for (; *text != '\0'; text++) {
     unsigned char c = (unsigned char)*text;
     if ((c < ' ' && c != '\n') || c == 0x7f)

@@ -25,6 +25,10 @@ bool output_json(struct job *job, const char *prefix, const node *value, bool co
   return true;
 }
 
+bool output_is_short(const node *value) {
+  return !node_is_container(value) || node_container_first(value) == NULL;
+}
+
 static void lose_output(struct job *job) {
   int error = errno;
   job->output_lost = true;

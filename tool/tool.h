@@ -2,6 +2,7 @@
 #ifndef NODETREE_TOOL_H
 #define NODETREE_TOOL_H
 
+#include <getopt.h>
 #include <limits.h>
 #include <nodetree/export.h>
 #include <nodetree/node.h>
@@ -12,41 +13,93 @@ struct job;
 /* A row of the table in commands.c is all there is to a command, besides its function. */
 typedef struct command {
   const char *name;
-  const char *synopsis; /* what stands behind the name in the help */
-  const char *summary;  /* one sentence, lines separated by "\n" */
-  const char *example;  /* what stands behind the program's name */
-  const char *options;  /* the letters it knows */
-  bool takes_operand;   /* whether a PATH or the like comes before the files */
+  const char *synopsis;               /* what stands behind the name in the help */
+  const char *summary;                /* lines separated by "\n" */
+  const char *example;                /* what stands behind the program's name */
+  const char *letters;                /* the short options it knows */
+  const struct option *named_options; /* and the long ones; NULL for --help alone */
+  int min_arguments;                  /* what has to be there besides options */
+  int max_arguments;                  /* 0: any number */
 
-  /* Answers one top-level value, which stays the caller's. */
-  void (*answer)(struct job *job, const node *value);
+  /* Does it all. The arguments end with NULL. */
+  void (*run)(struct job *job, char **arguments);
 } command;
 
 extern const command commands[]; /* ended by a row without a name */
 
+/* Options without a letter are told by numbers behind the letters. */
+enum {
+  OPTION_HELP = UCHAR_MAX + 1,
+  OPTION_INCLUDE,
+  OPTION_EXCLUDE,
+  OPTION_REMOVED,
+  OPTION_END
+};
+
+#define HELP_OPTION                                                                        \
+  { "help", no_argument, NULL, OPTION_HELP }
+
 /* One run of the program: what was asked for and what has come of it so far. */
 struct job {
   const command *command;
-  const char *operand; /* NULL for a command that takes none */
-  bool option[UCHAR_MAX + 1];
-  const char *input; /* the name of the input being read, NULL before and after */
+  bool option[OPTION_END];
+  char **values[OPTION_END]; /* what was given with an option, all times: string lists */
+  const char *operand;       /* the PATH or PATTERN, for functions that answer values */
+  node *expression;          /* the EXPR */
+  const char *input;         /* the name of what is being read, NULL before and after */
+  bool input_taken;          /* standard input has been read */
   bool found;
+  bool denied; /* some answer was no, whatever else was found */
   bool failed;
   bool output_lost; /* standard output cannot be written: there is no use in going on */
 };
 
 enum { STATUS_FOUND = 0, STATUS_NOTHING = 1, STATUS_FAILED = 2 };
 
-/* ---- input.c ---- */
+/* ---- look.c, eval.c, trees.c: the commands ---- */
 
-/* Reads a file, or standard input where the name is "-", and has every value answered as
-   soon as it is complete. */
-void input_read(struct job *job, const char *name);
+void run_get(struct job *job, char **arguments);
+void run_glob(struct job *job, char **arguments);
+void run_flat(struct job *job, char **arguments);
+void run_format(struct job *job, char **arguments);
+void run_eval(struct job *job, char **arguments);
+void run_merge(struct job *job, char **arguments);
+void run_filter(struct job *job, char **arguments);
+void run_diff(struct job *job, char **arguments);
+
+/* ---- options.c ---- */
+
+/* Reads the options of a command, wherever they stand before "--", and moves what is left
+   to the end of the arguments, from optind on. False, with a report, for what it does not
+   understand. */
+bool options_parse(struct job *job, int argc, char **argv);
+
+void options_free(struct job *job);
+
+/* ---- input.c: a name is a file's, or "-" for standard input ---- */
+
+/* Answers one top-level value, which it may change but not keep. */
+typedef void (*answer_function)(struct job *job, node *value);
+
+/* Reads the files one after the other, standard input if there are none, and has every
+   value answered as soon as it is complete. */
+void input_answer(struct job *job, char **names, answer_function answer);
+
+/* The last value of a file, or its only one; NULL, with a report, where it cannot be had.
+ */
+node *input_last(struct job *job, const char *name);
+node *input_only(struct job *job, const char *name);
+
+/* The only value of a text, which reports call by the name. */
+node *input_text(struct job *job, const char *name, const char *text);
 
 /* ---- output.c ---- */
 
 /* Writes the value as JSON and ends the line; whether it has a JSON form. */
 bool output_json(struct job *job, const char *prefix, const node *value, bool compact);
+
+/* Whether output_json() would need one line only, as for all that has no children. */
+bool output_is_short(const node *value);
 
 /* Hands everything written so far over to the reader of standard output. */
 void output_flush(struct job *job);
@@ -66,6 +119,9 @@ void messages_open(void);
 /* The first message since the last call, as a new text without level and newline at its
    end; NULL when there is none. Forgets the others. */
 char *messages_take(void);
+
+/* Messages may quote the input, whose control characters are nothing for a terminal. */
+void make_printable(char *text);
 
 void messages_close(void);
 

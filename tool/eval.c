@@ -1,0 +1,34 @@
+#include "tool.h"
+
+#include <errno.h>
+#include <nodetree/expr.h>
+#include <stdlib.h>
+#include <string.h>
+
+static void answer_eval(struct job *job, node *value) {
+  char *error = NULL;
+  node *result = expr_eval(job->expression, value, &error);
+  if (result == NULL) {
+    if (error != NULL)
+      make_printable(error);
+    complain(job, "%s", error != NULL ? error : strerror(ENOMEM));
+  } else if (output_json(job, "", result, output_is_short(result))) {
+    if (expr_coerce_bool(result))
+      job->found = true;
+    else
+      job->denied = true;
+  }
+  /* With a result it tells of paths that "range" has skipped, which is no failure. */
+  free(error);
+  node_unref(result);
+}
+
+void run_eval(struct job *job, char **arguments) {
+  const char *text = *arguments;
+  job->expression =
+      *text == '@' ? input_only(job, text + 1) : input_text(job, "expression", text);
+  if (job->expression == NULL)
+    return;
+  input_answer(job, arguments + 1, answer_eval);
+  node_free(job->expression);
+}
