@@ -3,6 +3,7 @@
 #include "avl/avl_internal.hpp"
 #include "string/parse_int.hpp"
 
+#include <algorithm>
 #include <cstring>
 
 using namespace nodetree;
@@ -58,35 +59,30 @@ node *Links::follow(const node *link) {
   std::size_t depth = 0;
   char **rest = nullptr;
   node *at = start(link, rest);
-
-  for (bool resolved = false; at; resolved = false) {
-    // The target of the innermost link is reached: go on with the path that waits for it.
+  while (at) {
     if (!*rest) {
+      // The innermost link's target is reached: the path that waits for it goes on there.
       if (depth == 0)
         return at;
       link = waiting[--depth].link;
       rest = waiting[depth].rest;
-      resolved = true;
-    }
-    const char *segment = *rest;
-    if (!resolved && std::strcmp(segment, "..") == 0) {
+      at = child_named(at, *rest++);
+    } else if (std::strcmp(*rest, "..") == 0) {
       at = at->parent;
-    } else if (resolved || at->type != NODE_LINK) {
-      if (resolved || std::strcmp(segment, ".") != 0)
-        at = child_named(at, segment);
-    } else if (std::strcmp(segment, ".") != 0) {
-      const node *inner = at;
-      bool circle = inner == link || depth == nesting_max;
-      for (std::size_t i = 0; i < depth && !circle; i++)
-        circle = waiting[i].link == inner;
-      if (circle)
+      rest++;
+    } else if (std::strcmp(*rest, ".") == 0) {
+      rest++;
+    } else if (at->type != NODE_LINK) {
+      at = child_named(at, *rest++);
+    } else {
+      auto needs_itself = [at](const Waiting &outer) { return outer.link == at; };
+      if (at == link || depth == nesting_max ||
+          std::any_of(waiting, waiting + depth, needs_itself))
         return nullptr;
       waiting[depth++] = {link, rest};
-      link = inner;
+      link = at;
       at = start(link, rest);
-      continue;
     }
-    rest++;
   }
   return nullptr;
 }
