@@ -37,9 +37,10 @@ node *child_named(const node *container, std::string_view segment) {
 
 // The node where the link's path starts and the segments to apply to it; NULL for a path
 // that does not resolve, and when the limit is reached.
-node *Links::start(const node *link, char **&rest) {
+node *Links::start(const node *link, bool behind, char **&rest) {
   rest = link->value.link_path;
-  if (++followed_ > follow_max || !rest || !*rest)
+  followed_ += behind;
+  if (exhausted() || !rest || !*rest)
     return nullptr;
   if (**rest == '\0') {
     rest++;
@@ -54,11 +55,11 @@ struct Links::Waiting {
   char **rest;
 };
 
-node *Links::follow(const node *link) {
+node *Links::follow(const node *link, bool behind) {
   Waiting waiting[nesting_max];
   std::size_t depth = 0;
   char **rest = nullptr;
-  node *at = start(link, rest);
+  node *at = start(link, behind, rest);
   while (at) {
     if (!*rest) {
       // The innermost link's target is reached: the path that waits for it goes on there.
@@ -81,19 +82,19 @@ node *Links::follow(const node *link) {
         return nullptr;
       waiting[depth++] = {link, rest};
       link = at;
-      at = start(link, rest);
+      at = start(link, true, rest);
     }
   }
   return nullptr;
 }
 
-node *Links::resolve(node *n) {
+node *Links::resolve(node *n, bool behind) {
   // A chain in a circle comes back to any link on it. One is remembered for as many steps
   // as have been taken before, which in the end is more than a round.
   const node *remembered = n;
   size_t steps = 0;
   for (size_t limit = 2; n && n->type == NODE_LINK; steps++) {
-    n = follow(n);
+    n = follow(n, behind || steps > 0);
     if (n == remembered)
       break;
     if (steps == limit) {
