@@ -1,6 +1,8 @@
+#include "codec/json_tail.hpp"
 #include "node/node_internal.hpp"
 #include "string/c_locale.hpp"
 
+#include <cstdint>
 #include <cstring>
 #include <nodetree/file.h>
 #include <nodetree/json.h>
@@ -15,15 +17,19 @@ struct json_stream {
   node *root;        // the top-level value being built, or without a callback the last one
   node *current;     // the innermost open container
   char *pending_key; // the member name that waits for its value, NULL when none does
-  char *key_buffer;  // where it stands
-  size_t key_room;   // the size of that
   node_value_callback callback;
   void *user_data;
-  CNumericLocale *locale; // in force while the parser runs
+  char *key_buffer;       // where the pending key stands
+  size_t key_room;        // the size of that
+  CNumericLocale *locale; // in force while the parser runs, otherwise NULL
+  JsonTail tail;          // what the chunks so far leave unfinished
+  size_t event_end;       // where in the chunk the last event's token ends, or no_event
 };
 
 namespace nodetree {
 namespace {
+
+constexpr size_t no_event = SIZE_MAX;
 
 // What the handlers return to the parser.
 constexpr int go_on = 1;
@@ -163,9 +169,43 @@ const yajl_callbacks handlers = {on_null, on_boolean,     on_integer,   on_doubl
                                  nullptr, on_string,      on_start_map, on_map_key,
                                  on_end,  on_start_array, on_end};
 
+// The same for texts in chunks, where it matters how far the parser has come.
+template <auto handler, class... Arguments>
+int noting_place(void *context, Arguments... arguments) {
+  as_stream(context)->event_end = yajl_get_bytes_consumed(as_stream(context)->parser);
+  return handler(context, arguments...);
+}
+
+const yajl_callbacks chunk_handlers = {noting_place<on_null>,
+                                       noting_place<on_boolean>,
+                                       noting_place<on_integer>,
+                                       noting_place<on_double>,
+                                       nullptr,
+                                       noting_place<on_string>,
+                                       noting_place<on_start_map>,
+                                       noting_place<on_map_key>,
+                                       noting_place<on_end>,
+                                       noting_place<on_start_array>,
+                                       noting_place<on_end>};
+
+json_stream *make_stream(const yajl_callbacks *parser_handlers) {
+  auto *stream = static_cast<json_stream *>(std::calloc(1, sizeof(json_stream)));
+  if (!stream)
+    return nullptr;
+  stream->parser = yajl_alloc(parser_handlers, nullptr, stream);
+  if (!stream->parser) {
+    std::free(stream);
+    return nullptr;
+  }
+  yajl_config(stream->parser, yajl_allow_comments, 1);
+  yajl_config(stream->parser, yajl_dont_validate_strings, 1);
+  return stream;
+}
+
 void fail(json_stream *stream) {
   node_free(stream->root);
   stream->root = stream->current = nullptr;
+  stream->tail.close_token();
 }
 
 // Runs the parser where the decimal sign is a point.
@@ -178,32 +218,7 @@ yajl_status run_parser(json_stream *stream, Run run) {
   return status;
 }
 
-struct StreamFree {
-  void operator()(json_stream *stream) const { json_stream_free(stream); }
-};
-
-} // namespace
-} // namespace nodetree
-
-json_stream *json_stream_new(node_value_callback callback, void *user_data) {
-  auto *stream = static_cast<json_stream *>(std::calloc(1, sizeof(json_stream)));
-  if (!stream)
-    return nullptr;
-  stream->callback = callback;
-  stream->user_data = user_data;
-  stream->parser = yajl_alloc(&handlers, nullptr, stream);
-  if (!stream->parser) {
-    std::free(stream);
-    return nullptr;
-  }
-  yajl_config(stream->parser, yajl_allow_comments, 1);
-  yajl_config(stream->parser, yajl_dont_validate_strings, 1);
-  yajl_config(stream->parser, yajl_allow_multiple_values, 1);
-  return stream;
-}
-
-bool json_stream_parse(json_stream *stream, const void *bytes, size_t size) {
-  auto *text = static_cast<const unsigned char *>(bytes);
+bool feed(json_stream *stream, const unsigned char *text, size_t size) {
   yajl_status status = run_parser(
       stream, [&](yajl_handle parser) { return yajl_parse(parser, text, size); });
   if (status == yajl_status_ok)
@@ -216,6 +231,45 @@ bool json_stream_parse(json_stream *stream, const void *bytes, size_t size) {
   return false;
 }
 
+struct StreamFree {
+  void operator()(json_stream *stream) const { json_stream_free(stream); }
+};
+
+} // namespace
+} // namespace nodetree
+
+json_stream *json_stream_new(node_value_callback callback, void *user_data) {
+  json_stream *stream = make_stream(&chunk_handlers);
+  if (!stream)
+    return nullptr;
+  stream->callback = callback;
+  stream->user_data = user_data;
+  yajl_config(stream->parser, yajl_allow_multiple_values, 1);
+  return stream;
+}
+
+bool json_stream_parse(json_stream *stream, const void *bytes, size_t size) {
+  if (stream->locale)
+    return false; // called back by the parser, which cannot be entered twice
+  auto *text = static_cast<const unsigned char *>(bytes);
+  JsonTail &tail = stream->tail;
+  if (tail.hold(text, size))
+    return true;
+  const JsonTail::Held held = tail.take_held();
+  if (held.bytes && !feed(stream, held.bytes.get(), held.size))
+    return false;
+  stream->event_end = no_event;
+  if (!feed(stream, text, size))
+    return false;
+  size_t followed = 0;
+  if (stream->event_end != no_event) {
+    tail.close_token();
+    followed = stream->event_end;
+  }
+  tail.follow(text + followed, size - followed);
+  return true;
+}
+
 bool json_stream_parse_string(json_stream *stream, const char *text) {
   return json_stream_parse(stream, text, std::strlen(text));
 }
@@ -225,16 +279,14 @@ void json_stream_free(json_stream *stream) {
     return;
   yajl_free(stream->parser);
   node_free(stream->root);
+  stream->tail.take_held();
   std::free(stream->key_buffer);
   std::free(stream);
 }
 
 node *json_parse_buffer(const void *bytes, size_t size) {
-  std::unique_ptr<json_stream, StreamFree> stream(json_stream_new(nullptr, nullptr));
-  if (!stream)
-    return nullptr;
-  yajl_config(stream->parser, yajl_allow_multiple_values, 0);
-  if (!json_stream_parse(stream.get(), bytes, size))
+  std::unique_ptr<json_stream, StreamFree> stream(make_stream(&handlers));
+  if (!stream || !feed(stream.get(), static_cast<const unsigned char *>(bytes), size))
     return nullptr;
   if (run_parser(stream.get(), yajl_complete_parse) != yajl_status_ok) {
     log_msg(LOG_ERR, "Failed to parse JSON: incomplete value");

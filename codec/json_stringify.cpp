@@ -136,7 +136,10 @@ char *json_stringify(const node *n, bool compact) {
       report(failure == too_deep ? n : walk.at(), failure);
     return nullptr;
   }
-  return take_text(generator.get());
+  char *text = take_text(generator.get());
+  if (!text)
+    report(n, "out of memory");
+  return text;
 }
 
 bool json_stringify_filename(const char *path, const node *n, bool compact) {

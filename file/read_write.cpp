@@ -54,7 +54,7 @@ Text read_all(int fd, size_t &length) {
 bool write_all(int fd, const char *data, size_t length) {
   while (length > 0) {
     const ssize_t count = uninterrupted([=] { return write(fd, data, length); });
-    if (count == -1)
+    if (count <= 0)
       return false;
     data += count;
     length -= static_cast<size_t>(count);

@@ -70,7 +70,7 @@ struct Level {
   int left; // entries to visit, from the last to the first
   size_t path_length;
   DirectoryId id;
-  unsigned links; // symbolic links followed on the way down to here
+  bool across_links; // whether one was followed on the way down to here
 };
 
 int no_dots(const dirent *entry) {
@@ -105,7 +105,7 @@ public:
 private:
   bool visit(const dirent &entry);
   bool visit_directory(size_t path_length, const DirectoryId &id);
-  bool enter(size_t path_length, const DirectoryId &id, unsigned links);
+  bool enter(size_t path_length, const DirectoryId &id, bool across_links);
   void leave();
   bool is_inside(const DirectoryId &id) const;
 
@@ -123,7 +123,7 @@ bool Search::run(const char *directory) {
   if (length >= sizeof path_ || stat(directory, &status) != 0)
     return true;
   memcpy(path_, directory, length + 1);
-  if (!enter(length, {status.st_dev, status.st_ino}, 0))
+  if (!enter(length, {status.st_dev, status.st_ino}, false))
     return false;
   while (level_) {
     if (level_->left == 0) {
@@ -165,20 +165,19 @@ bool Search::visit_directory(size_t path_length, const DirectoryId &id) {
   struct stat status;
   if (is_inside(id) || lstat(path_, &status) != 0)
     return true;
-  const unsigned links = level_->links + (S_ISLNK(status.st_mode) ? 1 : 0);
-  // Directories that link to each other have paths without number. Across a single link
-  // there are no more than links and directories multiplied; from the second on each
+  const bool across_links = level_->across_links || S_ISLNK(status.st_mode);
+  // Directories that link to each other have paths without number: across links each
   // directory gets one.
-  if (links >= 2) {
+  if (across_links) {
     if (across_links_.contains(id))
       return true;
     if (!across_links_.add(id))
       return false;
   }
-  return enter(path_length, id, links);
+  return enter(path_length, id, across_links);
 }
 
-bool Search::enter(size_t path_length, const DirectoryId &id, unsigned links) {
+bool Search::enter(size_t path_length, const DirectoryId &id, bool across_links) {
   dirent **entries;
   const int count = scandir(path_, &entries, no_dots, alphasort);
   if (count < 0)
@@ -190,7 +189,7 @@ bool Search::enter(size_t path_length, const DirectoryId &id, unsigned links) {
     free(entries);
     return false;
   }
-  *level = {level_, entries, count, path_length, id, links};
+  *level = {level_, entries, count, path_length, id, across_links};
   level_ = level;
   return true;
 }

@@ -9,13 +9,13 @@
  *     behind a convenience front end of the same name (_sl_new behind sl_new); two leading
  *     underscores mark a comparison that takes the addresses of two fields.
  *  2. Ownership. What a function *makes* for the caller (a text, a list, a buffer, a tree)
- * is the caller's to release: texts and buffers with free(), string lists with sl_free(),
- *     value lists with vl_free(), nodes with node_free() or node_unref(). What a function
- *     *finds* (getters, walks, lookups) is borrowed and stays with its owner. A function
- * that takes an argument over says "consumes".
+ *     is the caller's to release: texts and buffers with free(), string lists with
+ *     sl_free(), value lists with vl_free(), nodes with node_free() or node_unref(). What a
+ *     function *finds* (getters, walks, lookups) is borrowed and stays with its owner. A
+ *     function that takes an argument over says "consumes".
  *  3. Growing lists. A function that grows, shrinks or joins a list may move it and returns
  *     the list to use from then on. Where it fails it returns NULL and the list passed in
- * is untouched and still the caller's.
+ *     is untouched and still the caller's.
  *  4. NULL. A NULL string list or value list is an empty one. For every other pointer
  *     argument NULL is allowed only where the function says so.
  *  5. Wrong kinds. Asking a node for what its kind does not have is not an error: getters
@@ -24,14 +24,15 @@
  *     aborts or exits. When memory runs out the call fails, leaks nothing and leaves its
  *     arguments as they were, unless its comment says otherwise.
  *  7. Messages. Reports go through log_msg() and are discarded until the program opens a
- * log. Diagnostics are written at LOG_DEBUG, failures of the codecs at LOG_ERR. A message
- * is a side effect: the result alone tells whether a call failed.
+ *     log. Diagnostics are written at LOG_DEBUG, failures of the codecs at LOG_ERR. A
+ *     message is a side effect: the result alone tells whether a call failed.
  *  8. Threads. There are no locks inside. Reference counts and the logging configuration
- * are plain variables: one thread at a time uses a tree, a list or a stream, and logging is
- *     set up before other threads log. Distinct objects may be used by distinct threads.
+ *     are plain variables: one thread at a time uses a tree, a list or a stream, and
+ *     logging is set up before other threads log. Distinct objects may be used by distinct
+ *     threads.
  *  9. Locale. JSON numbers and tree dumps are read and written as in the "C" locale
- * whatever the program's locale is; no call changes the locale of the process or another
- * thread.
+ *     whatever the program's locale is; no call changes the locale of the process or of
+ *     another thread.
  * 10. Depth. No function recurses on the depth of a tree or of a text: a tree 1,000,000
  *     levels deep is built, walked, copied and released on a small stack.
  * 11. Cost. A function whose comment names no cost takes constant time, apart from copying
@@ -39,7 +40,7 @@
  * 12. Links. Every operation that follows link nodes ends. A link whose path passes through
  *     itself does not resolve; nor does one whose path needs another link's target first,
  *     which needs another's, and so on through more than 256. One call follows at most
- *     1,000,000 links.
+ *     1,000,000 links that it comes to through other links.
  */
 #ifndef NODETREE_H
 #define NODETREE_H

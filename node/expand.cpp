@@ -47,7 +47,7 @@ void ExpandingWalk::settle_among_links() {
 
 void ExpandingWalk::enter_link() {
   node *link = walk_.at();
-  node *target = links_.resolve(link);
+  node *target = links_.resolve(link, !outer_.empty());
   step_ = Step::failed;
   if (links_.exhausted())
     return;

@@ -22,7 +22,7 @@ public:
       at = links_.root(at);
       path = behind_root;
     }
-    bool complete = advance(at, path) && expand();
+    bool complete = advance(at, path, false) && expand();
     if (!complete || links_.exhausted() || matches_.empty() || !matches_.push(nullptr))
       return nullptr;
     return matches_.take();
@@ -32,12 +32,13 @@ private:
   struct Branch {
     node *child;
     Segments rest;
+    bool behind_link;
   };
 
   // The functions below give false only when memory runs out.
 
   bool expand() {
-    while (!branches_.empty()) {
+    while (!branches_.empty() && !links_.exhausted()) {
       Branch &branch = branches_.back();
       node *child = branch.child;
       if (!child) {
@@ -46,19 +47,22 @@ private:
       }
       branch.child = next_sibling(child);
       bool match = branch.rest.empty() || child->type == NODE_NULL;
-      if (!(match ? matches_.push(child) : advance(child, branch.rest)))
+      if (!(match ? matches_.push(child) : advance(child, branch.rest, branch.behind_link)))
         return false;
     }
     return true;
   }
 
   // Goes along the path as far as the next "*", which becomes a branch, or to its end.
-  bool advance(node *at, Segments path) {
+  bool advance(node *at, Segments path, bool behind_link) {
     std::string_view segment;
     while (path.next(segment)) {
-      at = links_.target_or_self(at);
+      if (at->type == NODE_LINK) {
+        at = links_.target_or_self(at, behind_link);
+        behind_link = true;
+      }
       if (segment == "*" && is_container(at))
-        return branches_.push({first_child(at), path});
+        return branches_.push({first_child(at), path, behind_link});
       if (segment == "..")
         at = at->parent;
       else if (segment != ".")

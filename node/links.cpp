@@ -3,6 +3,7 @@
 #include "avl/avl_internal.hpp"
 #include "string/parse_int.hpp"
 
+#include <algorithm>
 #include <cstring>
 
 using namespace nodetree;
@@ -36,9 +37,10 @@ node *child_named(const node *container, std::string_view segment) {
 
 // The node where the link's path starts and the segments to apply to it; NULL for a path
 // that does not resolve, and when the limit is reached.
-node *Links::start(const node *link, char **&rest) {
+node *Links::start(const node *link, bool behind, char **&rest) {
   rest = link->value.link_path;
-  if (++followed_ > follow_max || !rest || !*rest)
+  followed_ += behind;
+  if (exhausted() || !rest || !*rest)
     return nullptr;
   if (**rest == '\0') {
     rest++;
@@ -53,51 +55,46 @@ struct Links::Waiting {
   char **rest;
 };
 
-node *Links::follow(const node *link) {
+node *Links::follow(const node *link, bool behind) {
   Waiting waiting[nesting_max];
   std::size_t depth = 0;
   char **rest = nullptr;
-  node *at = start(link, rest);
-
-  for (bool resolved = false; at; resolved = false) {
-    // The target of the innermost link is reached: go on with the path that waits for it.
+  node *at = start(link, behind, rest);
+  while (at) {
     if (!*rest) {
+      // The innermost link's target is reached: the path that waits for it goes on there.
       if (depth == 0)
         return at;
       link = waiting[--depth].link;
       rest = waiting[depth].rest;
-      resolved = true;
-    }
-    const char *segment = *rest;
-    if (!resolved && std::strcmp(segment, "..") == 0) {
+      at = child_named(at, *rest++);
+    } else if (std::strcmp(*rest, "..") == 0) {
       at = at->parent;
-    } else if (resolved || at->type != NODE_LINK) {
-      if (resolved || std::strcmp(segment, ".") != 0)
-        at = child_named(at, segment);
-    } else if (std::strcmp(segment, ".") != 0) {
-      const node *inner = at;
-      bool circle = inner == link || depth == nesting_max;
-      for (std::size_t i = 0; i < depth && !circle; i++)
-        circle = waiting[i].link == inner;
-      if (circle)
+      rest++;
+    } else if (std::strcmp(*rest, ".") == 0) {
+      rest++;
+    } else if (at->type != NODE_LINK) {
+      at = child_named(at, *rest++);
+    } else {
+      auto needs_itself = [at](const Waiting &outer) { return outer.link == at; };
+      if (at == link || depth == nesting_max ||
+          std::any_of(waiting, waiting + depth, needs_itself))
         return nullptr;
       waiting[depth++] = {link, rest};
-      link = inner;
-      at = start(link, rest);
-      continue;
+      link = at;
+      at = start(link, true, rest);
     }
-    rest++;
   }
   return nullptr;
 }
 
-node *Links::resolve(node *n) {
+node *Links::resolve(node *n, bool behind) {
   // A chain in a circle comes back to any link on it. One is remembered for as many steps
   // as have been taken before, which in the end is more than a round.
   const node *remembered = n;
   size_t steps = 0;
   for (size_t limit = 2; n && n->type == NODE_LINK; steps++) {
-    n = follow(n);
+    n = follow(n, behind || steps > 0);
     if (n == remembered)
       break;
     if (steps == limit) {

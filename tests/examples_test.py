@@ -24,14 +24,12 @@ def run(program, *arguments, text=""):
 class Examples(unittest.TestCase):
     def setUp(self):
         self.data = os.path.join(SOURCE, "data", "service.json")
-        self.folder = tempfile.TemporaryDirectory()
-        self.addCleanup(self.folder.cleanup)
 
-    def file(self, text):
-        path = os.path.join(self.folder.name, "file.json")
-        with open(path, "w", encoding="utf-8") as f:
+    def read_config(self, text):
+        with tempfile.NamedTemporaryFile("w", encoding="utf-8", suffix=".json") as f:
             f.write(text)
-        return path
+            f.flush()
+            return run("read_config", f.name)
 
     def test_read_config(self):
         status, out, error = run("read_config", self.data)
@@ -45,13 +43,13 @@ class Examples(unittest.TestCase):
             "upstream       weather, 1 retries\n"
             "upstream       berths, 0 retries\n",
         )
-        self.assertIn("localhost port 80\n", run("read_config", self.file("{}"))[1])
+        self.assertIn("localhost port 80\n", self.read_config("{}")[1])
         for text, reason in [
             ("", "empty"),
             ("{", "Failed to parse JSON"),
             ('{"server": {"port": "x"}}', "/server/port: expected an integer"),
         ]:
-            status, _, error = run("read_config", self.file(text))
+            status, _, error = self.read_config(text)
             self.assertEqual(status, 1)
             self.assertIn(reason, error)
 

@@ -6,114 +6,66 @@ using namespace test;
 
 namespace {
 
-std::string keys(const node *container) {
-  std::string text;
-  for (const node *child : children(container))
-    text += std::string(child->key) + " ";
-  return text;
-}
-
-TEST(ObjectMembers, AreFoundByKeyAndWalkedInInsertionOrder) {
-  tree o = make(R"({"b":1,"a":2,"":3,"B":4})");
-  std::string walked;
-  for (node *n = node_object_first(o.get()); n != nullptr; n = node_object_next(o.get(), n))
-    walked += std::string(n->key) + " ";
-  EXPECT_EQ(walked, "b a  B ");
-  EXPECT_EQ(node_object_get(o.get(), "A"), nullptr);
-  EXPECT_EQ(node_object_next(o.get(), nullptr), nullptr);
-  check_tree(o.get());
-}
-
-TEST(ObjectMembers, RefusalsChangeNothing) {
-  tree o = make(R"({"a":1,"l":[]})"), array(node_new_array()), child(node_new_integer(2));
-  node *held = node_object_get(o.get(), "a"), *l = node_object_get(o.get(), "l");
-  EXPECT_FALSE(node_object_add(o.get(), "a", child.get()));
+TEST(Containers, RefusalsChangeNothing) {
+  tree o = make(R"({"a key that is long":1,"l":[]})"), array(node_new_array());
+  tree child(node_new_integer(2));
+  node *held = node_object_first(o.get()), *l = node_object_get(o.get(), "l");
+  for (const char *key : {"a key that is long", "l", static_cast<const char *>(nullptr)})
+    EXPECT_FALSE(node_object_add(o.get(), key, child.get()));
   EXPECT_FALSE(node_object_add(nullptr, "b", child.get()));
-  EXPECT_FALSE(node_object_add(o.get(), nullptr, child.get()));
   EXPECT_FALSE(node_object_add(array.get(), "b", child.get()));
-  check_free(child.get());
   EXPECT_FALSE(node_object_add(o.get(), "b", nullptr));
   EXPECT_FALSE(node_object_add(o.get(), "b", held)) << "has a parent";
   EXPECT_FALSE(node_object_add(o.get(), "b", o.get())) << "is the object itself";
-  EXPECT_FALSE(node_array_append(l, held) || node_array_prepend(l, held));
-  EXPECT_FALSE(node_array_append(array.get(), array.get()));
-  EXPECT_FALSE(node_array_prepend(array.get(), array.get()));
   for (auto put : {node_array_append, node_array_prepend})
     EXPECT_FALSE(put(nullptr, child.get()) || put(array.get(), nullptr) ||
-                 put(o.get(), child.get()));
-  EXPECT_EQ(node_object_get(o.get(), "a"), held);
-  EXPECT_EQ(compact(o.get()), R"({"a":1,"l":[]})");
+                 put(o.get(), child.get()) || put(l, held) ||
+                 put(array.get(), array.get()));
+  check_free(child.get());
+  EXPECT_EQ(compact(o.get()), R"({"a key that is long":1,"l":[]})");
   check_tree(o.get());
   check_tree(array.get());
-}
-
-TEST(ArrayElements, KeysAreLabelsAndAccessIsByPosition) {
-  tree a(node_new_array());
-  for (int64_t i = 0; i < 3; i++)
-    EXPECT_TRUE(node_array_append(a.get(), node_new_integer(i)));
-  EXPECT_TRUE(node_array_prepend(a.get(), node_new_integer(9)));
-  EXPECT_EQ(keys(a.get()), "3 0 1 2 ");
-  EXPECT_EQ(node_get_integer(node_array_get(a.get(), 0)), 9);
-  EXPECT_EQ(node_get_integer(node_array_get(a.get(), 3)), 2);
-  for (size_t beyond : {size_t{4}, SIZE_MAX}) {
-    EXPECT_EQ(node_array_get(a.get(), beyond), nullptr);
-    node_array_del(a.get(), beyond);
-  }
-  EXPECT_EQ(node_array_count(a.get()), 4u);
-  node_array_del(a.get(), 0);
-  node_array_del(a.get(), 0);
-  EXPECT_EQ(keys(a.get()), "1 2 ");
-  EXPECT_TRUE(node_array_append(a.get(), node_new_null()));
-  EXPECT_EQ(keys(a.get()), "1 2 2 ");
-  check_tree(a.get());
 }
 
 TEST(Containers, WrongKindsHaveNothingAndDoNothing) {
   for (const char *text :
        {"null", "1", "2.5", "\"s\"", "true", "\"->/a\"", "[1]", "{\"0\":1}"}) {
     SCOPED_TRACE(text);
-    tree n = make(text), same = make(text), object = make(R"({"z":1})");
-    if (!node_is_object(n.get())) {
-      EXPECT_EQ(node_object_count(n.get()), 0u);
-      EXPECT_EQ(node_object_first(n.get()), nullptr);
-      EXPECT_EQ(node_object_next(n.get(), node_object_first(object.get())), nullptr);
-      EXPECT_EQ(node_object_get(n.get(), "0"), nullptr);
-      node_object_del(n.get(), "0");
-      node_object_clear(n.get());
-      node_object_move_children(n.get(), object.get());
-      node_object_move_children(object.get(), n.get());
-      EXPECT_EQ(compact(object.get()), R"({"z":1})");
+    tree owner = make(text), same = make(text), object = make(R"({"z":1})");
+    node *n = owner.get(), *o = object.get(), *child = node_object_first(o);
+    if (!node_is_object(n)) {
+      EXPECT_TRUE(node_object_count(n) == 0 && node_object_first(n) == nullptr);
+      EXPECT_TRUE(!node_object_next(n, child) && !node_object_get(n, "0"));
+      node_object_del(n, "0");
+      node_object_clear(n);
+      node_object_move_children(n, o);
+      node_object_move_children(o, n);
+      EXPECT_EQ(compact(o), R"({"z":1})");
     }
-    if (!node_is_array(n.get())) {
-      EXPECT_EQ(node_array_count(n.get()), 0u);
-      EXPECT_EQ(node_array_first(n.get()), nullptr);
-      EXPECT_EQ(node_array_next(n.get(), node_object_first(object.get())), nullptr);
-      EXPECT_EQ(node_array_get(n.get(), 0), nullptr);
-      node_array_del(n.get(), 0);
-      node_array_clear(n.get());
+    if (!node_is_array(n)) {
+      EXPECT_TRUE(node_array_count(n) == 0 && node_array_first(n) == nullptr);
+      EXPECT_TRUE(!node_array_next(n, child) && !node_array_get(n, 0));
+      node_array_del(n, 0);
+      node_array_clear(n);
     }
-    EXPECT_TRUE(node_equals(n.get(), same.get()));
-    check_tree(n.get());
+    EXPECT_EQ(node_array_get(n, SIZE_MAX), nullptr);
+    EXPECT_TRUE(node_equals(n, same.get()));
+    check_tree(n);
   }
 }
 
-TEST(MoveChildren, FollowTheOwnOnesWhichWin) {
+TEST(MoveChildren, LeaveANullAndDropWhatTheDestinationHas) {
   tree target = make(R"({"own":0,"y":1})");
   tree holder = make(R"({"source":{"x":{"deep":[1]},"y":2,"z":3},"after":4})");
   node *source = node_object_get(holder.get(), "source");
-  node *y = node_object_get(source, "y"), *x = node_object_get(source, "x");
+  node *y = node_object_get(source, "y");
   node_ref(y);
   node_object_move_children(target.get(), source);
   EXPECT_EQ(compact(target.get()), R"({"own":0,"y":1,"x":{"deep":[1]},"z":3})");
-  EXPECT_EQ(node_object_get(target.get(), "x"), x);
   EXPECT_EQ(compact(holder.get()), R"({"source":null,"after":4})");
   EXPECT_EQ(node_object_get(holder.get(), "source"), source);
-  EXPECT_EQ(source->child_count, 0u);
   check_free(y);
   EXPECT_FALSE(node_unref(y));
-  tree empty(node_new_object());
-  node_object_move_children(target.get(), empty.get());
-  EXPECT_TRUE(node_is_null(empty.get()));
   check_tree(target.get());
   check_tree(holder.get());
 }
@@ -137,49 +89,53 @@ TEST(Containers, AgreeWithVectorsUnderRandomUse) {
   tree objects[2] = {tree(node_new_object()), tree(node_new_object())};
   tree array(node_new_array());
   list members[2], elements;
-  auto erase_key = [](list &l, const std::string &key) {
-    std::erase_if(l, [&](const auto &e) { return e.first == key; });
+  auto find = [](list &l, const std::string &key) {
+    return std::find_if(l.begin(), l.end(), [&](const auto &e) { return e.first == key; });
   };
-  auto has = [](const list &l, const std::string &key) {
-    return std::any_of(l.begin(), l.end(), [&](const auto &e) { return e.first == key; });
-  };
-  const int64_t steps = under_valgrind() ? 400 : 4000;
+  const auto steps = static_cast<int64_t>(scaled(5000));
   for (int64_t step = 0; step < steps; step++) {
     size_t side = random() % 2;
     node *o = objects[side].get(), *a = array.get();
     list &m = members[side];
-    std::string key = std::to_string(random() % 40);
+    // Short keys are kept elsewhere than long ones.
+    std::string number = std::to_string(random() % 40),
+                key = random() % 2 == 0 ? number : number + "-abcdef";
+    auto found = find(m, key);
     size_t at = random() % (elements.size() + 1);
     const size_t choice = random() % 100;
     if (choice < 40) {
       tree fresh(node_new_integer(step));
       bool added = node_object_add(o, key.c_str(), fresh.get());
-      ASSERT_EQ(added, !has(m, key));
+      ASSERT_EQ(added, found == m.end());
       if (added) {
         fresh.release();
         m.emplace_back(key, step);
       }
     } else if (choice < 50) {
       node_object_del(o, key.c_str());
-      erase_key(m, key);
-    } else if (node *taken = node_object_get(o, key.c_str());
-               choice < 60 && taken != nullptr) {
+      if (found != m.end())
+        m.erase(found);
+    } else if (choice < 60 && found != m.end()) {
+      node *taken = node_object_get(o, key.c_str());
       node_detach(taken); // a member becomes an element
-      elements.insert(elements.begin(),
-                      {std::to_string(elements.size()), node_get_integer(taken)});
+      check_free(taken);
+      elements.insert(elements.begin(), {std::to_string(elements.size()), found->second});
       ASSERT_TRUE(node_array_prepend(a, taken));
-      erase_key(m, key);
+      m.erase(found);
     } else if (choice < 75) {
       elements.emplace_back(std::to_string(elements.size()), step);
       ASSERT_TRUE(node_array_append(a, node_new_integer(step)));
     } else if (choice < 97) {
-      node_array_del(a, at);
+      if (tree taken; choice % 2 != 0)
+        node_array_del(a, at);
+      else if (taken.reset(node_array_get(a, at)); taken != nullptr)
+        node_detach(taken.get());
       if (at < elements.size())
         elements.erase(elements.begin() + static_cast<std::ptrdiff_t>(at));
     } else if (choice < 99) {
       node_object_move_children(o, objects[1 - side].get());
       for (const auto &e : members[1 - side])
-        if (!has(m, e.first))
+        if (find(m, e.first) == m.end())
           m.push_back(e);
       objects[1 - side].reset(node_new_object());
       members[1 - side].clear();
@@ -189,18 +145,25 @@ TEST(Containers, AgreeWithVectorsUnderRandomUse) {
       elements.clear();
       m.clear();
     }
-    const std::pair<const node *, const list *> checks[] = {
-        {objects[0].get(), &members[0]}, {objects[1].get(), &members[1]}, {a, &elements}};
-    for (auto [container, expected] : checks) {
-      list found;
-      for (const node *child : children(container))
-        found.emplace_back(child->key, node_get_integer(child));
-      ASSERT_EQ(found, *expected);
-      ASSERT_NO_FATAL_FAILURE(check_tree(container));
+    const struct {
+      const node *container;
+      decltype(&node_object_first) first;
+      decltype(&node_object_next) next;
+      const list &expected;
+    } checks[] = {{objects[0].get(), node_object_first, node_object_next, members[0]},
+                  {objects[1].get(), node_object_first, node_object_next, members[1]},
+                  {a, node_array_first, node_array_next, elements}};
+    for (const auto &c : checks) {
+      list walked;
+      for (node *n = c.first(c.container); n != nullptr; n = c.next(c.container, n))
+        walked.emplace_back(node_key(n), node_get_integer(n));
+      ASSERT_EQ(walked, c.expected);
+      ASSERT_NO_FATAL_FAILURE(check_tree(c.container));
     }
-    if (at < elements.size()) {
-      ASSERT_EQ(node_get_integer(node_array_get(a, at)), elements[at].second);
-    }
+    ASSERT_EQ(node_object_count(o), m.size());
+    node *element = node_array_get(a, at);
+    ASSERT_EQ(element != nullptr, at < node_array_count(a));
+    ASSERT_TRUE(element == nullptr || node_get_integer(element) == elements[at].second);
   }
 }
 
@@ -209,7 +172,6 @@ TEST(Iterate, VisitsTheRootAndThenTheLeavesInDocumentOrder) {
     const char *tree, *root, *visited;
   } rows[] = {
       {R"({"a":[1,2],"b":{}})", "/", "/ /a/0 /a/1 /b "},
-      {R"({"a":[1,2],"b":{}})", "/a", "/a /a/0 /a/1 "},
       {R"([[[]],[[{"x":[null,"->/0"]}]],3])", "/", "/ /0/0 /1/0/0/x/0 /1/0/0/x/1 /2 "},
       {R"([[[]],[[{"x":[null,"->/0"]}]],3])", "/1/0", "/1/0 /1/0/0/x/0 /1/0/0/x/1 "},
       {"7", "/", "/ "}};
@@ -222,7 +184,6 @@ TEST(Iterate, VisitsTheRootAndThenTheLeavesInDocumentOrder) {
     EXPECT_EQ(visited, row.visited) << row.tree;
   }
   EXPECT_EQ(node_iterate(nullptr), nullptr);
-  EXPECT_TRUE(node_iterate_end(tree(node_new_null()).get(), nullptr));
 }
 
 TEST(ContainerDepth, WalkAndClearNeedNoStackAndLinearTime) {
@@ -238,15 +199,14 @@ TEST(ContainerDepth, WalkAndClearNeedNoStackAndLinearTime) {
     for (node *n = node_iterate(comb); n != nullptr; n = node_iterate(n), leaves++)
       ASSERT_EQ(node_get_integer(n), leaves);
     EXPECT_EQ(leaves, static_cast<int64_t>(deep_levels));
-    node *target = node_new_object(), *source = deep_tree(deep_levels, node_new_null());
-    node_object_move_children(target, source);
-    EXPECT_EQ(node_object_count(target), 1u);
-    for (node *deep : {comb, source, target}) {
-      node_array_clear(deep);
-      node_object_clear(deep);
-      EXPECT_EQ(deep->child_count, 0u);
-      node_free(deep);
-    }
+    node_array_clear(comb);
+    EXPECT_EQ(comb->child_count, 0u);
+    node_free(comb);
+    tree target(node_new_object()), source(deep_tree(deep_levels, node_new_null()));
+    node_object_move_children(target.get(), source.get());
+    EXPECT_EQ(node_object_count(target.get()), 1u);
+    node_object_clear(target.get());
+    EXPECT_EQ(target->child_count, 0u);
   });
 }
 
@@ -258,7 +218,6 @@ TEST(ContainerBreadth, ManyChildrenCostNoMoreEach) {
       ASSERT_TRUE(
           (i % 2 != 0 ? node_array_append : node_array_prepend)(a.get(), node_new_null()));
     }
-    check_tree(o.get());
     node_object_move_children(moved.get(), o.get());
     check_tree(moved.get());
     for (size_t i = wide_count; i-- > wide_count / 2;) {

@@ -1,8 +1,6 @@
 #include "tree.hpp"
 
-#include <clocale>
 #include <cmath>
-#include <locale.h>
 
 using namespace test;
 
@@ -47,31 +45,41 @@ TEST(Copy, KeepsEverythingButThePlace) {
             R"({"n":null,"i":-9,"r":0.5,"s":"ä\n","t":true,"e":[],"o":{}})");
 }
 
-TEST(Copy, ReplacesLinksByWhatTheyLeadTo) {
+// A copy leaves out the links that lead nowhere or back; JSON has null for the former, and
+// there is none with the latter.
+TEST(Links, BecomeWhatTheyLeadToInCopiesAndJson) {
   const struct {
-    const char *source, *start, *copy;
+    const char *source, *start, *copy, *json;
   } rows[] = {
-      {R"({"n":5,"l":"->/n"})", "/", R"({"n":5,"l":5})"},
-      {R"({"l":"->/gone","n":1})", "/", R"({"n":1})"},
-      {R"({"l":"->/gone"})", "/l", "NULL"},
-      {R"(["->/x",1,"->/gone",2,"->/1"])", "/", "[1,2,1]"},
+      {R"({"n":5,"l":"->/n","a":["->/n","->/l"]})", "/", R"({"n":5,"l":5,"a":[5,5]})", ""},
+      {R"({"l":"->/gone"})", "/l", "NULL", "null"},
+      {R"(["->x",1,"->/gone",2,"->/1"])", "/", "[1,2,1]", "[null,1,null,2,1]"},
       {R"({"a":"->/b","b":"->/c","c":{"d":"->/n"},"n":7})", "/",
-       R"({"a":{"d":7},"b":{"d":7},"c":{"d":7},"n":7})"},
-      {R"({"a":{"s":"->../../b"},"b":["->../../c"],"c":null})", "/a", R"({"s":[null]})"},
-      {R"({"l":"->/l","n":1})", "/", R"({"n":1})"},
-      {R"({"l":"->/l/x","n":1})", "/", R"({"n":1})"},
-      {R"({"a":"->/b","b":"->/c","c":"->/b","n":1})", "/", R"({"n":1})"},
-      {R"({"o":{"l":"->/o","m":"->..","r":"->/","x":1}})", "/", R"({"o":{"x":1}})"},
-      {R"({"o":{"l":"->/o/x","x":1}})", "/", R"({"o":{"l":1,"x":1}})"},
-      {R"({"o":{"l":"->/o","x":1}})", "/o/l", "NULL"},
+       R"({"a":{"d":7},"b":{"d":7},"c":{"d":7},"n":7})", ""},
+      {R"({"a":{"s":"->../../b"},"b":["->../../c"],"c":null})", "/a", R"({"s":[null]})",
+       ""},
+      {R"({"x":{"y":[1]},"o":{"a":"->/x/y","b":"->/x"}})", "/o",
+       R"({"a":[1],"b":{"y":[1]}})", ""},
+      {R"({"l":"->/l/x","n":1})", "/", R"({"n":1})", R"({"l":null,"n":1})"},
+      {R"({"a":"->/b/x","b":"->/a/x"})", "/", "{}", R"({"a":null,"b":null})"},
+      {R"({"a":"->/b","b":"->/c","c":"->/b","n":1})", "/", R"({"n":1})", "NULL"},
+      {R"({"o":{"l":"->/o","m":"->..","r":"->/","x":1}})", "/", R"({"o":{"x":1}})", "NULL"},
+      {R"({"o":{"l":"->/o","x":1}})", "/o/l", "NULL", "NULL"},
       {R"({"o":{"p":{"l":"->/o","x":1},"m":"->/o/p"}})", "/",
-       R"({"o":{"p":{"x":1},"m":{"x":1}}})"},
+       R"({"o":{"p":{"x":1},"m":{"x":1}}})", "NULL"},
       {R"({"a":{"to":"->/b","x":1},"b":{"to":"->/a","y":2}})", "/",
-       R"({"a":{"to":{"y":2},"x":1},"b":{"to":{"x":1},"y":2}})"},
-      {R"({"a":{"l":"->/"},"n":1})", "/a", "{}"}};
+       R"({"a":{"to":{"y":2},"x":1},"b":{"to":{"x":1},"y":2}})", "NULL"},
+      {R"({"a":{"l":"->/"},"n":1})", "/a", "{}", "NULL"}};
   for (const auto &row : rows) {
+    SCOPED_TRACE(row.source);
+    log_reader log;
     tree t = make(row.source), same = make(row.source);
-    EXPECT_EQ(copied(node_lookup(t.get(), row.start), 1), row.copy) << row.source;
+    node *start = node_lookup(t.get(), row.start);
+    EXPECT_EQ(copied(start, 1), row.copy);
+    EXPECT_EQ(log.fresh(), "");
+    std::string json = *row.json != '\0' ? row.json : row.copy;
+    EXPECT_EQ(compact(start), json);
+    EXPECT_EQ(log.fresh().rfind("ERROR: ", 0) == 0, json == "NULL");
     EXPECT_TRUE(node_equals(t.get(), same.get()));
   }
 }
@@ -87,19 +95,6 @@ TEST(Copy, LeavesOutWhatItCannotCopy) {
   EXPECT_EQ(node_copy(node_object_get(t.get(), "odd"), 0), nullptr);
   EXPECT_EQ(node_copy(nullptr, 0), nullptr);
   EXPECT_EQ(node_clone(nullptr), nullptr);
-}
-
-// `count` containers that hold links to all of them, themselves included.
-tree fan_out(size_t count) {
-  std::string text;
-  for (size_t i = 0; i < count; i++) {
-    text += (i != 0 ? "," : "{") + ("\"" + std::to_string(i) + "\":{");
-    for (size_t k = 0; k < count; k++)
-      text += (k != 0 ? "," : "") +
-              ("\"" + std::to_string(k) + "\":\"->/" + std::to_string(k) + "\"");
-    text += "}";
-  }
-  return make(text + "}");
 }
 
 std::string expanded(size_t count, std::vector<bool> within) {
@@ -118,21 +113,6 @@ TEST(Copy, ExpansionIsExactAndBounded) {
   for (size_t count = 1; count <= 6; count++)
     EXPECT_EQ(copied(fan_out(count).get(), 1), expanded(count, std::vector<bool>(count)));
   EXPECT_EQ(node_copy(fan_out(50).get(), 1), nullptr);
-  for (int levels : {10, 64}) { // every level leads to the next twice
-    tree t(node_new_object());
-    for (int i = 0; i < levels; i++) {
-      std::string next = "\"->/" + std::to_string(i + 1) + "\"";
-      node_object_add(t.get(), std::to_string(i).c_str(),
-                      make("[" + next + "," + next + "]").release());
-    }
-    node_object_add(t.get(), std::to_string(levels).c_str(), node_new_integer(1));
-    tree copy(node_copy(node_object_get(t.get(), "0"), 1));
-    EXPECT_EQ(copy == nullptr, levels == 64);
-    int leaves = 0;
-    for (node *n = node_iterate(copy.get()); n != nullptr; n = node_iterate(n))
-      leaves++;
-    EXPECT_EQ(leaves, levels == 64 ? 0 : 1024);
-  }
 }
 
 TEST(Equals, ComparesStructureAndValues) {
@@ -144,13 +124,11 @@ TEST(Equals, ComparesStructureAndValues) {
               {"0.0", "-0.0", true},
               {"9223372036854775807", "9223372036854775806", false},
               {"0.1", "0.10000000000000002", false},
-              {"\"a\"", "\"A\"", false},
               {"[1,2]", "[2,1]", false},
               {"[1,2]", "[1]", false},
               {"[]", "{}", false},
               {R"({"a":1,"b":[2,{"c":3}]})", R"({"b":[2,{"c":3}],"a":1})", true},
               {R"({"a":1,"b":[2,{"c":3}]})", R"({"b":[2,{"c":4}],"a":1})", false},
-              {R"({"a":1,"b":2})", R"({"a":1,"c":2})", false},
               {R"({"a":null})", R"({"b":null})", false},
               {R"(["->/x/y"])", R"(["->/x/y"])", true},
               {R"(["->/x/y"])", R"(["->/x"])", false}};
@@ -174,7 +152,6 @@ TEST(Print, WritesOneLineALeaf) {
   } rows[] = {
       {R"({"a":1,"b":{"c":"x"},"d":[],"e":null,"f":2.5,"g":true})", "/",
        "/a=1\n/b/c=x\n/e=\n/f=2.500000\n/g=true\n"},
-      {R"({"a":1,"b":{"c":"x"}})", "/b", "/b/c=x\n"},
       {R"([[-9223372036854775807,[]],false,-0.0])", "/",
        "/0/0=-9223372036854775807\n/1=false\n/2=-0.000000\n"},
       {R"({"l":"->/x/y","r":"->../z","n":"->"})", "/", "/l=(/x/y)\n/r=(../z)\n/n=()\n"},
@@ -194,16 +171,14 @@ TEST(Print, WritesOneLineALeaf) {
 }
 
 TEST(Print, IgnoresTheLocale) {
+  german_locale german;
   tree t = make(R"({"r":1234567.5})");
-  ASSERT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr) << "is LOCPATH set?";
   EXPECT_EQ(dump(t.get()), "/r=1234567.500000\n");
   EXPECT_STREQ(std::localeconv()->decimal_point, ",");
-  locale_t german = duplocale(LC_GLOBAL_LOCALE);
   std::setlocale(LC_ALL, "C");
-  locale_t before = uselocale(german);
+  uselocale(german.handle);
   EXPECT_EQ(dump(t.get()), "/r=1234567.500000\n");
-  EXPECT_EQ(uselocale(before), german) << "the caller's own locale was lost";
-  freelocale(german);
+  EXPECT_EQ(uselocale(nullptr), german.handle) << "the caller's own locale was lost";
 }
 
 TEST(CopyDepth, NeedsNoStackAndLinearTime) {

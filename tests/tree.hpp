@@ -3,34 +3,12 @@
 #ifndef NODETREE_TESTS_TREE_HPP
 #define NODETREE_TESTS_TREE_HPP
 
-#include <nodetree/json.h>
-
-#include <gtest/gtest.h>
-#include <pthread.h>
+#include "support.hpp"
 
 #include <algorithm>
-#include <chrono>
 #include <cstddef>
-#include <cstdlib>
-#include <cstring>
-#include <functional>
-#include <map>
-#include <memory>
-#include <string>
-#include <vector>
 
 namespace test {
-
-struct node_deleter {
-  void operator()(node *n) const { node_free(n); }
-};
-using tree = std::unique_ptr<node, node_deleter>;
-
-inline std::string take(char *text) {
-  std::string copy = text != nullptr ? text : "NULL";
-  std::free(text);
-  return copy;
-}
 
 // A node's place for comparisons and messages.
 inline std::string where(const node *n) {
@@ -110,10 +88,27 @@ inline std::string compact(const node *n) {
   return take(json_stringify(n, true));
 }
 
-// Order, links, balances and the list of an index, checked without recursion.
+// The height of the part of an index that is to be below `parent`, checked; its leaders
+// join those found so far, of which there are to be `limit` at most.
+inline int check_height(const avl_node *e, const avl_node *parent, size_t limit,
+                        std::vector<const avl_node *> &leaders) {
+  if (e == nullptr || leaders.size() > limit)
+    return 0;
+  EXPECT_EQ(e->parent, parent);
+  if (e->parent != parent)
+    return 0; // there may be a cycle
+  int left = check_height(e->left, e, limit, leaders);
+  leaders.push_back(e);
+  int right = check_height(e->right, e, limit, leaders);
+  EXPECT_EQ(e->balance, right - left);
+  EXPECT_LE(std::abs(right - left), 1);
+  return 1 + std::max(left, right);
+}
+
+// Order, links, balances and the list of an index.
 inline void check_avl(const avl_tree *index) {
   const auto *anchor = reinterpret_cast<const avl_node *>(index);
-  std::vector<const avl_node *> leaders;
+  std::vector<const avl_node *> leaders, inorder;
   const avl_node *before = anchor;
   size_t count = 0;
   for (const avl_node *e = index->next; e != anchor; before = e, e = e->next) {
@@ -121,44 +116,15 @@ inline void check_avl(const avl_tree *index) {
     ASSERT_EQ(e->prev, before);
     int order =
         before == anchor ? -1 : index->compare(before->key, e->key, index->compare_arg);
-    if (e->leader) {
+    ASSERT_TRUE(e->leader ? order < 0 : order == 0 && index->allow_duplicates);
+    ASSERT_TRUE(e->leader || (!e->parent && !e->left && !e->right && e->balance == 0));
+    if (e->leader)
       leaders.push_back(e);
-      ASSERT_LT(order, 0) << "leaders out of order";
-    } else {
-      ASSERT_EQ(order, 0) << "a follower away from its group";
-      ASSERT_TRUE(index->allow_duplicates);
-      ASSERT_TRUE(!e->parent && !e->left && !e->right && e->balance == 0);
-    }
   }
   ASSERT_EQ(index->prev, before);
   ASSERT_EQ(index->count, count);
-
-  std::vector<const avl_node *> preorder, path, inorder;
-  for (const avl_node *e = index->root; e != nullptr || !path.empty();) {
-    if (e != nullptr) {
-      ASSERT_LE(preorder.size(), leaders.size()) << "a cycle in the tree";
-      preorder.push_back(e);
-      path.push_back(e);
-      e = e->left;
-    } else {
-      e = path.back();
-      path.pop_back();
-      inorder.push_back(e);
-      e = e->right;
-    }
-  }
+  check_height(index->root, nullptr, count, inorder);
   ASSERT_EQ(inorder, leaders);
-  ASSERT_TRUE(index->root == nullptr || index->root->parent == nullptr);
-  std::map<const avl_node *, int> height{{nullptr, 0}};
-  for (auto at = preorder.rbegin(); at != preorder.rend(); ++at) {
-    const avl_node *e = *at;
-    for (const avl_node *side : {e->left, e->right})
-      ASSERT_TRUE(side == nullptr || side->parent == e);
-    int left = height.at(e->left), right = height.at(e->right);
-    ASSERT_EQ(e->balance, right - left);
-    ASSERT_LE(std::abs(right - left), 1);
-    height[e] = 1 + std::max(left, right);
-  }
 }
 
 // What a node that no container holds looks like.
@@ -187,7 +153,7 @@ inline void check_tree(const node *root) {
       pending.push_back(child);
     }
     if (n->type != NODE_OBJECT) {
-      ASSERT_EQ(n->index.count, 0u);
+      ASSERT_TRUE(n->index.count == 0 && n->index.next == nullptr);
       continue;
     }
     ASSERT_EQ(n->value.children.prev, before);
@@ -199,13 +165,16 @@ inline void check_tree(const node *root) {
   }
 }
 
-inline bool under_valgrind() {
-  const char *preload = std::getenv("LD_PRELOAD");
-  return preload != nullptr && std::strstr(preload, "vgpreload") != nullptr;
+// `count` containers that hold links to all of them, themselves included.
+inline tree fan_out(size_t count) {
+  std::string all, text;
+  for (size_t i = 0; i < count; i++)
+    all +=
+        (i != 0 ? ",\"" : "\"") + std::to_string(i) + "\":\"->/" + std::to_string(i) + "\"";
+  for (size_t i = 0; i < count; i++)
+    text += (i != 0 ? ",\"" : "\"") + std::to_string(i) + "\":{" + all + "}";
+  return make("{" + text + "}");
 }
-
-inline const size_t deep_levels = under_valgrind() ? 20000 : 1000000;
-inline const size_t wide_count = under_valgrind() ? 2000 : 100000;
 
 // Objects (member "k") and arrays by turns around `leaf`, the outermost an object.
 inline node *deep_tree(size_t levels, node *leaf) {
@@ -217,25 +186,6 @@ inline node *deep_tree(size_t levels, node *leaf) {
     top = outer;
   }
   return top;
-}
-
-// Runs `body` where recursion on the depth of a tree would overflow, and quadratic time
-// show.
-inline void on_small_stack(const std::function<void()> &body) {
-  auto start = std::chrono::steady_clock::now();
-  pthread_attr_t attributes;
-  pthread_t thread;
-  ASSERT_EQ(pthread_attr_init(&attributes), 0);
-  ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 * 1024), 0);
-  auto run = [](void *argument) -> void * {
-    (*static_cast<const std::function<void()> *>(argument))();
-    return nullptr;
-  };
-  void *argument = const_cast<std::function<void()> *>(&body);
-  ASSERT_EQ(pthread_create(&thread, &attributes, run, argument), 0);
-  pthread_join(thread, nullptr);
-  pthread_attr_destroy(&attributes);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
 }
 
 } // namespace test

@@ -89,13 +89,11 @@ NODETREE_API bool file_mkdirp(const char *path, mode_t mode);
  * Symbolic links are followed, within two bounds that make every search end:
  *  - a directory is not entered again while the search is inside it, so a link to an
  *    ancestor leads nowhere;
- *  - where two or more links have been followed on the way down, a directory is entered
- *    only the first time that the search comes to it across that many links.
- * So everything that can be reached across at most one link is found under each of its
- * paths.
+ *  - however many links lead to a directory, directly or to one above it, it is entered
+ *    through the first of them that the search comes to, besides its place without links.
  *
- * Uses one descriptor at a time and no recursion. Linear in the entries visited, apart from
- * the sorting; each directory is visited at most once for each link, and twice more.
+ * Uses one descriptor at a time and no recursion. Linear in the entries below the
+ * directory and what they link to, apart from the sorting.
  */
 NODETREE_API char **path_search(const char *directory, const char *pattern);
 

@@ -9,8 +9,8 @@
  * Writing. Members are written in their order, a link as the value it leads to in the end,
  * a dangling link as null. Trees that have no JSON form fail: containers nested more than
  * 127 deep (the links' targets counted in), links that lead to each other in a circle or to
- * a container that holds them, more than 1,000,000 links, a real that is NaN or infinite, a
- * node of an unknown kind. The reason is logged at LOG_ERR.
+ * a container that holds them, more links than convention 12 allows, a real that is NaN or
+ * infinite, a node of an unknown kind. The reason is logged at LOG_ERR.
  *
  * Parse failures are logged at LOG_ERR as "Failed to parse JSON: " and the reason.
  */
@@ -25,7 +25,8 @@
 NODETREE_BEGIN
 
 /* Takes a completed value over (consumes it). It runs inside the parse call, under the
-   caller's own locale, and must not free the stream that calls it. */
+   caller's own locale, and must not free the stream that calls it; feeding that stream is
+   refused (false). */
 typedef void (*node_value_callback)(node *value, void *user_data);
 
 typedef struct json_stream json_stream;
@@ -38,7 +39,8 @@ NODETREE_API json_stream *json_stream_new(node_value_callback callback, void *us
 /* Feeds `size` bytes: true, or false at the first error, after which every call fails
    again; values completed before the error have been delivered. A number at the very end is
    held until the next byte shows where it ends: feed a newline at the end of the input.
-   O(size). */
+   All calls together are O(n) for n bytes in chunks of any sizes; one call may go over a
+   string, number or comment again that began in earlier chunks. */
 NODETREE_API bool json_stream_parse(json_stream *stream, const void *bytes, size_t size);
 NODETREE_API bool json_stream_parse_string(json_stream *stream, const char *text);
 

@@ -58,7 +58,7 @@ NODETREE_API void log_msg(int level, const char *format, ...) NODETREE_PRINTF(2,
  * lines equal to the one before. `data` may be NULL if `length` is 0. Where memory for the
  * dump runs out, a message saying so takes its place.
  *
- * The dump, up to five times as long as the data, is built even while debug output is off.
+ * The dump, some 80 bytes for each 16 of the data, is built even while debug output is off.
  * It is cut off shortly before INT_MAX bytes, the most that one message can hold. */
 NODETREE_API void log_debug_hex(const void *data, size_t length);
 

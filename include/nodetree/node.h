@@ -68,8 +68,7 @@ typedef struct node {
   uint32_t diff_hash; /* 0 until computed */
 } node;
 
-/* ---- Making nodes: each result is a root with one reference, NULL when memory runs out
- * ---- */
+/* ---- Making nodes: a root with one reference each, NULL when memory runs out ---- */
 
 NODETREE_API node *node_new_null(void);
 NODETREE_API node *node_new_object(void);
@@ -148,7 +147,8 @@ NODETREE_API void node_clear(node *n);
 /* The first child, NULL when there is none. The argument must be a container. */
 NODETREE_API node *node_container_first(const node *container);
 
-/* The child after `child`; NULL after the last one and for a NULL child. */
+/* The child after `child`; NULL after the last one and for a NULL child. A walk that removes
+   or moves children fetches the next one first; so do those below. */
 NODETREE_API node *node_container_next(const node *container, const node *child);
 
 /* Appends `child` as member `key` (copied), handing over the caller's reference: true.
@@ -165,10 +165,11 @@ NODETREE_API node *node_object_next(const node *object, const node *child);
 /* The member with exactly this key, or NULL. O(log n). */
 NODETREE_API node *node_object_get(const node *object, const char *key);
 
-/* Releases the member with this key, if there is one, as node_free() does. */
+/* Releases the member with this key, if there is one, as node_free() does. O(log n) and the
+   member's subtree. */
 NODETREE_API void node_object_del(node *object, const char *key);
 
-/* Releases every member, in order, as node_free() does. */
+/* Releases every member, in order, as node_free() does. O(n) in the subtree. */
 NODETREE_API void node_object_clear(node *object);
 
 /* Moves all members of the object `source` behind those of the object `destination` and
@@ -193,10 +194,11 @@ NODETREE_API node *node_array_next(const node *array, const node *child);
 /* The element at a position counted from 0, or NULL. O(n), from the nearer end. */
 NODETREE_API node *node_array_get(const node *array, size_t index);
 
-/* Releases the element at a position, if there is one, as node_free() does. O(n). */
+/* Releases the element at a position, if there is one, as node_free() does. O(n) and the
+   element's subtree. */
 NODETREE_API void node_array_del(node *array, size_t index);
 
-/* Releases every element, in order, as node_free() does. */
+/* Releases every element, in order, as node_free() does. O(n) in the subtree. */
 NODETREE_API void node_array_clear(node *array);
 
 /* One step of a walk over the leaves (nodes without children) of a tree in document order.
@@ -213,13 +215,12 @@ NODETREE_API bool node_iterate_end(const node *root, const node *cursor);
  *
  * A path is a run of segments, as a text separated by "/" or as a string list. An empty
  * first segment (a leading "/") starts at the root of the given node's tree, any other at
- * the node itself. ".." is the parent, "." the node itself, "*" in glob lookups every
- * child; any other segment is a member's key or an element's position in the forms of
- * strtol with base 0
- * ("010" is 8). A trailing "/" in a text is ignored; nothing is escaped. An empty or NULL
- * path finds nothing. A lookup that passes through a link goes on in the link's target.
- * Found nodes are borrowed. A lookup costs one search a segment: O(log n) in an object,
- * O(n) in an array.
+ * the node itself. ".." is the parent, "." the node itself, "*" in glob lookups every child;
+ * any other segment is a member's key or an element's position in the forms of strtol with
+ * base 0 ("010" is 8). A trailing "/" in a text is ignored; nothing is escaped. An empty or
+ * NULL path finds nothing. A lookup that passes through a link goes on in the link's target.
+ * Found nodes are borrowed. A lookup costs one search a segment: O(log n) in an object, O(n)
+ * in an array.
  */
 
 NODETREE_API node *node_parent(const node *n); /* NULL for a root */
@@ -245,7 +246,8 @@ NODETREE_API node *node_lookup_sl(const node *start, char **path);
 /* The target of a link: its path looked up from the root when it begins with "", from the
    link when it begins with ".." (which leads to the link's own container). NULL for any
    other path, a non-link, a target that does not exist, and a path that passes through the
-   link itself. A target that is a link, even the same one, is returned as the link. */
+   link itself. A target that is a link, even the same one, is returned as the link. Costs a
+   lookup, and the depth of the tree for a path from the root. */
 NODETREE_API node *node_follow_link(const node *n);
 
 /* The lenient lookup: where a step fails, the last node reached before it; NULL only for an
@@ -257,10 +259,11 @@ NODETREE_API node *node_try_lookup_sl(const node *start, char **path);
    only where the link dangles: once it resolves, ".." applies to its target. */
 NODETREE_API node *node_try_follow_link(const node *n);
 
-/* All nodes that a glob path matches, as a new value list in document order; NULL for none
-   and when memory runs out. A null child that "*" meets before the path ends matches
-   itself. Empty segments other than the first name the member with the empty key.
-   O(matches) searches. */
+/* All nodes that a glob path matches, as a new value list in document order; NULL for none,
+   when memory runs out, and when more links than convention 12 allows would have to be
+   followed. A null child that "*" meets before the path ends matches itself. Empty segments
+   other than the first name the member with the empty key. A search for each child that a
+   "*" meets. */
 NODETREE_API void **node_lookup_glob(const node *start, const char *path);
 NODETREE_API void **node_lookup_glob_sl(const node *start, char **path);
 
@@ -271,15 +274,15 @@ NODETREE_API void **node_lookup_glob_sl(const node *start, char **path);
 NODETREE_API node *node_lookup_create(node *start, const char *path);
 NODETREE_API node *node_lookup_create_sl(node *start, char **path);
 
-/* ---- Whole trees; each is O(n) in the tree, and a search a member where objects differ in
-   order ---- */
+/* ---- Whole trees: O(n) in the tree, and a search a member where objects differ in order;
+   node_fprint() also the length of what it writes ---- */
 
 /* A deep copy as a new root. NULL for NULL and for an unknown kind. With `links` 0 links
    stay links, with 1 each is replaced by a copy of what it leads to in the end; links that
    lead nowhere, back to themselves or to a container that holds them (directly or through
    the links they were reached by) are left out, and so are all links with any other number.
-   NULL, with nothing left behind, when memory runs out or more than 1,000,000 links would
-   have to be followed. */
+   NULL, with nothing left behind, when memory runs out or more links than convention 12
+   allows would have to be followed. */
 NODETREE_API node *node_copy(const node *n, int links);
 
 /* node_copy() that keeps links. */

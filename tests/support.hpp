@@ -1,0 +1,187 @@
+// Helpers shared by the tests of all families: owners, texts for comparisons, files, the
+// log, the locale and size.
+#ifndef NODETREE_TESTS_SUPPORT_HPP
+#define NODETREE_TESTS_SUPPORT_HPP
+
+#include <nodetree.h>
+
+#include <gtest/gtest.h>
+#include <locale.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace test {
+
+struct release {
+  void operator()(char *text) const { std::free(text); }
+  void operator()(char **list) const { sl_free(list); }
+  void operator()(void **list) const { vl_free(list, nullptr); }
+  void operator()(node *n) const { node_free(n); }
+  void operator()(stringstream *stream) const { stringstream_free(stream); }
+};
+using text_owner = std::unique_ptr<char, release>;
+using list_owner = std::unique_ptr<char *, release>;
+using values_owner = std::unique_ptr<void *, release>;
+using tree = std::unique_ptr<node, release>;
+
+// Takes a new text over, "NULL" for none.
+inline std::string take(char *text) {
+  const text_owner owner(text);
+  return text != nullptr ? text : "NULL";
+}
+
+// A string list as one text: "a;b;", "" for an empty one, "NULL" for none.
+inline std::string shown(char *const *list) {
+  std::string text;
+  for (char *const *s = list; s != nullptr && *s != nullptr; s++)
+    text += std::string(*s) + ";";
+  return list != nullptr ? text : "NULL";
+}
+
+inline std::string take(char **list) {
+  const list_owner owner(list);
+  return shown(list);
+}
+
+inline void write_file(const std::string &path, const std::string &data) {
+  std::ofstream(path, std::ios::binary) << data;
+}
+
+inline std::string file_content(const std::string &path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+// A new folder, the working directory while it lives.
+class workplace {
+public:
+  workplace() : home(std::filesystem::current_path()) {
+    char name[] = "/tmp/nodetree-test-XXXXXX";
+    EXPECT_NE(mkdtemp(name), nullptr);
+    std::filesystem::current_path(path = name);
+  }
+  ~workplace() {
+    std::filesystem::current_path(home);
+    std::filesystem::remove_all(path);
+  }
+  workplace(const workplace &) = delete;
+  std::string path;
+
+private:
+  std::filesystem::path home;
+};
+
+// Collects what is logged while it lives, debug messages included.
+class log_reader {
+public:
+  log_reader() {
+    EXPECT_NE(log_open_file("/dev/null", "w"), nullptr);
+    std::fclose(log_file);
+    log_file = open_memstream(&buffer, &size);
+    log_set_debug(true);
+  }
+  ~log_reader() {
+    log_set_debug(false);
+    log_close();
+    std::free(buffer);
+  }
+  log_reader(const log_reader &) = delete;
+  // What came since the last call, without the numbers of lines of code.
+  std::string fresh() {
+    std::fflush(log_file);
+    std::string text(buffer + read, size - read);
+    read = size;
+    for (size_t at = 0; (at = text.find(':', at)) != text.npos; ++at)
+      if (size_t end = text.find_first_not_of("0123456789", at + 1);
+          end != text.npos && end > at + 1 && text[end] == ':')
+        text.erase(at, end - at);
+    return text;
+  }
+
+private:
+  char *buffer = nullptr;
+  size_t size = 0, read = 0;
+};
+
+// While it lives the program runs in German, where the decimal sign is a comma.
+class german_locale {
+public:
+  german_locale() {
+    EXPECT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr) << "is LOCPATH set?";
+    handle = duplocale(LC_GLOBAL_LOCALE);
+  }
+  ~german_locale() {
+    uselocale(LC_GLOBAL_LOCALE);
+    std::setlocale(LC_ALL, "C");
+    freelocale(handle);
+  }
+  german_locale(const german_locale &) = delete;
+  locale_t handle = nullptr;
+};
+
+inline std::string repeat(const std::string &text, size_t times) {
+  std::string all;
+  while (times-- > 0)
+    all += text;
+  return all;
+}
+
+inline bool under_valgrind() {
+  const char *preload = std::getenv("LD_PRELOAD");
+  return preload != nullptr && std::strstr(preload, "vgpreload") != nullptr;
+}
+
+// Tools that check every access slow the tests down, so sizes and rounds are cut there.
+inline size_t slowdown() {
+#ifdef __SANITIZE_ADDRESS__
+  return 10;
+#else
+  return under_valgrind() ? 50 : 1;
+#endif
+}
+
+inline size_t scaled(size_t full) {
+  return full / slowdown();
+}
+
+// What needs as many steps as the library allows at most.
+inline const bool to_the_limit = slowdown() == 1;
+
+inline const size_t deep_levels = scaled(1000000);
+inline const size_t wide_count = scaled(100000);
+
+// Runs `body` where recursion on the depth of a tree would overflow, and quadratic time
+// show.
+inline void on_small_stack(const std::function<void()> &body) {
+  pthread_attr_t attributes;
+  pthread_t thread;
+  ASSERT_EQ(pthread_attr_init(&attributes), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, 256 * 1024), 0);
+  auto run = [](void *argument) -> void * {
+    (*static_cast<const std::function<void()> *>(argument))();
+    timespec used = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    EXPECT_LT(used.tv_sec, 10);
+    return nullptr;
+  };
+  void *argument = const_cast<std::function<void()> *>(&body);
+  ASSERT_EQ(pthread_create(&thread, &attributes, run, argument), 0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attributes);
+}
+
+} // namespace test
+
+#endif
