@@ -34,7 +34,8 @@
  *     whatever the program's locale is; no call changes the locale of the process or of
  *     another thread.
  * 10. Depth. No function recurses on the depth of a tree or of a text: a tree 1,000,000
- *     levels deep is built, walked, copied and released on a small stack.
+ *     levels deep is built, walked, copied and released on a small stack. expr_eval() does on
+ *     that of an expression, and refuses those nested deeper than EXPR_NESTING_MAX.
  * 11. Cost. A function whose comment names no cost takes constant time, apart from copying
  *     the texts it is given. n is the number of children, elements or bytes at hand.
  * 12. Links. Every operation that follows link nodes ends. A link whose path passes through

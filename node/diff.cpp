@@ -85,7 +85,7 @@ private:
   bool step_array(Pair &pair);
   void settle(const node *from, const node *to, const char *key);
   bool compare(const node *from, const node *to, const char *key, node *&entry);
-  bool follow(const node *&from, const node *&to, node *&entry);
+  bool follow(const node *&from, const node *&to, bool behind, node *&entry);
   bool note(const node *from, const node *to);
   void forget(const Pair &pair);
 
@@ -152,7 +152,8 @@ bool Difference::compare(const node *from, const node *to, const char *key, node
     if (from->diff_hash != 0 && from->diff_hash == to->diff_hash)
       return false;
     if (from->type == NODE_LINK) {
-      if (!follow(from, to, entry) || (from == seen_from && to == seen_to))
+      bool behind = through_links || comparing_.count > 0;
+      if (!follow(from, to, behind, entry) || (from == seen_from && to == seen_to))
         return false;
       if (steps == limit) {
         seen_from = from;
@@ -180,9 +181,9 @@ bool Difference::compare(const node *from, const node *to, const char *key, node
 }
 
 // Replaces two links by their targets: false when that settles the matter.
-bool Difference::follow(const node *&from, const node *&to, node *&entry) {
-  const node *from_target = from_links_.follow(from);
-  const node *to_target = to_links_.follow(to);
+bool Difference::follow(const node *&from, const node *&to, bool behind, node *&entry) {
+  const node *from_target = from_links_.follow(from, behind);
+  const node *to_target = to_links_.follow(to, behind);
   if (from_links_.exhausted() || to_links_.exhausted())
     return false;
   if (!from_target || !to_target) {

@@ -25,11 +25,15 @@ class Examples(unittest.TestCase):
     def setUp(self):
         self.data = os.path.join(SOURCE, "data", "service.json")
 
+    def file(self, text):
+        file = tempfile.NamedTemporaryFile("w", encoding="utf-8", suffix=".json")
+        self.addCleanup(file.close)
+        file.write(text)
+        file.flush()
+        return file.name
+
     def read_config(self, text):
-        with tempfile.NamedTemporaryFile("w", encoding="utf-8", suffix=".json") as f:
-            f.write(text)
-            f.flush()
-            return run("read_config", f.name)
+        return run("read_config", self.file(text))
 
     def test_read_config(self):
         status, out, error = run("read_config", self.data)

@@ -47,7 +47,8 @@ NODETREE_BEGIN
    new text, whatever stood there before and without releasing that; otherwise *error is not
    touched. Messages read "PATH (PATH): what is wrong", with the path of the failing
    operation and the path of the context. A failure may have no message, and a result may
-   come with one, of an operand that "range" skipped: release *error whenever it is set. */
+   come with one, of an operand that "range" skipped: release *error whenever it is set. Costs what the
+   operations do: a lookup for each path, a comparison for each operand of "eq". */
 NODETREE_API node *expr_eval(node *expr, node *context, char **error);
 
 /* Truth: booleans as they are; strings unless empty; integers and reals unless 0 (a NaN is

@@ -336,19 +336,19 @@ NODETREE_API uint32_t hash_sdbm(const void *data, size_t length, uint32_t seed);
 /* Computes and caches in diff_hash the hashes of the node and of all below it that have
    none yet, and returns the node's: 0, which is never cached, for null, empty values and
    links that lead nowhere or to a container that holds them. Nothing resets a hash when a
-   tree is changed: prepare trees that no longer change. When memory runs out, or more than
-   1,000,000 links would have to be followed, the hashes of the whole tree are dropped and 0
-   is returned. NULL gives 0. O(n), O(1) for a node that has its hash. */
+   tree is changed: prepare trees that no longer change. When memory runs out, or more links
+   than convention 12 allows would have to be followed, the hashes of the whole tree are
+   dropped and 0 is returned. NULL gives 0. O(n), O(1) for a node that has its hash. */
 NODETREE_API uint32_t node_prepare_diff_hash(node *n);
 
 /* What differs in `to` from `from`, as a new tree; NULL for no difference. For two objects
    or two arrays it is an object of the children that differ, by key or position; children
    that only `from` has stand there as null, others as copies of those of `to` with links
-   resolved. Links are compared by what they lead to; a pair of links met again inside their
-   own comparison counts as equal, and so do links beyond the first 1,000,000. Nodes with
-   the same cached hash count as equal. An entry for which there is no memory is left out.
-   NULL with NULL gives NULL, NULL with a node a copy of the node or a null node. O(n log
-   n). */
+   resolved. Links are compared by what they lead to; a pair of links met again inside its
+   own comparison counts as equal, and so do links beyond those that convention 12 allows.
+   Nodes with the same cached hash count as equal. An entry for which there is no memory is
+   left out. NULL with NULL gives NULL, NULL with a node a copy of the node or a null node.
+   O(n log n). */
 NODETREE_API node *node_diff(const node *from, const node *to);
 
 NODETREE_END
