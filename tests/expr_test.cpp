@@ -1,0 +1,344 @@
+#include <nodetree/expr.h>
+
+#include "tree.hpp"
+
+#include <clocale>
+#include <cmath>
+#include <sstream>
+#include <utility>
+
+namespace {
+
+using test::tree;
+
+// JSON with single quotes, for tables.
+tree quoted(std::string text) {
+  std::replace(text.begin(), text.end(), '\'', '"');
+  return test::make(text);
+}
+
+// What came out: the JSON of a new node, or the place of a node of the context or the
+// expression, or "NULL"; and the message, "" for none.
+using outcome = std::pair<std::string, std::string>;
+
+// Evaluates with and without a place for the message. Both must come to the same, leave
+// every reference of both trees as it was, and touch *error for a message alone.
+outcome eval(node *expr, node *context) {
+  const node *home = node_root(context), *own = node_root(expr);
+  auto references = [=] {
+    std::vector<const node *> pending{home, own};
+    std::map<const node *, uint32_t> counts;
+    while (!pending.empty()) {
+      const node *n = pending.back();
+      pending.pop_back();
+      if (n == nullptr || !counts.emplace(n, n->refcount).second)
+        continue;
+      for (const node *child : test::children(n))
+        pending.push_back(child);
+    }
+    return counts;
+  };
+  const auto before = references();
+  char stale[] = "stale", *error = stale;
+  node *quiet = expr_eval(expr, context, nullptr), *loud = expr_eval(expr, context, &error);
+  outcome got("NULL", error != stale ? test::take(error) : "");
+  EXPECT_EQ(quiet == nullptr, loud == nullptr);
+  if (loud != nullptr) {
+    const bool borrowed = before.count(loud) != 0;
+    const char *whose = node_root(loud) == home ? "context " : "expr ";
+    got.first = borrowed ? whose + test::where(loud) : test::compact(loud);
+    EXPECT_EQ(loud->refcount, borrowed ? before.at(loud) + 2 : 1) << got.first;
+    EXPECT_EQ(borrowed, quiet == loud);
+    EXPECT_EQ(node_unref(loud), borrowed);
+    EXPECT_EQ(node_unref(quiet), borrowed);
+  }
+  EXPECT_TRUE(before == references()) << "references were left or lost";
+  return got;
+}
+
+// A table of expressions, each ended by "=> RESULT", "=> RESULT ! MESSAGE" or, for
+// failures,
+// "=> ! MESSAGE"; "|" separates those that come to the same. A message that does not begin
+// with a path is that of a root for a root.
+void check(const std::string &context, const std::string &table) {
+  const tree data = context.empty() ? nullptr : quoted(context);
+  std::istringstream lines(table);
+  for (std::string line, exprs; std::getline(lines, line);) {
+    const size_t arrow = line.find(" => ");
+    exprs += line.substr(0, arrow);
+    if (arrow == line.npos)
+      continue;
+    outcome wanted(line.substr(arrow + 4), "");
+    if (const size_t mark = wanted.first.find("! "); mark != line.npos) {
+      wanted.second = wanted.first.substr(mark + 2);
+      wanted.first = mark > 0 ? wanted.first.substr(0, mark - 1) : "NULL";
+      if (wanted.second[0] != '/')
+        wanted.second = "/ (/): " + wanted.second;
+    }
+    std::istringstream list(std::exchange(exprs, ""));
+    for (std::string expr; std::getline(list, expr, '|');)
+      EXPECT_EQ(eval(quoted(expr).get(), data.get()), wanted) << expr;
+  }
+}
+
+const char data[] = R"({'a':10,'b':{'c':3,'d':[1,2,3]},'s':'text','e':'','n':null,'t':true,
+  'r':2.5,'o':{},'key':'b/c','last':'c','big':9007199254740992,'v':'3.25','nan':'nan',
+  'l':'->/b/c','ll':'->/l','lb':'->/b','lr':'->../a','le':'->/e','dangling':'->/nowhere',
+  'self':'->/self','in':'->/in/x','p':'->/q','q':'->/p','u':'->/w/1','w':'->/u/1'})";
+
+TEST(Expr, LogicGoesNoFurtherThanItNeeds) {
+  EXPECT_EQ(eval(nullptr, quoted(data).get()), outcome("NULL", ""));
+  check(data, R"(
+    null | 7 | 1.5 | 'x' | true | {'x':['no-such-op']} | '->/l' | '->/gone' => expr /
+    ['atom',['get','a']] | ['assert','ok'] => expr /1
+    ['assert',['get','a'],['no-such-op']] => context /a
+    ['unique'] | ['unique',['no-such-op']] => true
+    ['eq',1,1,1] | ['eq',null,null] | ['eq',{'x':1,'y':[2]},{'y':[2],'x':1}]
+    | ['eq',['get','b','d'],['atom',[1,2,3]]] | ['eq','->/a','->/a'] => true
+    ['eq',1,1,2] | ['eq',1,1.0] | ['eq','1',1] | ['eq',['get','b','d'],['atom',[1,3,2]]]
+    | ['eq','->/a',10] | ['eq',1,2,['no-such-op']] => false
+    ['and',true,['atom',[]],{},'x',-1,0.5] | ['or',0,'','->/0'] | ['or',1,['no-such-op']]
+    | ['not',0.0] | ['not','->/1'] | ['not',['not',['get','t']]] => true
+    ['and',true,0] | ['and',0,['no-such-op']] | ['not',['atom',[]]]
+    | ['or',0,'',null,false,0.0,'->/e','->/nowhere'] => false
+    ['eq',['get','y'],['no-such-op']] | ['assert',['get','y'],'m'] | ['not',['get','y']] => ! /1 (/): 'get' path y did not resolve to data in the context.
+    ['and',1,['get','y'],0] | ['or',0,['get','y'],1] | ['assert',0,['get','y']] => ! /2 (/): 'get' path y did not resolve to data in the context.
+    ['eq',1,1,['get','y']] => ! /3 (/): 'get' path y did not resolve to data in the context.
+  )");
+}
+
+TEST(Expr, WrongExpressionsFailWithTheirMessage) {
+  check(data, R"(
+    [] => ! Empty expression.
+    [1,2] | [['get'],'a'] | ['->/s'] => ! Expression operation must be string.
+    ['EQ',1,1] => ! Unknown expression operation: EQ
+    ['eqx',1,1] => ! Unknown expression operation: eqx
+    ['%s%n%d'] => ! Unknown expression operation: %s%n%d
+    ['eq'] | ['eq',['no-such-op']] => ! 'eq' expression requires two or more operands.
+    ['and',['no-such-op']] => ! 'and' expression requires two or more operands.
+    ['or',['no-such-op']] => ! 'or' expression requires two or more operands.
+    ['not'] | ['not',1,['no-such-op']] => ! 'not' expression requires exactly one operand.
+    ['atom'] | ['atom',1,2] => ! 'atom' expression requires exactly one parameter.
+    ['assert'] => ! 'assert' expression requires at least value expression parameter, 0 were given.
+    ['assert',['no-such-op'],2,3] => ! 'assert' expression requires at most one value expression and one error message parameter, 3 were given.
+    ['assert',0] | ['assert',['get','e']] => ! Assertion failed.
+    ['assert',0,'100%s%n'] => ! 100%s%n
+    ['assert',0,['get','s']] => ! text
+    ['assert',0,5] | ['assert',0,'->/s'] => ! 'assert' message parameter must evaluate to a string.
+    ['get',5] => ! 'get' expression path parameter expecting string or link, got integer.
+    ['value','b','->/s'] => ! 'get' expression path parameter expecting string or link, got link.
+    ['path',['get']] => ! 'get' expression path parameter expecting string or link, got object.
+    ['get',''] => ! 'get' path  did not resolve to data in the context.
+    ['get','b','y','c'] | ['value','y','b'] => ! 'get' path y did not resolve to data in the context.
+    ['path','../b'] => ! 'get' path ../b did not resolve to data in the context.
+    ['get','self/x'] => ! 'get' path self/x did not resolve to data in the context.
+    ['get','u/1'] => ! 'get' path u/1 did not resolve to data in the context.
+    ['length','s'] | ['length','y'] | ['length',['no-such-op']] | ['length','ll']
+    | ['length','dangling'] | ['length',5] => ! 'length' expression can only be used on containers.
+    ['range',1,2] | ['range',['no-such-op']] => ! 'range' expression requires lower value, upper value, and at least one path to a string/integer.
+    ['range',1.0,2,'a'] | ['range',null,['no-such-op'],'a'] => ! 'range' lower parameter must be a string or integer.
+    ['range',1,2.0,'a'] | ['range',1,'->/a',['no-such-op']] => ! 'range' upper parameter must be a string or integer.
+    ['range',1,2,5] | ['range',1,2,['get','y'],true] | ['range',1,2,'a','->/a'] => ! 'range' operand must be a path string.
+    ['range',1,2,'r'] => ! 'range' path must refer to a string or integer, got real.
+    ['range',1,2,'t'] => ! 'range' path must refer to a string or integer, got boolean.
+    ['range',1,2,'a','lb'] => ! 'range' path must refer to a string or integer, got object.
+    ['range',1,2,'ll'] | ['range',1,2,'self'] | ['range',1,2,'p'] => ! 'range' path must refer to a string or integer, got link.
+    ['regex','a',''] | ['regex',['no-such-op'],'','a',1] => ! 'regex' expression requires regex, flags, and string parameter.
+    ['regex',1,['no-such-op'],'a'] => ! 'regex' pattern parameter must be a string.
+    ['regex','(',null,['no-such-op']] => ! 'regex' flags parameter must be a string.
+    ['regex','(','x',5] | ['regex','a','','->/s'] => ! 'regex' string expression parameter must be a string.
+    ['regex','(','I','a'] | ['regex','a','im','a'] | ['regex','a','ii','a'] => ! 'regex' has unsupported flags.
+    ['regex','(','','a'] => ! 'regex' pattern invalid. Error at character 1: missing closing parenthesis
+    ['range',['get','y'],2,'a'] | ['regex',['get','y'],'','a'] => ! /1 (/): 'get' path y did not resolve to data in the context.
+    ['range',1,['get','y'],'a'] | ['regex','a',['get','y'],5] => ! /2 (/): 'get' path y did not resolve to data in the context.
+    ['regex','(','I',['get','y']] => ! /3 (/): 'get' path y did not resolve to data in the context.
+  )");
+}
+
+TEST(Expr, PathsLeadFromOneToTheNext) {
+  check(data, R"(
+    ['get'] => context /
+    ['get','b/c'] | ['get','b','c'] | ['get',['get','key']] | ['get','b',['get','last']]
+    | ['get','l'] | ['get','lb','c'] => context /b/c
+    ['value','b','d','1'] => context /b/d/1
+    ['get','b','..','a'] | ['get','b','/a'] | ['get','lr'] | ['get','lb','..','a'] => context /a
+    ['get','ll'] => context /l
+    ['get','self'] => context /self
+    ['get','p'] => context /q
+    ['get','n'] => context /n
+    ['get','dangling'] | ['get','in'] | ['value','u'] | ['path','dangling'] => NULL
+    ['path'] => "/"
+    ['path','b','d','1'] => "/b/d/1"
+    ['path','l'] => "/b/c"
+    ['path','p'] => "/q"
+    ['exists'] | ['exists','n'] | ['exists','b','d'] | ['exists','self'] => true
+    ['exists','y'] | ['exists','b','y'] | ['exists',5] | ['exists',['no-such-op']]
+    | ['exists','dangling'] | ['exists','in'] | ['exists','self/x'] | ['exists','u'] => false
+    ['length','b'] | ['length','lb'] => 2
+    ['length','b','d'] => 3
+    ['length','o'] => 0
+  )");
+  check("", R"(
+    ['get'] | ['value',['no-such-op']] | ['path','a'] | ['eq',['get','a'],1] => NULL
+    ['exists'] => false
+    ['range',1,2,'a'] => true
+    ['length'] => ! / (): 'length' expression can only be used on containers.
+    ['or',0,[]] => ! /2 (): Empty expression.
+    ['range','',5.5,'a'] => ! / (): 'range' upper parameter must be a string or integer.
+  )");
+}
+
+const char ranges[] = R"(
+  ['range',1,10,'a'] | ['range',10,11,'a'] | ['range','',10,'a'] | ['range',10,'','a']
+  | ['range','nan','nan','a'] | ['range',5,1,'nan'] | ['range','x','inf','a']
+  | ['range',1,2,'n','e','le','dangling','in','u'] | ['range',9,8,'y']
+  | ['range',3,10,'l','lr','v','b/c'] | ['range','3.2',' 3.3e0zz','v']
+  | ['range',9007199254740993,9007199254740993,'big']
+  | ['range',['get','b/c'],['get','a'],['get','key']] => true
+  ['range',1,9,'a'] | ['range',11,12,'a'] | ['range','3.26','3.9','v']
+  | ['range','0x10',20,'a'] | ['range','',9,'a'] | ['range',11,'','a'] | ['range',1,5,'s']
+  | ['range','x',5,'a'] | ['range',1,2,'a','l','y'] | ['range','nan',9,'a'] => false
+  ['range',1,20,['get','y'],'a'] | ['range',1,20,['get','y'],['get','dangling'],'a'] => true ! /3 (/): 'get' path y did not resolve to data in the context.
+  ['range',1,2,['get','x'],['get','y'],'a'] => false ! /4 (/): 'get' path y did not resolve to data in the context.
+)";
+
+TEST(Expr, RangeComparesTheNumbersItFindsInEveryLocaleAlike) {
+  for (const char *locale : {"C", "de_DE.UTF-8"}) {
+    ASSERT_NE(std::setlocale(LC_ALL, locale), nullptr) << "is LOCPATH set?";
+    check(data, ranges);
+    check("{'y':'3,75','v':'1.2'}",
+          "['range','3.5',4,'y'] | ['range','1.5','1.6','v'] => false");
+  }
+  std::setlocale(LC_ALL, "C");
+}
+
+TEST(Expr, AMessageLeftBehindGivesWayToTheNextOrIsCleared) {
+  check(data, R"(
+    ['and',['range',1,20,['get','x'],'a'],['get','y']] => ! /2 (/): 'get' path y did not resolve to data in the context.
+    ['eq',['range',1,20,['get','x'],'a'],true,['not',['range',1,20,['get','y'],'a']]] => false ! /3/1/3 (/): 'get' path y did not resolve to data in the context.
+    ['and',['range',1,20,['get','x'],'a'],['exists']]
+    | ['exists',['assert','a',['range',1,2,['get','x'],'a']]]
+    | ['or',['range',1,2,['get','x'],'a'],['length']] => true
+  )");
+}
+
+TEST(Expr, RegularExpressionsSearchBytes) {
+  check(data, R"(
+    ['regex','ab+','','xxabbby'] | ['regex','AB','i','ab'] | ['regex','','','']
+    | ['regex','^..$','','é'] | ['regex',['get','last'],['get','e'],['get','key']] => true
+    ['regex','AB','','ab'] | ['regex','^ab+','','xxabbby'] | ['regex','^b','i','a\nb']
+    | ['regex','a.b','','a\nb'] | ['regex','^.$','i','é']
+    | ['regex','(a+)+$','','aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaab'] => false
+  )");
+}
+
+TEST(Expr, MessagesNameTheOperationAndTheContextWhereverTheyStand) {
+  const tree t = quoted(R"({'a':[['not']],'k':['and',1,['or',0,[9]]],'c':2,'lk':'->/c',
+    'sub':{'l':'->/c','b':[{}]},'get':['get','c'],'up':['get','../c'],'path':['path'],
+    'range':['range',1,2,'/c','l'],'length':['length'],'me':['assert',['get','me']],
+    'own':['assert',0,['get','own/2/0']],'eq':['eq',['get','/eq'],['value','eq']]})");
+  const struct {
+    const char *expr, *context, *result, *message = "";
+  } rows[] = {
+      {"a/0", "no", "NULL", "/a/0 (): 'not' expression requires exactly one operand."},
+      {"k", "sub/b/0", "NULL", "/k/2/2 (/sub/b/0): Expression operation must be string."},
+      {"get", "sub", "NULL",
+       "/get (/sub): 'get' path c did not resolve to data in the context."},
+      {"get", ".", "context /c"},
+      {"up", "sub", "context /c"},
+      {"path", "sub/b", "\"/sub/b\""},
+      {"range", "sub", "true"},
+      {"length", "sub", "2"},
+      {"get/1", "sub", "context /get/1"},
+      {"me", ".", "context /me"},
+      {"own", ".", "NULL", "/own (/): get"},
+      {"eq", ".", "true"},
+      {"path", "path", "\"/path\""},
+  };
+  for (const auto &r : rows)
+    EXPECT_EQ(eval(node_lookup(t.get(), r.expr), node_lookup(t.get(), r.context)),
+              outcome(r.result, r.message));
+}
+
+TEST(Expr, TruthOfEveryKindAndOfLinksToTheirEnd) {
+  std::string chain = "{'0':true";
+  for (int i = 1; i <= 1000; i++)
+    chain += ",'" + std::to_string(i) + "':'->/" + std::to_string(i - 1) + "'";
+  const tree t = quoted(chain + R"(,'rho':'->/p','p':'->/q','q':'->/p','self':'->/self',
+    'e':'','le':'->/e','lle':'->../le','lo':'->/o','o':{},'gone':'->/gone/x','plain':'->o',
+    'i':-1,'big':4294967296,'small':1e-300,'zero':'0','no':'false','[]':[],'null':null,
+    'f':false,'0i':0,'0r':0.0})");
+  for (const char *yes :
+       {"0", "1", "1000", "lo", "o", "i", "big", "small", "zero", "no", "[]"})
+    EXPECT_TRUE(expr_coerce_bool(node_object_get(t.get(), yes))) << yes;
+  for (const char *no : {"rho", "p", "self", "e", "le", "lle", "gone", "plain", "null", "f",
+                         "0i", "0r", "missing"})
+    EXPECT_FALSE(expr_coerce_bool(node_object_get(t.get(), no))) << no;
+  EXPECT_TRUE(expr_coerce_bool(tree(node_new_real(std::nan(""))).get()));
+  EXPECT_FALSE(expr_coerce_bool(tree(node_new_real(-0.0)).get()));
+}
+
+// The operation `name` around itself, with `pad` further operands at every level.
+tree nested(const char *name, size_t levels, int pad = 0) {
+  node *inner = node_new_boolean(true);
+  for (; levels > 0; levels--) {
+    node *outer = node_new_array();
+    node_array_append(outer, node_new_string(name));
+    node_array_append(outer, inner);
+    for (int i = 0; i < pad; i++)
+      node_array_append(outer, node_new_string(""));
+    inner = outer;
+  }
+  return tree(inner);
+}
+
+TEST(Expr, NestingEndsInAMessageAndNotInTheStack) {
+  const tree context = quoted("{}"), t = quoted("{'wide':['and'],'skip':['range',1,2]}");
+  node *wide = node_object_get(t.get(), "wide"), *skip = node_object_get(t.get(), "skip");
+  test::on_small_stack([&] {
+    for (const char *name : {"not", "assert"}) {
+      EXPECT_EQ(eval(nested(name, 200).get(), context.get()).second, "");
+      for (size_t levels : {size_t(201), test::deep_levels / 10}) {
+        const auto [result, message] = eval(nested(name, levels).get(), context.get());
+        EXPECT_TRUE(result == "NULL" && message.find("/1/1/1") == 0) << message;
+      }
+    }
+    for (const char *name : {"eq", "and", "or", "get", "path", "exists", "length"})
+      eval(nested(name, test::deep_levels / 100, *name != 'l').get(), context.get());
+    for (const char *name : {"range", "regex"})
+      eval(nested(name, test::deep_levels / 100, 2).get(), context.get());
+  });
+  // Siblings do not add up; what is skipped or not evaluated does no harm.
+  for (int i = 0; i < 300; i++)
+    node_array_append(wide, nested("not", 198).release());
+  EXPECT_EQ(eval(wide, nullptr), outcome("true", ""));
+  node_array_append(skip, nested("not", 300).release());
+  const auto [result, message] = eval(skip, context.get());
+  EXPECT_TRUE(result == "true" && message != "") << message;
+  EXPECT_EQ(eval(nested("unique", 300).get(), nullptr), outcome("true", ""));
+  EXPECT_EQ(eval(nested("atom", 300).get(), nullptr), outcome("expr /1", ""));
+}
+
+TEST(Expr, ManyAndLongOperandsTakeLinearTime) {
+  const char *const rows[][3] = {
+      {"['and'", ",true", "true"},    {"['or'", ",''", "false"},
+      {"['eq'", ",'.'", "true"},      {"['get','a'", ",'.'", "context /a"},
+      {"['exists'", ",'.'", "true"},  {"['range',1,9", ",'a'", "true"},
+      {"['unique'", ",[[]]", "true"}, {"['length'", ",'.'", "1"}};
+  test::on_small_stack([&] {
+    const tree context = quoted("{'a':5}");
+    for (const auto &[start, operand, result] : rows) {
+      std::string text = start;
+      for (size_t i = 0; i < test::wide_count; i++)
+        text += operand;
+      EXPECT_EQ(eval(quoted(text + "]").get(), context.get()), outcome(result, ""));
+    }
+    const std::string text(1 << 20, 'a');
+    EXPECT_EQ(eval(quoted("['assert',0,'" + text + "']").get(), context.get()).second,
+              "/ (/): " + text);
+    EXPECT_EQ(eval(quoted("['regex','^a+$','','" + text + "']").get(), nullptr).first,
+              "true");
+  });
+}
+
+} // namespace
