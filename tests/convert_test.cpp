@@ -1,6 +1,4 @@
 #include <nodetree/convert.h>
-#include <nodetree/log.h>
-#include <nodetree/stringlist.h>
 
 #include "tree.hpp"
 
@@ -13,34 +11,12 @@ using test::compact;
 using test::make;
 using test::tree;
 
-// Collects what is logged, debug messages included; numbers of lines read LINE.
 class Convert : public testing::Test {
 protected:
-  Convert() {
-    EXPECT_NE(log_open_file("/dev/null", "w"), nullptr);
-    fclose(log_file);
-    log_file = open_memstream(&buffer, &size);
-    log_set_debug(true);
-  }
-  ~Convert() override {
-    log_close();
-    log_set_debug(false);
-    free(buffer);
-  }
-  std::string logged() {
-    fflush(log_file);
-    std::string fresh(buffer + read, size - read);
-    read = size;
-    for (size_t at = 0; (at = fresh.find(':', at)) != fresh.npos; ++at)
-      if (size_t end = fresh.find_first_not_of("0123456789", at + 1);
-          end < fresh.size() && end > at + 1 && fresh[end] == ':')
-        fresh.replace(at + 1, end - at - 1, "LINE");
-    return fresh;
-  }
   // Whether the one new message is the one about a wrong kind.
   void reported(const std::string &function, const char *wanted, const node *n) {
-    EXPECT_EQ(logged(), "DEBUG: " + function + ":LINE: " + test::where(n) + ": Expected " +
-                            wanted + ", got " + node_type_to_string(n) + ".\n");
+    EXPECT_EQ(log.fresh(), "DEBUG: " + function + ": " + test::where(n) + ": Expected " +
+                               wanted + ", got " + node_type_to_string(n) + ".\n");
   }
   template <typename Value>
   struct cell {
@@ -58,10 +34,7 @@ protected:
   // One node of every kind, under the name of the kind.
   const tree kinds = make(R"({"null":null,"object":{"x":1},"array":["x"],"integer":5,
                               "real":5.5,"string":"5","boolean":true,"link":"->/integer"})");
-
-private:
-  char *buffer = nullptr;
-  size_t size = 0, read = 0;
+  test::log_reader log;
 };
 
 template <typename Field>
@@ -100,7 +73,7 @@ void Convert::check_cells(const cell<Value> &type, const std::vector<std::string
       EXPECT_EQ(type.equals(&made, &field), text == other);
     }
     type.deinit(&field);
-    EXPECT_TRUE(field == nullptr && logged().empty());
+    EXPECT_TRUE(field == nullptr && log.fresh().empty());
     type.deinit(&field);
     *made = value;
     for (const node *wrong : children(kinds.get()))
@@ -171,7 +144,7 @@ TEST_F(Convert, TextsAreCopiedAndMayBeAbsentInOneType) {
     log_set_debug(false);
     EXPECT_FALSE(type.from_node(&field, kinds.get()));
     log_set_debug(true);
-    EXPECT_EQ(logged(), "");
+    EXPECT_EQ(log.fresh(), "");
   }
 }
 
@@ -180,16 +153,16 @@ TEST_F(Convert, ListsFillATargetWhereTheyCan) {
   char **field = two, **none = nullptr, **hollow = empty;
   EXPECT_EQ(compact(tree(sl_into_node(&field, nullptr)).get()), R"(["a","b, c"])");
   const tree targets = make(R"({"array":[1],"object":{"k":1},"string":"s"})");
-  const std::string failed = "DEBUG: sl_into_node:LINE: Failed to add array element.\n";
+  const std::string failed = "DEBUG: sl_into_node: Failed to add array element.\n";
   for (char **const *nothing : {&none, &hollow}) {
     EXPECT_EQ(compact(tree(sl_into_node(nothing, nullptr)).get()), "[]");
     EXPECT_EQ(sl_into_node(nothing, targets.get()), targets.get());
     EXPECT_EQ(printed(sl_fprint, nothing), "[  ]");
   }
-  EXPECT_EQ(logged(), "");
+  EXPECT_EQ(log.fresh(), "");
   for (node *target : children(targets.get())) {
     EXPECT_EQ(sl_into_node(&field, target), target);
-    EXPECT_EQ(logged(), node_is_array(target) ? "" : failed + failed);
+    EXPECT_EQ(log.fresh(), node_is_array(target) ? "" : failed + failed);
     EXPECT_EQ(target->refcount, 1u);
   }
   EXPECT_EQ(compact(targets.get()),
@@ -211,10 +184,10 @@ TEST_F(Convert, ListsAreReadWholeOrNotAtAll) {
     field = own;
     EXPECT_FALSE(sl_from_node(&field, mixed));
     EXPECT_EQ(field, nullptr);
-    EXPECT_EQ(logged(), "DEBUG: sl_from_node:LINE: " + test::where(mixed) +
-                            ": Expected array of strings, got " +
-                            node_type_to_string(children(mixed).back()) +
-                            " array element.\n");
+    EXPECT_EQ(log.fresh(), "DEBUG: sl_from_node: " + test::where(mixed) +
+                               ": Expected array of strings, got " +
+                               node_type_to_string(children(mixed).back()) +
+                               " array element.\n");
   }
   field = own;
   EXPECT_TRUE(sl_from_node(&field, node_object_get(lists.get(), "none")));
@@ -229,7 +202,7 @@ TEST_F(Convert, ListsAreReadWholeOrNotAtAll) {
   EXPECT_LT((clock() - start) / CLOCKS_PER_SEC, 5);
   EXPECT_TRUE(node_equals(tree(sl_into_node(&field, nullptr)).get(), many.get()));
   sl_free(field);
-  EXPECT_EQ(logged(), "");
+  EXPECT_EQ(log.fresh(), "");
 }
 
 } // namespace

@@ -4,6 +4,8 @@
 #include "fault.hpp"
 #include "tree.hpp"
 
+#include <concepts>
+
 namespace {
 
 using fault::for_each_failure;
@@ -87,6 +89,34 @@ std::string streamed_text() {
   return take(stringstream_take_data(stream.get()));
 }
 
+// The message of an evaluation, or else its result.
+std::string evaluated(const char *text, node *context) {
+  const tree expr = make(text);
+  char *message = nullptr;
+  node *result = expr_eval(expr.get(), context, &message);
+  std::string all = message != nullptr ? take(message) : "NULL";
+  if (result != nullptr)
+    all = json_of(result);
+  node_unref(result);
+  return all;
+}
+
+template <std::integral Value>
+std::string take(Value *cell) {
+  const std::unique_ptr<Value, decltype(&free)> owner(cell, free);
+  return cell != nullptr ? std::to_string(*cell) : "NULL";
+}
+
+// A field filled from the node of a text.
+template <class Field>
+std::string converted(bool (*from_node)(Field *, const node *), const char *text) {
+  const tree n = make(text);
+  Field field = nullptr;
+  const bool good = from_node(&field, n.get());
+  EXPECT_EQ(good, field != nullptr);
+  return take(field);
+}
+
 TEST_F(Fault, ResultsAreWholeOrNotThere) {
   const node *deep = node_lookup(sample.get(), "/a/a long key/1/c");
   ASSERT_NE(deep, nullptr);
@@ -144,6 +174,24 @@ TEST_F(Fault, ResultsAreWholeOrNotThere) {
       {R"({"a":[1,"two"]})", [] { return take(json_parse_filename("file")); }, 5},
       {R"({"a":[1,"two"]})", [] { return take(file_read_string("file")); }},
       {"dir/sub/file.txt;dir/a.txt;", [] { return take(path_search("dir", "*.txt")); }, 6},
+      {"true", [&] { return evaluated(R"(["not",["eq","x",1]])", nullptr); }, 2},
+      {"true", [&] { return evaluated(R"(["and",1,["exists","d"],{}])", sample.get()); },
+       2},
+      {"\"/d\"", [&] { return evaluated(R"(["path","leaf"])", sample.get()); }, 3},
+      {"1", [&] { return evaluated(R"(["length","a"])", sample.get()); }},
+      {"true", [&] { return evaluated(R"(["range",1,"2","a/a long key/0/x"])", nullptr); }},
+      {"false", [&] { return evaluated(R"(["regex","(z)+","i","text"])", nullptr); }},
+      {"/ (/): Assertion failed.",
+       [&] { return evaluated(R"(["assert",0])", sample.get()); }, 4},
+      {"5", [] { return converted(int_ptr_from_node, "5"); }},
+      {"5", [] { return converted(node_int_ptr_from_node, "5"); }},
+      {"1", [] { return converted(bool_ptr_from_node, "true"); }},
+      {"text", [] { return converted(str_from_node, "\"text\""); }},
+      {"text", [] { return converted(strn_from_node, "\"text\""); }},
+      {"a;b;", [] { return converted(sl_from_node, R"(["a","b"])"); }, 3},
+      {"5", [] { return take(int_new(5)); }},
+      {"5", [] { return take(node_int_new(5)); }},
+      {"1", [] { return take(bool_new(true)); }},
   };
   for (const auto &row : rows)
     for_each_failure(
@@ -154,6 +202,13 @@ TEST_F(Fault, ResultsAreWholeOrNotThere) {
         },
         row.allocations);
   EXPECT_EQ(json_of(sample.get()), before);
+  for_each_failure( // a string that cannot be appended is left out
+      [&] {
+        char **const field = list.get();
+        const std::string filled = take(sl_into_node(&field, nullptr));
+        EXPECT_TRUE(filled == R"(["a","b","c"])" || fault::injected()) << filled;
+      },
+      7);
   for_each_failure(
       [&] {
         const test::values_owner found(node_lookup_glob(sample.get(), "/*/a long key/*"));
