@@ -477,4 +477,25 @@ TEST(JsonBreadth, ManyChildrenCostLinearTime) {
   });
 }
 
+TEST(StreamCallback, CannotFeedItsStream) {
+  struct state {
+    json_stream *stream;
+    int values;
+    bool fed;
+  } st{nullptr, 0, false};
+  st.stream = json_stream_new(
+      [](node *value, void *data) {
+        auto *own = static_cast<state *>(data);
+        own->values++;
+        own->fed |= json_stream_parse_string(own->stream, "[7] ");
+        node_free(value);
+      },
+      &st);
+  EXPECT_TRUE(json_stream_parse_string(st.stream, "1 [2] "));
+  EXPECT_TRUE(json_stream_parse_string(st.stream, "[3] "));
+  EXPECT_EQ(st.values, 3);
+  EXPECT_FALSE(st.fed);
+  json_stream_free(st.stream);
+}
+
 } // namespace
