@@ -117,12 +117,15 @@ void include_matches(node *tree, char **patterns, Removed &removed) {
 }
 
 void exclude_matches(node *tree, char **patterns, Removed &removed) {
-  node *root = node_root(tree);
+  const node *root = node_root(tree);
   for (char **pattern = patterns; *pattern; pattern++) {
     Matches matches(tree, *pattern);
     while (node *match = matches.next(root)) {
+      if (match != tree && is_inside(tree, match))
+        continue;
       removed.add_leaves(match);
-      if (match == root)
+      // The tree being edited stays where it is, also inside a larger one.
+      if (match == tree)
         node_clear(match);
       else
         node_free(match);

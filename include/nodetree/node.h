@@ -315,12 +315,13 @@ NODETREE_API void node_merge(node *target, node *source);
 /* Cuts `tree` down in place. First, unless `include` is empty, all that its glob paths do
    not match is dropped; kept subtrees stand where they stood, where a container above them
    that was not itself matched is a new object, also where it was an array. Then what the
-   glob paths of `exclude` match is released; the top of the tree becomes null. Unless
+   glob paths of `exclude` match is released; `tree` itself becomes null in its place. Unless
    `removed` is NULL, the absolute paths of all leaves dropped that are no empty containers
    are appended to the list *removed, which may be NULL.
 
    Patterns may overlap or match a node many times. A match that holds `tree` itself inside
-   it cannot be taken and is passed over by `include`. A tree that is no object becomes one
+   it cannot be taken and is passed over. What `include` keeps stands under its absolute path,
+   below `tree`; a kept part of an array is lost when the rest of the array follows it. A tree that is no object becomes one
    when something is included. When memory runs out, patterns find nothing: `include` then
    drops, and `exclude` keeps, what they would have matched. O(n log n) in the tree and the
    matches with their depths. */
