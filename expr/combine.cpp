@@ -10,8 +10,7 @@ Value boolean(bool value) {
 
 // "and" and "or": the first operand whose truth is `decisive` decides.
 Value eval_until(Evaluation &evaluation, node *expr, bool decisive) {
-  for (node *operand = first_operand(expr); operand;
-       operand = next_operand(expr, operand)) {
+  for (node *operand = first_operand(expr); operand; operand = next_operand(operand)) {
     Value value = evaluation.eval(operand);
     if (!value)
       return nullptr;
@@ -30,7 +29,7 @@ Value eval_eq(Evaluation &evaluation, node *expr) {
   Value first = evaluation.eval(operand);
   if (!first)
     return nullptr;
-  while ((operand = next_operand(expr, operand))) {
+  while ((operand = next_operand(operand))) {
     Value value = evaluation.eval(operand);
     if (!value)
       return nullptr;
@@ -82,7 +81,7 @@ Value eval_assert(Evaluation &evaluation, node *expr) {
   if (!value || expr_coerce_bool(value.get()))
     return value;
   value.reset();
-  node *message_operand = next_operand(expr, operand);
+  node *message_operand = next_operand(operand);
   if (!message_operand)
     return evaluation.fail(expr, "Assertion failed.");
   Value message = evaluation.eval(message_operand);

@@ -2,8 +2,8 @@
 
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
 #include <nodetree/string.h>
+#include <string_view>
 
 #include "node/links.hpp"
 
@@ -18,7 +18,7 @@ struct FreeText {
 using Text = std::unique_ptr<char, FreeText>;
 
 constexpr struct {
-  const char *name;
+  std::string_view name;
   Operation run;
 } operations[] = {
     {"eq", eval_eq},       {"range", eval_range},   {"and", eval_and},
@@ -44,16 +44,16 @@ Value Evaluation::eval(node *expr) {
 }
 
 Value Evaluation::run(node *expr) {
-  const node *first = node_array_first(expr);
+  const node *first = first_child(expr);
   if (!first)
     return fail(expr, "Empty expression.");
-  const char *name = node_get_string(first);
-  if (!name)
+  if (!node_is_string(first))
     return fail(expr, "Expression operation must be string.");
+  const std::string_view name = node_get_string(first);
   for (const auto &operation : operations)
-    if (_string_equals(name, operation.name))
+    if (name == operation.name)
       return operation.run(*this, expr);
-  return fail(expr, "Unknown expression operation: %s", name);
+  return fail(expr, "Unknown expression operation: %s", name.data());
 }
 
 Value Evaluation::fail(const node *expr, const char *format, ...) {
@@ -79,12 +79,6 @@ void Evaluation::drop_message() {
   std::free(message_);
   message_ = nullptr;
   has_message_ = false;
-}
-
-char *Evaluation::take_message() {
-  char *message = message_;
-  message_ = nullptr;
-  return message;
 }
 
 } // namespace nodetree

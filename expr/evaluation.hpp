@@ -2,9 +2,12 @@
 #ifndef NODETREE_EXPR_EVALUATION_HPP
 #define NODETREE_EXPR_EVALUATION_HPP
 
+#include "node/node_internal.hpp"
+
 #include <cstdlib>
 #include <memory>
 #include <nodetree/expr.h>
+#include <utility>
 
 namespace nodetree {
 
@@ -37,13 +40,19 @@ public:
   // is the failure's NULL.
   Value fail(const node *expr, const char *format, ...) NODETREE_PRINTF(3, 4);
 
-  void drop_message();
+  // Whether failures from now on leave a message; an earlier one is discarded. Returns
+  // whether they did so far.
+  bool want_messages(bool wanted) {
+    drop_message();
+    return std::exchange(wants_message_, wanted);
+  }
 
   bool has_message() const { return has_message_; }
-  char *take_message();
+  char *take_message() { return std::exchange(message_, nullptr); }
 
 private:
   Value run(node *operation);
+  void drop_message();
 
   node *context_;
   bool wants_message_;
@@ -70,12 +79,12 @@ Value eval_regex(Evaluation &evaluation, node *expr);
 Value eval_unique(Evaluation &evaluation, node *expr);
 
 // The operands of an operation, one after the other; NULL behind the last.
-inline node *first_operand(const node *expr) {
-  return node_array_next(expr, node_array_first(expr));
+inline node *next_operand(const node *operand) {
+  return next_sibling(operand);
 }
 
-inline node *next_operand(const node *expr, const node *operand) {
-  return node_array_next(expr, operand);
+inline node *first_operand(const node *expr) {
+  return next_operand(first_child(expr));
 }
 
 } // namespace nodetree

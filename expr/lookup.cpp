@@ -1,8 +1,6 @@
 // The operations that find nodes of the context.
 #include "expr/evaluation.hpp"
 
-#include <cstring>
-
 namespace nodetree {
 namespace {
 
@@ -12,8 +10,7 @@ node *resolve(Evaluation &evaluation, node *expr) {
   node *at = evaluation.context();
   if (!at)
     return nullptr;
-  for (node *operand = first_operand(expr); operand;
-       operand = next_operand(expr, operand)) {
+  for (node *operand = first_operand(expr); operand; operand = next_operand(operand)) {
     Value path = evaluation.eval(operand);
     if (!path)
       return nullptr;
@@ -33,6 +30,14 @@ node *resolve(Evaluation &evaluation, node *expr) {
   return node_is_link(at) ? node_follow_link(at) : at;
 }
 
+// For operations that discard every message: none is made in the first place.
+node *resolve_quietly(Evaluation &evaluation, node *expr) {
+  const bool wanted = evaluation.want_messages(false);
+  node *found = resolve(evaluation, expr);
+  evaluation.want_messages(wanted);
+  return found;
+}
+
 } // namespace
 
 Value eval_get(Evaluation &evaluation, node *expr) {
@@ -50,14 +55,11 @@ Value eval_path(Evaluation &evaluation, node *expr) {
 }
 
 Value eval_exists(Evaluation &evaluation, node *expr) {
-  bool found = resolve(evaluation, expr) != nullptr;
-  evaluation.drop_message();
-  return Value(node_new_boolean(found));
+  return Value(node_new_boolean(resolve_quietly(evaluation, expr) != nullptr));
 }
 
 Value eval_length(Evaluation &evaluation, node *expr) {
-  const node *found = resolve(evaluation, expr);
-  evaluation.drop_message();
+  const node *found = resolve_quietly(evaluation, expr);
   if (!found || !node_is_container(found))
     return evaluation.fail(expr, "'length' expression can only be used on containers.");
   return Value(node_new_integer(static_cast<int64_t>(found->child_count)));

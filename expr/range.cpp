@@ -30,12 +30,13 @@ struct Bounds {
   bool admit(double number) const { return !(low > number) && !(number > high); }
 };
 
-// What the path leads to; NULL for what is to be skipped.
+// What the path leads to; NULL for what is to be skipped. A null that a link leads to is
+// not.
 const node *find(node *context, const char *path) {
   const node *found = context ? node_lookup(context, path) : nullptr;
-  if (found && node_is_link(found))
-    found = node_follow_link(found);
-  return found && !node_is_null(found) ? found : nullptr;
+  if (!found || node_is_null(found))
+    return nullptr;
+  return node_is_link(found) ? node_follow_link(found) : found;
 }
 
 } // namespace
@@ -51,7 +52,7 @@ Value eval_range(Evaluation &evaluation, node *expr) {
     return nullptr;
   if (!is_numeric(low.get()))
     return evaluation.fail(expr, "'range' lower parameter must be a string or integer.");
-  operand = next_operand(expr, operand);
+  operand = next_operand(operand);
   Value high = evaluation.eval(operand);
   if (!high)
     return nullptr;
@@ -60,7 +61,7 @@ Value eval_range(Evaluation &evaluation, node *expr) {
 
   const Bounds bounds{number_of(low.get()), number_of(high.get())};
   bool within = true;
-  while ((operand = next_operand(expr, operand))) {
+  while ((operand = next_operand(operand))) {
     Value path = evaluation.eval(operand);
     if (!path)
       continue;

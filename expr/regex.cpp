@@ -22,7 +22,9 @@ PCRE2_SPTR as_units(const char *text) {
   return reinterpret_cast<PCRE2_SPTR>(text);
 }
 
-Value fail_to_compile(Evaluation &evaluation, node *expr, int error, size_t offset) {
+// Not inlined: nested operations are not to keep room for the text on the stack.
+[[gnu::noinline]] Value fail_to_compile(Evaluation &evaluation, node *expr, int error,
+                                        size_t offset) {
   PCRE2_UCHAR text[120];
   if (pcre2_get_error_message(error, text, sizeof text) < 0)
     std::memcpy(text, "Unknown", sizeof "Unknown");
@@ -44,7 +46,7 @@ Value eval_regex(Evaluation &evaluation, node *expr) {
   Value values[3];
   const char *texts[3];
   node *operand = first_operand(expr);
-  for (int i = 0; i < 3; i++, operand = next_operand(expr, operand)) {
+  for (int i = 0; i < 3; i++, operand = next_operand(operand)) {
     values[i] = evaluation.eval(operand);
     if (!values[i])
       return nullptr;

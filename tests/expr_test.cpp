@@ -56,9 +56,8 @@ outcome eval(node *expr, node *context) {
 }
 
 // A table of expressions, each ended by "=> RESULT", "=> RESULT ! MESSAGE" or, for
-// failures,
-// "=> ! MESSAGE"; "|" separates those that come to the same. A message that does not begin
-// with a path is that of a root for a root.
+// failures, "=> ! MESSAGE"; "|" separates those that come to the same. A message that does
+// not begin with a path is that of a root for a root.
 void check(const std::string &context, const std::string &table) {
   const tree data = context.empty() ? nullptr : quoted(context);
   std::istringstream lines(table);
@@ -83,7 +82,8 @@ void check(const std::string &context, const std::string &table) {
 const char data[] = R"({'a':10,'b':{'c':3,'d':[1,2,3]},'s':'text','e':'','n':null,'t':true,
   'r':2.5,'o':{},'key':'b/c','last':'c','big':9007199254740992,'v':'3.25','nan':'nan',
   'l':'->/b/c','ll':'->/l','lb':'->/b','lr':'->../a','le':'->/e','dangling':'->/nowhere',
-  'self':'->/self','in':'->/in/x','p':'->/q','q':'->/p','u':'->/w/1','w':'->/u/1'})";
+  'self':'->/self','in':'->/in/x','ln':'->/n','p':'->/q','q':'->/p','u':'->/w/1',
+  'w':'->/u/1'})";
 
 TEST(Expr, LogicGoesNoFurtherThanItNeeds) {
   EXPECT_EQ(eval(nullptr, quoted(data).get()), outcome("NULL", ""));
@@ -140,6 +140,7 @@ TEST(Expr, WrongExpressionsFailWithTheirMessage) {
     ['range',1,2,5] | ['range',1,2,['get','y'],true] | ['range',1,2,'a','->/a'] => ! 'range' operand must be a path string.
     ['range',1,2,'r'] => ! 'range' path must refer to a string or integer, got real.
     ['range',1,2,'t'] => ! 'range' path must refer to a string or integer, got boolean.
+    ['range',1,2,'n','ln'] => ! 'range' path must refer to a string or integer, got null.
     ['range',1,2,'a','lb'] => ! 'range' path must refer to a string or integer, got object.
     ['range',1,2,'ll'] | ['range',1,2,'self'] | ['range',1,2,'p'] => ! 'range' path must refer to a string or integer, got link.
     ['regex','a',''] | ['regex',['no-such-op'],'','a',1] => ! 'regex' expression requires regex, flags, and string parameter.
@@ -275,9 +276,10 @@ TEST(Expr, TruthOfEveryKindAndOfLinksToTheirEnd) {
   EXPECT_FALSE(expr_coerce_bool(tree(node_new_real(-0.0)).get()));
 }
 
-// The operation `name` around itself, with `pad` further operands at every level.
-tree nested(const char *name, size_t levels, int pad = 0) {
-  node *inner = node_new_boolean(true);
+// The operation `name` around itself and `inner`, with `pad` further operands at every
+// level.
+tree nested(const char *name, size_t levels, int pad = 0,
+            node *inner = node_new_boolean(true)) {
   for (; levels > 0; levels--) {
     node *outer = node_new_array();
     node_array_append(outer, node_new_string(name));
@@ -292,6 +294,9 @@ tree nested(const char *name, size_t levels, int pad = 0) {
 TEST(Expr, NestingEndsInAMessageAndNotInTheStack) {
   const tree context = quoted("{}"), t = quoted("{'wide':['and'],'skip':['range',1,2]}");
   node *wide = node_object_get(t.get(), "wide"), *skip = node_object_get(t.get(), "skip");
+  const std::pair<const char *, int> paddings[] = {
+      {"length", 0}, {"eq", 1},     {"and", 1},   {"or", 1},   {"get", 1},
+      {"path", 1},   {"exists", 1}, {"range", 2}, {"regex", 2}};
   test::on_small_stack([&] {
     for (const char *name : {"not", "assert"}) {
       EXPECT_EQ(eval(nested(name, 200).get(), context.get()).second, "");
@@ -300,10 +305,16 @@ TEST(Expr, NestingEndsInAMessageAndNotInTheStack) {
         EXPECT_TRUE(result == "NULL" && message.find("/1/1/1") == 0) << message;
       }
     }
-    for (const char *name : {"eq", "and", "or", "get", "path", "exists", "length"})
-      eval(nested(name, test::deep_levels / 100, *name != 'l').get(), context.get());
-    for (const char *name : {"range", "regex"})
-      eval(nested(name, test::deep_levels / 100, 2).get(), context.get());
+    for (const auto &[name, pad] : paddings) {
+      eval(nested(name, test::deep_levels / 100, pad).get(), context.get());
+#if defined __OPTIMIZE__ && !defined __SANITIZE_ADDRESS__
+      // What the regular expression takes to compile comes on top of the deepest nesting.
+      node *groups = quoted("['regex','" + test::repeat("(", 249) + test::repeat(")", 249) +
+                            "','i','a']")
+                         .release();
+      eval(nested(name, EXPR_NESTING_MAX - 1, pad, groups).get(), context.get());
+#endif
+    }
   });
   // Siblings do not add up; what is skipped or not evaluated does no harm.
   for (int i = 0; i < 300; i++)

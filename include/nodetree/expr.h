@@ -13,18 +13,23 @@
  *   ["assert", a]            a if it is true, otherwise a failure; ["assert", a, message]
  *                            fails with the string that the message evaluates to
  *   ["get", path...]         the node at a path of the context, each path going on from the
- *                            node that the one before found; "value" is another name
+ *                            node that the one before found; the target of a link that
+ *                            stands there; "value" is another name
  *   ["path", path...]        the absolute path of that node
  *   ["exists", path...]      whether there is such a node; failures count as no
- *   ["length", path...]      the number of its children
- *   ["range", low, high, path...]   every number found at the paths lies within the bounds;
- *                            numbers are strings or integers, nothing found is skipped
+ *   ["length", path...]      the number of its children; other kinds fail
+ *   ["range", low, high, path...]   every number found at the paths, each from the context,
+ *                            lies within the bounds, themselves included
  *   ["regex", pattern, flags, text] the PCRE2 pattern matches; flags "" or "i"
- *   ["unique", ...]          true
+ *   ["unique", ...]          true; the operands are not evaluated
+ *
+ * Numbers in "range" are integers, and strings as atof() reads them in the "C" locale; an
+ * empty or "nan" bound excludes nothing. Paths that fail or lead to nothing, null or an
+ * empty string are skipped; other kinds are failures, reals too, and null behind a link.
  *
  * Without a context nothing is looked up: "get" and "path" fail without a message, "exists"
- * is false, and "range" skips its paths. Numbers in "range" are read as in the "C" locale.
- * A regular expression that takes PCRE2 more steps than its default limits does not match.
+ * is false, and "range" skips its paths. A regular expression that takes PCRE2 more than
+ * its default limits of steps and memory does not match.
  */
 #ifndef NODETREE_EXPR_H
 #define NODETREE_EXPR_H
@@ -35,8 +40,9 @@
 
 NODETREE_BEGIN
 
-/* Operations nested deeper than this fail with a message: evaluation recurses, and 200
-   levels fit on a small thread's stack. */
+/* Operations nested deeper than this fail with a message: evaluation recurses. So many
+   levels, and below them PCRE2, which takes up to 190 KiB of stack for a pattern of nested
+   groups, fit on a stack of 256 KiB in an optimised build. */
 #define EXPR_NESTING_MAX 200
 
 /* Evaluates `expr` (NULL gives NULL) against `context` (may be NULL). The result carries
@@ -44,16 +50,17 @@ NODETREE_BEGIN
    node: it may be a part of the expression or the context. NULL is failure.
 
    `error` may be NULL. Where the evaluation leaves a message, it is stored in *error as a
-   new text, whatever stood there before and without releasing that; otherwise *error is not
-   touched. Messages read "PATH (PATH): what is wrong", with the path of the failing
-   operation and the path of the context. A failure may have no message, and a result may
-   come with one, of an operand that "range" skipped: release *error whenever it is set. Costs what the
-   operations do: a lookup for each path, a comparison for each operand of "eq". */
+   new text (NULL for want of memory), whatever stood there before and without releasing
+   that; otherwise *error is not touched. Messages read "PATH (PATH): what is wrong", with
+   the path of the failing operation and the path of the context. A failure may have no
+   message, and a result may come with one, of an operand that "range" skipped: release
+   *error whenever it is set. Costs what the operations do: a lookup for each path, each
+   with its own limit of links, a comparison for each operand of "eq". */
 NODETREE_API node *expr_eval(node *expr, node *context, char **error);
 
 /* Truth: booleans as they are; strings unless empty; integers and reals unless 0 (a NaN is
    true); objects and arrays always; a link as what it leads to in the end, false when that
-   is nothing; null and NULL never. */
+   is nothing; null and NULL never. A lookup for each link. */
 NODETREE_API bool expr_coerce_bool(const node *n);
 
 NODETREE_END
