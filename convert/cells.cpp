@@ -4,6 +4,7 @@
 
 #include <cinttypes>
 #include <cstdio>
+#include <cstring>
 #include <nodetree/convert.h>
 
 using namespace nodetree;
@@ -47,6 +48,16 @@ struct Cell<bool> {
   }
 };
 
+// A cell that another language fills may hold any byte for true.
+bool load(const bool *cell) {
+  return *reinterpret_cast<const unsigned char *>(cell) != 0;
+}
+
+template <class T>
+T load(const T *cell) {
+  return *cell;
+}
+
 template <class T>
 T *cell_new(T value) {
   auto *cell = static_cast<T *>(std::malloc(sizeof(T)));
@@ -59,7 +70,7 @@ template <class T>
 node *cell_into_node(T *const *field, const node *target) {
   if (target)
     return nullptr;
-  return *field ? Cell<T>::make(**field) : node_new_null();
+  return *field ? Cell<T>::make(load(*field)) : node_new_null();
 }
 
 template <class T>
@@ -82,12 +93,12 @@ bool cell_equals(T *const *a, T *const *b) {
     return a == b;
   if (!*a || !*b)
     return *a == *b;
-  return **a == **b;
+  return std::memcmp(*a, *b, sizeof(T)) == 0;
 }
 
 template <class T>
 int cell_fprint(T *const *field, FILE *stream) {
-  return *field ? Cell<T>::print(**field, stream) : std::fputs("NULL", stream);
+  return *field ? Cell<T>::print(load(*field), stream) : std::fputs("NULL", stream);
 }
 
 template <class T>

@@ -38,12 +38,11 @@ node *add_copy(node *container, const node *place, const node *n) {
 }
 
 } // namespace
-} // namespace nodetree
 
-node *node_copy(const node *n, int links) {
+node *copy_tree(const node *n, int links, Links *account) {
   if (!n)
     return nullptr;
-  ExpandingWalk walk(const_cast<node *>(n), links == 1);
+  ExpandingWalk walk(const_cast<node *>(n), links == 1, account);
   NodeOwner top;
   node *container = nullptr;
   for (; walk.step() != ExpandingWalk::Step::done; walk.advance()) {
@@ -67,6 +66,12 @@ node *node_copy(const node *n, int links) {
       container = copy;
   }
   return top.release();
+}
+
+} // namespace nodetree
+
+node *node_copy(const node *n, int links) {
+  return copy_tree(n, links, nullptr);
 }
 
 node *node_clone(const node *n) {

@@ -1,5 +1,4 @@
-#include "node/links.hpp"
-#include "valuelist/stack.hpp"
+#include "node/expand.hpp"
 
 #include <charconv>
 #include <functional>
@@ -132,7 +131,7 @@ bool Difference::step_array(Pair &pair) {
 void Difference::settle(const node *from, const node *to, const char *key) {
   node *entry = nullptr;
   if (!from)
-    entry = node_copy(to, 1);
+    entry = copy_tree(to, 1, &to_links_);
   else if (!to)
     entry = node_new_null();
   else if (compare(from, to, key, entry))
@@ -176,7 +175,7 @@ bool Difference::compare(const node *from, const node *to, const char *key, node
       forget(pair);
     return false;
   }
-  entry = node_copy(to, 1);
+  entry = copy_tree(to, 1, &to_links_);
   return false;
 }
 
@@ -188,7 +187,7 @@ bool Difference::follow(const node *&from, const node *&to, bool behind, node *&
     return false;
   if (!from_target || !to_target) {
     if (to_target)
-      entry = node_copy(to_target, 1);
+      entry = copy_tree(to_target, 1, &to_links_);
     else if (from_target)
       entry = node_new_null();
     return false;

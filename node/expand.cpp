@@ -13,8 +13,8 @@ int compare_addresses(const void *key, const void *held_key, void *) {
 
 } // namespace
 
-ExpandingWalk::ExpandingWalk(node *top, bool follow)
-    : top_(top), walk_(top), follow_(follow) {
+ExpandingWalk::ExpandingWalk(node *top, bool follow, Links *account)
+    : top_(top), walk_(top), follow_(follow), links_(account ? *account : own_links_) {
   avl_init(&inside_, compare_addresses, false, nullptr);
   settle();
 }

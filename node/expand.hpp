@@ -16,7 +16,8 @@ class ExpandingWalk {
 public:
   enum class Step { enter, leave, dangling, circular, failed, done };
 
-  ExpandingWalk(node *top, bool follow);
+  // A walk that is a part of a call which follows links itself does so on its account.
+  ExpandingWalk(node *top, bool follow, Links *account = nullptr);
   ExpandingWalk(const ExpandingWalk &) = delete;
   ExpandingWalk &operator=(const ExpandingWalk &) = delete;
   ~ExpandingWalk();
@@ -75,13 +76,17 @@ private:
   Walk walk_;
   bool follow_;
   Step step_ = Step::enter;
-  Links links_;
+  Links own_links_;
+  Links &links_;
   Stack<Outer> outer_;
   // The containers that the walk is inside of and all their ancestors, by address; kept
   // from the first link to a container on.
   avl_tree inside_;
   bool noting_ = false;
 };
+
+// node_copy() as a part of a call with that account.
+node *copy_tree(const node *n, int links, Links *account);
 
 } // namespace nodetree
 

@@ -1,10 +1,9 @@
+#include "node/glob.hpp"
 #include "node/merge.hpp"
-#include "node/node_internal.hpp"
+#include "node/walk.hpp"
 #include "valuelist/stack.hpp"
 
-#include <cstring>
 #include <nodetree/stringlist.h>
-#include <nodetree/valuelist.h>
 
 using namespace nodetree;
 
@@ -15,7 +14,8 @@ namespace {
 // is referred to until all are done.
 class Matches {
 public:
-  Matches(node *tree, const char *pattern) : nodes_(node_lookup_glob(tree, pattern)) {
+  Matches(node *tree, const char *pattern)
+      : tree_(tree), complete_(lookup_glob(tree, pattern, nodes_)) {
     for (void **n = nodes_; n && *n; n++)
       node_ref(static_cast<node *>(*n));
   }
@@ -27,20 +27,28 @@ public:
     std::free(nodes_);
   }
 
-  // The next match that is still in the tree of `root`, NULL at the end. A run of the same
-  // node counts once.
+  // False when memory or the links allowed have run out: there is no match to be had then.
+  bool complete() const { return complete_; }
+
+  // The next match that is still below `root`, NULL at the end. The tree that is edited
+  // comes once, what holds it never.
   node *next(const node *root) {
     while (nodes_ && nodes_[at_]) {
       auto *match = static_cast<node *>(nodes_[at_++]);
-      bool again = at_ > 1 && match == nodes_[at_ - 2];
-      if (!again && is_inside(match, root))
+      if (match == tree_ ? !tree_met_
+                         : is_inside(match, root) && !is_inside(tree_, match)) {
+        tree_met_ = tree_met_ || match == tree_;
         return match;
+      }
     }
     return nullptr;
   }
 
 private:
-  void **nodes_;
+  node *tree_;
+  void **nodes_ = nullptr;
+  bool complete_;
+  bool tree_met_ = false;
   size_t at_ = 0;
 };
 
@@ -66,10 +74,10 @@ public:
   void add_leaves(node *top) {
     if (!list_)
       return;
-    for (node *n = top; !node_iterate_end(top, n); n = node_iterate(n)) {
-      if (is_container(n))
+    for (Walk walk(top); !walk.done(); walk.advance()) {
+      if (is_container(walk.at()))
         continue;
-      char *path = node_path(n);
+      char *path = node_path(walk.at());
       if (path && !paths_.push(path))
         std::free(path);
     }
@@ -80,49 +88,57 @@ private:
   Stack<char *> paths_;
 };
 
-// Moves a match to the same path in `result`.
-void keep(node *result, node *match, node *tree) {
+// Moves a match to the same path in `result`. What was kept there before is dropped where
+// the two do not go together.
+void keep(node *result, node *match, node *tree, Removed &removed) {
   char **path = node_path_sl(match);
   node *place = node_lookup_create_sl(result, path);
   sl_free(path);
   if (!place)
     return;
-  merge_contents(place, match);
+  auto add_leaves = [](node *replaced, void *list) {
+    static_cast<Removed *>(list)->add_leaves(replaced);
+  };
+  merge_contents(place, match, {add_leaves, &removed});
   // The tree itself stays the caller's, whatever of it was taken.
   if (match != tree)
     node_free(match);
 }
 
 void include_matches(node *tree, char **patterns, Removed &removed) {
-  NodeOwner result(node_new_object());
-  if (!result)
-    return;
+  node result{}; // here, so that a want of memory cannot keep all that is to be dropped
+  result.refcount = 1;
+  make_container(&result, NODE_OBJECT);
   bool tree_taken = false;
   const node *root = node_root(tree);
   for (char **pattern = patterns; *pattern; pattern++) {
     Matches matches(tree, *pattern);
     while (node *match = matches.next(root)) {
-      bool holds_tree = match != tree && is_inside(tree, match);
-      if (holds_tree || (match == tree && tree_taken))
+      if (match == tree && tree_taken)
         continue;
       tree_taken = tree_taken || match == tree;
-      keep(result.get(), match, tree);
+      keep(&result, match, tree, removed);
     }
   }
   if (tree->type == NODE_OBJECT) {
     removed.add_leaves(tree);
     node_object_clear(tree);
   }
-  merge_contents(tree, result.get());
+  merge_contents(tree, &result);
+  node_clear(&result);
 }
 
 void exclude_matches(node *tree, char **patterns, Removed &removed) {
   const node *root = node_root(tree);
   for (char **pattern = patterns; *pattern; pattern++) {
     Matches matches(tree, *pattern);
+    if (!matches.complete()) {
+      // What must not stay cannot be told from the rest.
+      removed.add_leaves(tree);
+      node_clear(tree);
+      return;
+    }
     while (node *match = matches.next(root)) {
-      if (match != tree && is_inside(tree, match))
-        continue;
       removed.add_leaves(match);
       // The tree being edited stays where it is, also inside a larger one.
       if (match == tree)

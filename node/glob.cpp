@@ -1,3 +1,4 @@
+#include "node/glob.hpp"
 #include "node/links.hpp"
 #include "node/segments.hpp"
 #include "valuelist/stack.hpp"
@@ -11,21 +12,26 @@ namespace {
 template <class Segments>
 class Glob {
 public:
-  // NULL when nothing matches, and when memory or the links allowed run out.
-  void **run(const node *start, Segments path) {
+  // See lookup_glob().
+  bool run(const node *start, Segments path, void **&matches) {
     node *at = const_cast<node *>(start);
+    matches = nullptr;
     if (path.empty())
-      return nullptr;
+      return true;
     Segments behind_root = path;
     std::string_view first;
     if (behind_root.next(first) && first.empty()) {
       at = links_.root(at);
       path = behind_root;
     }
-    bool complete = advance(at, path, false) && expand();
-    if (!complete || links_.exhausted() || matches_.empty() || !matches_.push(nullptr))
-      return nullptr;
-    return matches_.take();
+    if (!advance(at, path, false) || !expand() || links_.exhausted())
+      return false;
+    if (matches_.empty())
+      return true;
+    if (!matches_.push(nullptr))
+      return false;
+    matches = matches_.take();
+    return true;
   }
 
 private:
@@ -79,12 +85,21 @@ private:
 };
 
 } // namespace
+
+bool lookup_glob(const node *start, const char *path, void **&matches) {
+  return Glob<TextSegments>().run(start, TextSegments(path), matches);
+}
+
 } // namespace nodetree
 
 void **node_lookup_glob(const node *start, const char *path) {
-  return Glob<TextSegments>().run(start, TextSegments(path));
+  void **matches = nullptr;
+  lookup_glob(start, path, matches);
+  return matches;
 }
 
 void **node_lookup_glob_sl(const node *start, char **path) {
-  return Glob<ListSegments>().run(start, ListSegments(path));
+  void **matches = nullptr;
+  Glob<ListSegments>().run(start, ListSegments(path), matches);
+  return matches;
 }

@@ -10,28 +10,32 @@ namespace nodetree {
 namespace {
 
 // Makes the target a container of the kind, if it is none yet.
-void prepare_container(node *target, node_type kind) {
+void prepare_container(node *target, node_type kind, Replacing replacing) {
   if (target->type == kind)
     return;
+  replacing(target);
   node_clear(target);
   make_container(target, kind);
 }
 
 // The source's value, a text or list moved over from a source that goes away with this.
-void replace_scalar(node *target, node *source) {
+void replace_scalar(node *target, node *source, Replacing replacing) {
   char **path = nullptr;
   if (source->type == NODE_LINK) {
     path = sl_copy(source->value.link_path);
     if (!path && source->value.link_path)
       return;
   }
+  replacing(target);
   node_clear(target);
   target->type = source->type;
   target->value = source->value;
   if (source->type == NODE_LINK)
     target->value.link_path = path;
-  if (source->type == NODE_STRING)
+  if (source->type == NODE_STRING) {
     source->type = NODE_NULL;
+    source->value = {};
+  }
 }
 
 void move_element(node *array, node *child) {
@@ -41,15 +45,15 @@ void move_element(node *array, node *child) {
 
 } // namespace
 
-void merge_contents(node *target, node *source) {
+void merge_contents(node *target, node *source, Replacing replacing) {
   if (!is_container(source)) {
-    replace_scalar(target, source);
+    replace_scalar(target, source, replacing);
     return;
   }
   // Two cursors: what is below source goes below target. A container that meets one of the
   // same key is entered, and consumed when it is empty, so that no stack is needed.
   node *top = source;
-  prepare_container(target, source->type);
+  prepare_container(target, source->type, replacing);
   for (;;) {
     node *child = first_child(source);
     if (!child) {
@@ -69,11 +73,11 @@ void merge_contents(node *target, node *source) {
     } else if (!present) {
       move_member(target, child);
     } else if (is_container(child)) {
-      prepare_container(present, child->type);
+      prepare_container(present, child->type, replacing);
       target = present;
       source = child;
     } else {
-      replace_scalar(present, child);
+      replace_scalar(present, child, replacing);
       node_free(child);
     }
   }

@@ -106,6 +106,16 @@ TEST_F(Convert, CellsKeepTheirPlaceAndTellWrongKinds) {
                     {"true", "false"});
 }
 
+TEST_F(Convert, AnyByteButZeroIsTrue) {
+  bool *one = bool_new(true), *two = bool_new(false);
+  memset(two, 2, 1);
+  EXPECT_EQ(printed<bool *const *>(bool_ptr_fprint, &two), "&true");
+  EXPECT_TRUE(node_get_boolean(tree(bool_ptr_into_node(&two, nullptr)).get()));
+  EXPECT_FALSE(bool_ptr_equals(&one, &two)); // bytes are compared
+  bool_ptr_deinit(&one);
+  bool_ptr_deinit(&two);
+}
+
 TEST_F(Convert, IntegersKeepTheirLowBits) {
   int low = 9, *field = &low;
   for (int64_t value : {4294967297, 4294967295, 2147483648, INT64_MIN, INT64_MAX}) {

@@ -48,8 +48,8 @@ NODETREE_API bool strn_from_node(char **field, const node *n);
 
 /* Cells. From a null node the field becomes NULL. A field without a cell is given one, also
    when the node then proves to be of the wrong kind (it holds 0 or false); a field that has
-   one keeps it and what it holds. int_ptr_from_node() keeps the low 32 bits of the integer.
- */
+   one keeps it and, from a wrong kind, what it holds. int_ptr_from_node() keeps the low 32
+   bits of the integer. Any byte but 0 is true; bool_ptr_equals() compares the bytes. */
 NODETREE_API int *int_new(int value);
 NODETREE_API node *int_ptr_into_node(int *const *field, node *target);
 NODETREE_API bool int_ptr_from_node(int **field, const node *n);
@@ -75,8 +75,8 @@ NODETREE_API void node_int_ptr_deinit(int64_t **field);
    it; a string that cannot be appended is reported at LOG_DEBUG and left out.
    sl_from_node() stores a new list, NULL for an empty array; where an element is not a
    string, or memory runs out, it leaves NULL, and for a node that is not an array the field
-   as it was. sl_fprint() writes
-   "[ a, b ]". The equality of this type is __sl_equals(). O(n). */
+   as it was. sl_fprint() writes "[ a, b ]" (between the brackets two blanks for an empty
+   list). The equality of this type is __sl_equals(). O(n). */
 NODETREE_API node *sl_into_node(char **const *field, node *target);
 NODETREE_API bool sl_from_node(char ***field, const node *n);
 NODETREE_API int sl_fprint(char **const *field, FILE *stream);

@@ -24,11 +24,6 @@
 
 NODETREE_BEGIN
 
-/* Takes a completed value over (consumes it). It runs inside the parse call, under the
-   caller's own locale, and must not free the stream that calls it; feeding that stream is
-   refused (false). */
-typedef void (*node_value_callback)(node *value, void *user_data);
-
 typedef struct json_stream json_stream;
 
 /* A parser for any number of top-level values, one after another, in chunks of any size.

@@ -68,6 +68,11 @@ typedef struct node {
   uint32_t diff_hash; /* 0 until computed */
 } node;
 
+/* What a stream does with each value that it has completed: it takes the value over
+   (consumes it). It runs inside the call that fed the stream, under the caller's own locale,
+   and must not free that stream; feeding it is refused (false). */
+typedef void (*node_value_callback)(node *value, void *user_data);
+
 /* ---- Making nodes: a root with one reference each, NULL when memory runs out ---- */
 
 NODETREE_API node *node_new_null(void);
@@ -315,16 +320,21 @@ NODETREE_API void node_merge(node *target, node *source);
 /* Cuts `tree` down in place. First, unless `include` is empty, all that its glob paths do
    not match is dropped; kept subtrees stand where they stood, where a container above them
    that was not itself matched is a new object, also where it was an array. Then what the
-   glob paths of `exclude` match is released; `tree` itself becomes null in its place. Unless
-   `removed` is NULL, the absolute paths of all leaves dropped that are no empty containers
-   are appended to the list *removed, which may be NULL.
+   glob paths of `exclude` match is released; `tree` itself becomes null in its place.
+   Unless `removed` is NULL, the absolute paths of all leaves dropped that are no empty
+   containers are appended to the list *removed, which may be NULL.
 
    Patterns may overlap or match a node many times. A match that holds `tree` itself inside
-   it cannot be taken and is passed over. What `include` keeps stands under its absolute path,
-   below `tree`; a kept part of an array is lost when the rest of the array follows it. A tree that is no object becomes one
-   when something is included. When memory runs out, patterns find nothing: `include` then
-   drops, and `exclude` keeps, what they would have matched. O(n log n) in the tree and the
-   matches with their depths. */
+   it cannot be taken and is passed over. What `include` keeps is merged in the order of the
+   matches and stands under its absolute path, below `tree`. Where two do not go together
+   the later one replaces the earlier, which is dropped then: so is an element when the rest
+   of its array follows it. A tree that is no object becomes one when something is included,
+   or what "." kept of it, and the rest of it is dropped without being listed.
+
+   What cannot be told apart does not stay: where memory runs out, or a pattern would have
+   to follow more links than convention 12 allows, `include` keeps nothing for the pattern
+   and `exclude` makes the whole tree null; *removed may lack paths for want of memory. O(n
+   log n) in the tree and the matches with their depths. */
 NODETREE_API void node_filter(node *tree, char **include, char **exclude, char ***removed);
 
 /*
@@ -346,9 +356,9 @@ NODETREE_API uint32_t node_prepare_diff_hash(node *n);
    or two arrays it is an object of the children that differ, by key or position; children
    that only `from` has stand there as null, others as copies of those of `to` with links
    resolved. Links are compared by what they lead to; a pair of links met again inside its
-   own comparison counts as equal, and so do links beyond those that convention 12 allows.
-   Nodes with the same cached hash count as equal. An entry for which there is no memory is
-   left out. NULL with NULL gives NULL, NULL with a node a copy of the node or a null node.
+   own comparison counts as equal. Nodes with the same cached hash count as equal. An entry
+   is left out when there is no memory for it, or when it takes more links than convention
+   12 allows. NULL with NULL gives NULL, NULL with a node a copy of the node or a null node.
    O(n log n). */
 NODETREE_API node *node_diff(const node *from, const node *to);
 
