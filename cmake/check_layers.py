@@ -13,12 +13,14 @@ MAY_INCLUDE = {
     "log": {"stringstream"},
     "valuelist": {"stringstream"},
     "file": {"string", "stringlist", "avl", "log", "valuelist"},
+    "process": {"stringlist", "log", "file"},
     "node": {"string", "stringlist", "avl", "stringstream", "log", "valuelist"},
 }
 MAY_INCLUDE["expr"] = {"string", "node"}
-MAY_INCLUDE["codec"] = set(MAY_INCLUDE) - {"expr"}
+MAY_INCLUDE["codec"] = set(MAY_INCLUDE) - {"process", "expr"}
 MAY_INCLUDE["convert"] = {"stringlist", "log", "node"}
-HEADERS_OF = {"codec": ["json"]}  # families whose public headers have other names
+# Families whose public headers have other names.
+HEADERS_OF = {"codec": ["json", "msgpack", "node_stream"]}
 
 family_of_header = {
     f"nodetree/{header}.h": family
@@ -48,7 +50,9 @@ def main():
     for family, allowed in MAY_INCLUDE.items():
         headers = [root / "include/nodetree" / f"{name}.h"
                    for name in HEADERS_OF.get(family, [family])]
-        for path in sorted((root / family).glob("*.[ch]pp")) + headers:
+        sources = [path for pattern in ("*.[ch]pp", "*.h")
+                   for path in sorted((root / family).rglob(pattern))]
+        for path in sources + headers:
             for number, target, included in families_included(path):
                 if included != family and included not in allowed:
                     print(f"{path.relative_to(root)}:{number}: {family} may not include {target}")

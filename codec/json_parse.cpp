@@ -231,6 +231,14 @@ bool feed(json_stream *stream, const unsigned char *text, size_t size) {
   return false;
 }
 
+// The parser overlooks a string that is unfinished behind a value. The newline does not: no
+// string may hold one.
+yajl_status complete(yajl_handle parser) {
+  static const unsigned char newline[] = {'\n'};
+  yajl_parse(parser, newline, sizeof newline);
+  return yajl_complete_parse(parser);
+}
+
 struct StreamFree {
   void operator()(json_stream *stream) const { json_stream_free(stream); }
 };
@@ -288,7 +296,7 @@ node *json_parse_buffer(const void *bytes, size_t size) {
   std::unique_ptr<json_stream, StreamFree> stream(make_stream(&handlers));
   if (!stream || !feed(stream.get(), static_cast<const unsigned char *>(bytes), size))
     return nullptr;
-  if (run_parser(stream.get(), yajl_complete_parse) != yajl_status_ok) {
+  if (run_parser(stream.get(), complete) != yajl_status_ok) {
     log_msg(LOG_ERR, "Failed to parse JSON: incomplete value");
     return nullptr;
   }

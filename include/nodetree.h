@@ -24,8 +24,9 @@
  *     aborts or exits. When memory runs out the call fails, leaks nothing and leaves its
  *     arguments as they were, unless its comment says otherwise.
  *  7. Messages. Reports go through log_msg() and are discarded until the program opens a
- *     log. Diagnostics are written at LOG_DEBUG, failures of the codecs at LOG_ERR. A
- *     message is a side effect: the result alone tells whether a call failed.
+ *     log. Diagnostics are written at LOG_DEBUG, failures of the codecs and of starting a
+ *     program at LOG_ERR. A message is a side effect: the result alone tells whether a call
+ *     failed.
  *  8. Threads. There are no locks inside. Reference counts and the logging configuration
  *     are plain variables: one thread at a time uses a tree, a list or a stream, and
  *     logging is set up before other threads log. Distinct objects may be used by distinct
@@ -53,7 +54,10 @@
 #include <nodetree/file.h>
 #include <nodetree/json.h>
 #include <nodetree/log.h>
+#include <nodetree/msgpack.h>
 #include <nodetree/node.h>
+#include <nodetree/node_stream.h>
+#include <nodetree/process.h>
 #include <nodetree/string.h>
 #include <nodetree/stringlist.h>
 #include <nodetree/stringstream.h>

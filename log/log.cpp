@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <fcntl.h>
 
 FILE *log_file = nullptr;
 
@@ -64,8 +65,10 @@ void log_open_syslog(const char *ident, int options) {
 
 FILE *log_open_file(const char *path, const char *mode) {
   log_file = fopen(path, mode);
-  if (log_file)
+  if (log_file) {
+    fcntl(fileno(log_file), F_SETFD, FD_CLOEXEC);
     sink = write_to_file;
+  }
   return log_file;
 }
 

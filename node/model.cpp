@@ -17,14 +17,24 @@ void make_container(node *n, node_type kind) {
 }
 
 node *node_make(node_type kind, std::string_view key) {
-  std::size_t size = sizeof(node) + std::max(key_room, key.size() + 1);
-  auto *n = static_cast<node *>(std::calloc(1, size));
+  // Not calloc(), which clears more slowly and passes by what this thread has just freed.
+  auto *n =
+      static_cast<node *>(std::malloc(sizeof(node) + std::max(key_room, key.size() + 1)));
   if (!n)
     return nullptr;
+  n->type = kind;
+  n->value.children = {nullptr, nullptr};
+  n->index = {};
+  n->child_count = 0;
+  n->key = nullptr;
+  n->index_entry = {};
+  n->list_entry = {nullptr, nullptr};
+  n->parent = nullptr;
+  n->refcount = 1;
+  n->diff_hash = 0;
   if (!key.empty())
     std::memcpy(key_behind(n), key.data(), key.size());
-  n->refcount = 1;
-  n->type = kind;
+  key_behind(n)[key.size()] = '\0';
   if (is_container(n))
     make_container(n, kind);
   return n;

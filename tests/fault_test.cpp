@@ -68,16 +68,20 @@ protected:
 
 // Texts given byte by byte to a stream; what was complete has been delivered.
 std::string streamed(const char *text) {
-  std::string received;
-  auto keep = [](node *value, void *all) {
-    *static_cast<std::string *>(all) += take(value) + " ";
-  };
-  json_stream *stream = json_stream_new(keep, &received);
-  bool good = stream != nullptr;
-  for (; good && *text != '\0'; text++)
-    good = json_stream_parse(stream, text, 1);
-  json_stream_free(stream);
-  return good ? received : "NULL";
+  test::json_decoder stream;
+  const bool good = stream.stream != nullptr && stream.feed(text, 1);
+  return good ? granted([&] { return stream.text(); }) : "NULL";
+}
+
+std::string message_decoded(const std::string &bytes) {
+  size_t size = bytes.size();
+  return take(msgpack_decode(bytes.data(), &size));
+}
+
+// What the message of a tree is decoded to.
+std::string message_of(const node *n) {
+  const std::string bytes = test::message(n);
+  return bytes != "failed" ? granted([&] { return message_decoded(bytes); }) : "NULL";
 }
 
 std::string streamed_text() {
@@ -123,6 +127,7 @@ TEST_F(Fault, ResultsAreWholeOrNotThere) {
   const test::list_owner list(sl_new("a", "b", "c"));
   const test::values_owner values(vl_new(a, b, c));
   char *link[] = {a, b, nullptr};
+  const tree big = make(("[\"" + std::string(600, 'x') + "\",1]").c_str());
   const std::string all = plain,
                     json = R"({"a":[1,-250.0,true,null,"té"],"a long key":{}})";
   struct {
@@ -136,8 +141,6 @@ TEST_F(Fault, ResultsAreWholeOrNotThere) {
       {"x;y;", [] { return take(_sl_new("x", "y", nullptr)); }, 3},
       {"x;y;", [] { return take(sl_split("x/y", '/')); }, 3},
       {"c;d;", [] { return take(_sl_append(nullptr, c, d, nullptr)); }, 3},
-      {"c;d;", [] { return take(sl_appendn(nullptr, more, 3)); }, 3},
-      {"c1;", [] { return take(sl_append_printf(nullptr, "%s%d", "c", 1)); }},
       {"a;b;c;", [&] { return take(sl_copy(list.get())); }, 4},
       {"a;b;", [&] { return take(sl_copyn(list.get(), 2)); }, 3},
       {"a/b/c", [&] { return take(sl_join(list.get(), "/")); }},
@@ -163,13 +166,12 @@ TEST_F(Fault, ResultsAreWholeOrNotThere) {
       {all + followed + "}", [&] { return take(node_copy(sample.get(), 1)); }, 9},
       {all + "}", [&] { return take(node_copy(sample.get(), 2)); }, 6},
       {before, [&] { return take(json_stringify(sample.get(), true)); }},
-      {json,
-       [] {
-         return take(
-             json_parse_string(R"({"a":[1,-2.5e2,true,null,"t\u00e9"],"a long key":{}})"));
-       },
-       9},
+      {json, [&] { return take(json_parse_string(json.c_str())); }, 9},
       {"[1] {\"a\":\"b\"} 7 ", [] { return streamed(R"([1]{"a":"b"} 7 )"); }, 7},
+      {before, [&] { return message_of(sample.get()); }, 2},
+      {json_of(big.get()), [&] { return message_of(big.get()); }, 3},
+      {R"(["x",{"y":{},"z":-2}])",
+       [] { return message_decoded("\x92\xa1x\x82\xa1y\x80\xa1z\xfe"); }, 8},
       {"1", [&] { return std::to_string(node_equals_json(sample.get(), "{}") + 1); }},
       {R"({"a":[1,"two"]})", [] { return take(json_parse_filename("file")); }, 5},
       {R"({"a":[1,"two"]})", [] { return take(file_read_string("file")); }},
@@ -218,15 +220,10 @@ TEST_F(Fault, ResultsAreWholeOrNotThere) {
 }
 
 // What `grow` makes of the list "a;b;", which is as it was when an allocation fails.
-template <class List>
-void check_growth(List *(*grow)(List *), const std::string &expected) {
+template <class List, class Grow>
+void check_growth(const std::string &expected, List *(*create)(), Grow grow) {
   for_each_failure([=] {
-    List *list;
-    if constexpr (std::is_same_v<List, char *>)
-      list = granted([] { return sl_new(a, b); });
-    else
-      list = granted([] { return vl_new(a, b); });
-    List *result = grow(list);
+    List *list = granted(create), *result = grow(list);
     if (shown(result) != expected) {
       EXPECT_TRUE(fault::injected());
       EXPECT_TRUE(result == nullptr || result == list) << shown(result);
@@ -237,31 +234,28 @@ void check_growth(List *(*grow)(List *), const std::string &expected) {
   });
 }
 
+// A growth by a second list, which is given up when it was taken.
+template <class List>
+auto by_second(List *(*create)(), List *(*concat)(List *, List *)) {
+  return [=](List *list) {
+    List *second = granted(create), *joined = concat(list, second);
+    EXPECT_EQ(joined == nullptr ? take(second) : "c;", "c;");
+    return joined;
+  };
+}
+
 TEST_F(Fault, ListsGrowOrStay) {
-  check_growth<char *>([](char **list) { return _sl_append(list, c, d, nullptr); },
-                       "a;b;c;d;");
-  check_growth<char *>([](char **list) { return sl_appendn(list, more, 3); }, "a;b;c;d;");
-  check_growth<char *>([](char **list) { return sl_append_printf(list, "%d", 1); },
-                       "a;b;1;");
-  check_growth<char *>(
-      [](char **list) {
-        char **second = granted([] { return sl_new(c); }),
-             **joined = sl_concat(list, second);
-        EXPECT_EQ(joined == nullptr ? take(second) : "c;", "c;");
-        return joined;
-      },
-      "a;b;c;");
-  check_growth<void *>([](void **list) { return vl_append(list, c, d); }, "a;b;c;d;");
-  check_growth<void *>([](void **list) { return vl_appendn(list, more_values, 3); },
-                       "a;b;c;d;");
-  check_growth<void *>(
-      [](void **list) {
-        void **second = granted([] { return vl_new(c); }),
-             **joined = vl_concat(list, second);
-        EXPECT_EQ(joined == nullptr ? take(second) : "c;", "c;");
-        return joined;
-      },
-      "a;b;c;");
+  char **(*const texts)() = [] { return sl_new(a, b); };
+  check_growth("a;b;c;d;", texts,
+               [](auto list) { return _sl_append(list, c, d, nullptr); });
+  check_growth("a;b;c;d;", texts, [](auto list) { return sl_appendn(list, more, 3); });
+  check_growth("a;b;1;", texts, [](auto list) { return sl_append_printf(list, "%d", 1); });
+  check_growth("a;b;c;", texts, by_second<char *>([] { return sl_new(c); }, sl_concat));
+  void **(*const values)() = [] { return vl_new(a, b); };
+  check_growth("a;b;c;d;", values, [](auto list) { return vl_append(list, c, d); });
+  check_growth("a;b;c;d;", values,
+               [](auto list) { return vl_appendn(list, more_values, 3); });
+  check_growth("a;b;c;", values, by_second<void *>([] { return vl_new(c); }, vl_concat));
 }
 
 TEST_F(Fault, ReplaceKeepsTheStringItCannotGrow) {
@@ -281,6 +275,43 @@ TEST_F(Fault, ReplaceKeepsTheStringItCannotGrow) {
   for_each_failure([] { // a block that cannot be cut down is no failure
     EXPECT_EQ(take(string_replace(strdup("abc"), "bc", "x")), "ax");
   });
+}
+
+// A decoder that could not be made is made by the next call; what could be made delivers
+// whole values, as many as came before the failure.
+TEST_F(Fault, StreamsDeliverWholeValues) {
+  const struct {
+    node_stream_format asked, format;
+    std::string bytes;
+  } rows[] = {{NODE_STREAM_AUTO, NODE_STREAM_JSON, R"({"a":"b"}[1,{}])"},
+              {NODE_STREAM_JSON, NODE_STREAM_JSON, R"({"a":"b"}[1,{}])"},
+              {NODE_STREAM_AUTO, NODE_STREAM_MSGPACK, "\x81\xa1\x61\xa1\x62\x92\1\x80"},
+              {NODE_STREAM_MSGPACK, NODE_STREAM_MSGPACK, "\x81\xa1\x61\xa1\x62\x92\1\x80"}};
+  const std::string expected = R"({"a":"b"} [1,{}] )";
+  for (const auto &row : rows) {
+    int missing = 0, made = 0; // decoders: at first, and then by the next call
+    for_each_failure(
+        [&] {
+          test::any_decoder stream(row.asked);
+          bool good = stream.stream != nullptr;
+          for (size_t i = 0; good && i < row.bytes.size(); i++) {
+            good = stream.feed({row.bytes[i]});
+            const auto format = node_stream_get_format(stream.stream);
+            if (format == NODE_STREAM_AUTO) {
+              EXPECT_FALSE(good);
+              missing++;
+              made += good = stream.feed({row.bytes[i]});
+            } else {
+              EXPECT_EQ(format, row.format);
+            }
+          }
+          const std::string received = granted([&] { return stream.text(); });
+          EXPECT_TRUE(good ? received == expected : fault::injected());
+          EXPECT_EQ(received, expected.substr(0, received.size()));
+        },
+        9);
+    EXPECT_EQ(row.asked == NODE_STREAM_AUTO ? missing : 0, 2 * made);
+  }
 }
 
 TEST_F(Fault, FilesAreWrittenWholeOrNotAtAll) {
@@ -357,6 +388,22 @@ TEST_F(Fault, CreatedPathsAreWholeOrTheRestIsIntact) {
             << left;
       },
       2);
+}
+
+TEST_F(Fault, FiltersNeverKeepTheExcludedNorTheNotIncluded) {
+  for_each_failure(
+      [] {
+        char in[] = "/a/*", out[] = "*/*/secret", *include[] = {in, nullptr},
+             *exclude[] = {out, nullptr}, **removed = nullptr;
+        const tree t = make(R"({"a":[{"secret":1,"x":2},["->/d"]],"d":{"secret":3}})");
+        node_filter(t.get(), include, exclude, &removed);
+        const std::string left = json_of(t.get()), paths = take(removed);
+        EXPECT_EQ(left.find("secret") + left.find("\"d\""), 2 * left.npos) << left;
+        EXPECT_TRUE(fault::injected() || (left == R"({"a":{"0":{"x":2},"1":[null]}})" &&
+                                          paths == "/d/secret;/a/0/secret;"))
+            << left << paths;
+      },
+      10);
 }
 
 TEST_F(Fault, PrintingLosesPathsNotValues) {

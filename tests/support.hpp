@@ -83,6 +83,15 @@ private:
   std::filesystem::path home;
 };
 
+// What was logged, without the numbers of lines of code.
+inline std::string without_lines(std::string text) {
+  for (size_t at = 0; (at = text.find(':', at)) != text.npos; ++at)
+    if (size_t end = text.find_first_not_of("0123456789", at + 1);
+        end != text.npos && end > at + 1 && text[end] == ':')
+      text.erase(at, end - at);
+  return text;
+}
+
 // Collects what is logged while it lives, debug messages included.
 class log_reader {
 public:
@@ -101,13 +110,9 @@ public:
   // What came since the last call, without the numbers of lines of code.
   std::string fresh() {
     std::fflush(log_file);
-    std::string text(buffer + read, size - read);
+    const std::string text(buffer + read, size - read);
     read = size;
-    for (size_t at = 0; (at = text.find(':', at)) != text.npos; ++at)
-      if (size_t end = text.find_first_not_of("0123456789", at + 1);
-          end != text.npos && end > at + 1 && text[end] == ':')
-        text.erase(at, end - at);
-    return text;
+    return without_lines(text);
   }
 
 private:

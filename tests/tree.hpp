@@ -88,6 +88,10 @@ inline std::string compact(const node *n) {
   return take(json_stringify(n, true));
 }
 
+inline std::string shown(const node *n) {
+  return n != nullptr ? compact(n) : "NULL";
+}
+
 // The height of the part of an index that is to be below `parent`, checked; its leaders
 // join those found so far, of which there are to be `limit` at most.
 inline int check_height(const avl_node *e, const avl_node *parent, size_t limit,
@@ -134,6 +138,71 @@ inline void check_free(const node *n) {
   EXPECT_TRUE(n->index_entry.key == nullptr && n->index_entry.next == nullptr &&
               n->index_entry.prev == nullptr);
 }
+
+// The bytes that a function writes to a new place, "failed" for none, "unset" where it
+// leaves what was there.
+template <class Write>
+std::string written_by(Write write) {
+  char unset[1] = "", *data = unset;
+  size_t size = 99;
+  const bool good = write(&data, &size);
+  if (data == unset)
+    return size == 99 && !good ? "unset" : "half set";
+  const text_owner owner(data);
+  EXPECT_TRUE(good ? data != nullptr && size != 0 : data == nullptr && size == 0);
+  return good ? std::string(data, size) : "failed";
+}
+
+inline std::string message(const node *n) {
+  return written_by(
+      [=](char **data, size_t *size) { return msgpack_encode(n, data, size); });
+}
+
+// A stream of a codec, which keeps the values that it delivers.
+template <class Stream, auto create, auto decode, auto release>
+class decoder {
+public:
+  template <class... Options>
+  explicit decoder(Options... options) : stream(create(options..., keep, this)) {}
+  ~decoder() { release(stream); }
+  decoder(const decoder &) = delete;
+  bool feed(const std::string &bytes, size_t chunk = SIZE_MAX) {
+    const size_t room = std::min(chunk, bytes.size());
+    const std::unique_ptr<char[]> memory(new char[room]); // every chunk ends where it does
+    size_t at = 0;
+    do {
+      const size_t size = std::min(room, bytes.size() - at);
+      char *part = memory.get() + (room - size);
+      std::memcpy(part, bytes.data() + at, size);
+      if (!decode(stream, part, size))
+        return false;
+      at += size;
+    } while (at < bytes.size());
+    return true;
+  }
+  // Each value and a space.
+  std::string text() const {
+    std::string all;
+    for (const tree &value : values)
+      all += shown(value.get()) + " ";
+    return all;
+  }
+  std::vector<tree> values;
+  Stream *const stream;
+
+private:
+  static void keep(node *value, void *self) {
+    if (value != nullptr)
+      check_free(value);
+    static_cast<decoder *>(self)->values.emplace_back(value);
+  }
+};
+using json_decoder =
+    decoder<json_stream, json_stream_new, json_stream_parse, json_stream_free>;
+using msgpack_decoder =
+    decoder<msgpack_stream, msgpack_stream_new, msgpack_stream_decode, msgpack_stream_free>;
+using any_decoder =
+    decoder<node_stream, node_stream_new, node_stream_decode, node_stream_free>;
 
 inline void check_tree(const node *root) {
   std::vector<const node *> pending{root};

@@ -37,8 +37,9 @@ NODETREE_API void log_open_syslog(const char *ident, int options);
 
 /* Sends messages to a file, opened by fopen() with `path` and `mode`. Returns the stream,
    which is also in `log_file` and is closed by log_close(). It is buffered like any other:
-   flush it, or change its buffering, where lines must not wait. On failure returns NULL
-   with errno set, `log_file` is NULL, and messages go where they went before. */
+   flush it, or change its buffering, where lines must not wait. Programs that this one
+   starts do not inherit it. On failure returns NULL with errno set, `log_file` is NULL, and
+   messages go where they went before. */
 NODETREE_API FILE *log_open_file(const char *path, const char *mode);
 
 /* Ends logging: closes the file log or the connection to syslog and discards all messages

@@ -1,0 +1,291 @@
+// MessagePack bytes to a flat tree of typed nodes and back, with the names of MPack's node
+// reader and growable writer, so that MPack itself can stand in for this folder. Built into
+// the library and seen by the codec alone.
+#ifndef NODETREE_CODEC_MPACK_MPACK_H
+#define NODETREE_CODEC_MPACK_MPACK_H
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+enum mpack_error_t {
+  mpack_ok = 0,
+  mpack_error_io = 2,
+  mpack_error_invalid,
+  mpack_error_unsupported,
+  mpack_error_type,
+  mpack_error_too_big,
+  mpack_error_memory,
+  mpack_error_bug,
+  mpack_error_data,
+  mpack_error_eof
+};
+
+// The error's name, a constant.
+const char *mpack_error_to_string(mpack_error_t error);
+
+enum mpack_type_t : std::uint8_t {
+  mpack_type_missing = 0, // no value has it
+  mpack_type_nil,
+  mpack_type_bool,
+  mpack_type_int,
+  mpack_type_uint,
+  mpack_type_float,
+  mpack_type_double,
+  mpack_type_str,
+  mpack_type_bin,
+  mpack_type_array,
+  mpack_type_map,
+  mpack_type_ext
+};
+
+// ---- Reading ----
+
+// One value of a parsed message. The values lie one after another in the order of the
+// message; a container with children takes two records, the second of which finds the
+// child that is asked for from the one asked for last, so that reading children in order
+// costs no search.
+struct mpack_node_data_t {
+  struct Value {
+    mpack_type_t type;
+    std::uint32_t count; // bytes of a text, elements of an array, pairs of a map
+    // The bits of a scalar, where a text begins in the message, or the record behind a
+    // container's last child.
+    std::uint64_t number;
+  };
+  struct Open { // while the container's children are still being read
+    std::uint64_t missing;
+    std::size_t parent;
+  };
+  struct Cursor { // afterwards
+    std::size_t index;
+    std::size_t record; // where that child (of a map, that key) stands
+  };
+  union {
+    Value value;
+    Open open;
+    Cursor cursor;
+  };
+};
+
+struct mpack_tree_t;
+
+// Stores up to `count` bytes of the input and returns how many: 0 when none are there now.
+typedef std::size_t (*mpack_tree_read_t)(mpack_tree_t *tree, char *buffer,
+                                         std::size_t count);
+typedef void (*mpack_tree_teardown_t)(mpack_tree_t *tree);
+
+struct mpack_tree_t {
+  mpack_error_t error; // the first one; it stays
+  const char *message; // the bytes of the current message and what has come behind it
+  std::size_t available;
+  std::size_t position; // where in them the next value begins
+  std::size_t needed;   // so many must have come before the next value can be read
+  bool complete;
+  mpack_node_data_t *records;
+  std::size_t record_count;
+  std::size_t record_room;
+  std::size_t open;   // the innermost container that misses children, or no_record
+  std::size_t values; // of the message so far
+  std::size_t max_size;
+  std::size_t max_values;
+  char *buffer; // streams only; `message` points into it
+  std::size_t buffer_room;
+  mpack_tree_read_t read;
+  mpack_tree_teardown_t teardown;
+  void *context;
+};
+
+struct mpack_node_t {
+  mpack_node_data_t *data;
+  mpack_tree_t *tree;
+};
+
+// Sets a tree up to read the first message of a buffer, which must outlive it.
+void mpack_tree_init_data(mpack_tree_t *tree, const char *data, std::size_t length);
+
+// Sets a tree up to read messages, one after another, through a function.
+void mpack_tree_init_stream(mpack_tree_t *tree, mpack_tree_read_t read, void *context,
+                            std::size_t max_message_size, std::size_t max_message_nodes);
+
+inline void *mpack_tree_context(mpack_tree_t *tree) {
+  return tree->context;
+}
+
+// `teardown` is called when the tree is destroyed.
+inline void mpack_tree_set_teardown(mpack_tree_t *tree, mpack_tree_teardown_t teardown) {
+  tree->teardown = teardown;
+}
+
+// Reads the whole message; one that is cut short is an error.
+void mpack_tree_parse(mpack_tree_t *tree);
+
+// Reads on, in the message after the current one if that is complete: whether the message
+// is complete now. Otherwise more bytes are needed or there is an error. Each byte is looked
+// at once, however the message is cut.
+bool mpack_tree_try_parse(mpack_tree_t *tree);
+
+// Releases what the tree holds; returns its error.
+mpack_error_t mpack_tree_destroy(mpack_tree_t *tree);
+
+inline mpack_error_t mpack_tree_error(mpack_tree_t *tree) {
+  return tree->error;
+}
+
+// The first error counts.
+inline void mpack_tree_flag_error(mpack_tree_t *tree, mpack_error_t error) {
+  if (tree->error == mpack_ok)
+    tree->error = error;
+}
+
+// The bytes of the parsed message.
+inline std::size_t mpack_tree_size(mpack_tree_t *tree) {
+  return tree->position;
+}
+
+inline mpack_node_t mpack_tree_root(mpack_tree_t *tree) {
+  return {tree->records, tree};
+}
+
+// In a tree with an error every node is nil, and so has no value of any other type. Asking
+// a node for what its type does not have is the error mpack_error_type.
+
+inline mpack_type_t mpack_node_type(mpack_node_t n) {
+  return n.tree->error == mpack_ok ? n.data->value.type : mpack_type_nil;
+}
+
+inline const mpack_node_data_t::Value *mpack_value_of(mpack_node_t n, bool wanted) {
+  if (wanted && n.tree->error == mpack_ok)
+    return &n.data->value;
+  mpack_tree_flag_error(n.tree, mpack_error_type);
+  return nullptr;
+}
+
+inline const mpack_node_data_t::Value *mpack_value_of(mpack_node_t n, mpack_type_t type) {
+  return mpack_value_of(n, n.data->value.type == type);
+}
+
+inline bool mpack_node_bool(mpack_node_t n) {
+  auto *value = mpack_value_of(n, mpack_type_bool);
+  return value && value->number != 0;
+}
+
+// Of an integer of either type; one above INT64_MAX is a type error too.
+inline std::int64_t mpack_node_i64(mpack_node_t n) {
+  const auto &own = n.data->value;
+  auto *value = mpack_value_of(
+      n, own.type == mpack_type_int ||
+             (own.type == mpack_type_uint && own.number <= std::uint64_t{INT64_MAX}));
+  return value ? static_cast<std::int64_t>(value->number) : 0;
+}
+
+// Of a number with a fraction of either width.
+inline double mpack_node_double(mpack_node_t n) {
+  mpack_type_t type = n.data->value.type;
+  auto *value = mpack_value_of(n, type == mpack_type_float || type == mpack_type_double);
+  return value ? std::bit_cast<double>(value->number) : 0.0;
+}
+
+// Not ended by a NUL.
+inline const char *mpack_node_str(mpack_node_t n) {
+  auto *value = mpack_value_of(n, mpack_type_str);
+  return value ? n.tree->message + value->number : nullptr;
+}
+
+inline std::size_t mpack_node_strlen(mpack_node_t n) {
+  auto *value = mpack_value_of(n, mpack_type_str);
+  return value ? value->count : 0;
+}
+
+// A copy of a text with a NUL behind it, which free() releases; NULL, with an error, when it
+// would take more than `maxsize` bytes or has a NUL inside.
+char *mpack_node_cstr_alloc(mpack_node_t n, std::size_t maxsize);
+
+inline std::size_t mpack_node_array_length(mpack_node_t n) {
+  auto *value = mpack_value_of(n, mpack_type_array);
+  return value ? value->count : 0;
+}
+
+inline std::size_t mpack_node_map_count(mpack_node_t n) {
+  auto *value = mpack_value_of(n, mpack_type_map);
+  return value ? value->count : 0;
+}
+
+// The record of the value after this one and all inside it.
+inline std::size_t mpack_record_after(const mpack_tree_t *tree, std::size_t record) {
+  const auto &value = tree->records[record].value;
+  bool container = value.type == mpack_type_array || value.type == mpack_type_map;
+  return container ? value.number : record + 1;
+}
+
+// The record where child `index` of a container begins, of a map (whose children come in
+// twos) that pair. Asking in order costs O(1) each; asking for an earlier one starts over.
+template <int values_a_child>
+std::size_t mpack_child_record(mpack_node_t container, std::size_t index) {
+  mpack_node_data_t::Cursor &cursor = container.data[1].cursor;
+  if (index == cursor.index)
+    return cursor.record;
+  if (index < cursor.index)
+    cursor = {0, static_cast<std::size_t>(container.data - container.tree->records) + 2};
+  for (; cursor.index < index; cursor.index++)
+    for (int value = 0; value < values_a_child; value++)
+      cursor.record = mpack_record_after(container.tree, cursor.record);
+  return cursor.record;
+}
+
+// Children by index, which must be below the count. The node itself stands for what cannot
+// be had in a tree with an error.
+inline mpack_node_t mpack_node_array_at(mpack_node_t n, std::size_t index) {
+  if (index >= mpack_node_array_length(n))
+    return n;
+  return {n.tree->records + mpack_child_record<1>(n, index), n.tree};
+}
+
+inline mpack_node_t mpack_node_map_key_at(mpack_node_t n, std::size_t index) {
+  if (index >= mpack_node_map_count(n))
+    return n;
+  return {n.tree->records + mpack_child_record<2>(n, index), n.tree};
+}
+
+inline mpack_node_t mpack_node_map_value_at(mpack_node_t n, std::size_t index) {
+  if (index >= mpack_node_map_count(n))
+    return n;
+  std::size_t key = mpack_child_record<2>(n, index);
+  return {n.tree->records + mpack_record_after(n.tree, key), n.tree};
+}
+
+// ---- Writing ----
+
+struct mpack_writer_t {
+  mpack_error_t error;
+  char *start;
+  char *end; // of what is written
+  char *limit;
+  char **data;
+  std::size_t *size;
+};
+
+// Sets a writer up whose message goes to *data and *size when it is destroyed; until then,
+// and after an error, they are NULL and 0. The message is released with free().
+void mpack_writer_init_growable(mpack_writer_t *writer, char **data, std::size_t *size);
+
+// Returns the writer's error.
+mpack_error_t mpack_writer_destroy(mpack_writer_t *writer);
+
+inline void mpack_writer_flag_error(mpack_writer_t *writer, mpack_error_t error) {
+  if (writer->error == mpack_ok)
+    writer->error = error;
+}
+
+void mpack_write_nil(mpack_writer_t *writer);
+void mpack_write_bool(mpack_writer_t *writer, bool value);
+void mpack_write_i64(mpack_writer_t *writer, std::int64_t value); // in the shortest form
+void mpack_write_double(mpack_writer_t *writer, double value);
+void mpack_write_cstr(mpack_writer_t *writer, const char *text);
+void mpack_start_array(mpack_writer_t *writer, std::uint32_t count);
+void mpack_start_map(mpack_writer_t *writer, std::uint32_t count);
+inline void mpack_finish_array(mpack_writer_t *) {}
+inline void mpack_finish_map(mpack_writer_t *) {}
+
+#endif

@@ -1,0 +1,359 @@
+#include "codec/mpack/big_endian.hpp"
+#include "codec/mpack/mpack.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdlib>
+
+using namespace nodetree;
+
+namespace {
+
+using Record = mpack_node_data_t;
+
+constexpr std::size_t no_record = SIZE_MAX;
+constexpr std::size_t smallest_buffer = 4096;
+
+// What a value's first byte says.
+struct Form {
+  mpack_type_t type;
+  std::uint8_t head;  // bytes before the value's body or children
+  std::uint8_t width; // of those the bytes of its number (or length)
+  std::int8_t number; // that number, when the width is 0
+};
+
+constexpr Form long_forms[] = {
+    {mpack_type_nil, 1, 0, 0},  {mpack_type_missing, 1, 0, 0}, {mpack_type_bool, 1, 0, 0},
+    {mpack_type_bool, 1, 0, 1}, {mpack_type_bin, 2, 1, 0},     {mpack_type_bin, 3, 2, 0},
+    {mpack_type_bin, 5, 4, 0},  {mpack_type_ext, 3, 1, 0},     {mpack_type_ext, 4, 2, 0},
+    {mpack_type_ext, 6, 4, 0},  {mpack_type_float, 5, 4, 0},   {mpack_type_double, 9, 8, 0},
+    {mpack_type_uint, 2, 1, 0}, {mpack_type_uint, 3, 2, 0},    {mpack_type_uint, 5, 4, 0},
+    {mpack_type_uint, 9, 8, 0}, {mpack_type_int, 2, 1, 0},     {mpack_type_int, 3, 2, 0},
+    {mpack_type_int, 5, 4, 0},  {mpack_type_int, 9, 8, 0},     {mpack_type_ext, 2, 0, 1},
+    {mpack_type_ext, 2, 0, 2},  {mpack_type_ext, 2, 0, 4},     {mpack_type_ext, 2, 0, 8},
+    {mpack_type_ext, 2, 0, 16}, {mpack_type_str, 2, 1, 0},     {mpack_type_str, 3, 2, 0},
+    {mpack_type_str, 5, 4, 0},  {mpack_type_array, 3, 2, 0},   {mpack_type_array, 5, 4, 0},
+    {mpack_type_map, 3, 2, 0},  {mpack_type_map, 5, 4, 0}};
+
+constexpr Form form_of(unsigned tag) {
+  auto short_form = [=](mpack_type_t type, unsigned mask) {
+    return Form{type, 1, 0, static_cast<std::int8_t>(tag & mask)};
+  };
+  if (tag < 0x80)
+    return short_form(mpack_type_uint, 0x7f);
+  if (tag < 0x90)
+    return short_form(mpack_type_map, 0x0f);
+  if (tag < 0xa0)
+    return short_form(mpack_type_array, 0x0f);
+  if (tag < 0xc0)
+    return short_form(mpack_type_str, 0x1f);
+  if (tag < 0xe0)
+    return long_forms[tag - 0xc0];
+  return short_form(mpack_type_int, 0xff);
+}
+
+constexpr auto forms = [] {
+  std::array<Form, 256> table{};
+  for (unsigned tag = 0; tag < table.size(); tag++)
+    table[tag] = form_of(tag);
+  return table;
+}();
+
+// The number behind a first byte, carrying its sign into all 64 bits where it has one.
+std::uint64_t number_at(const unsigned char *bytes, const Form &form) {
+  bool sign = form.type == mpack_type_int;
+  switch (form.width) {
+  case 1:
+    return sign ? static_cast<std::uint64_t>(static_cast<std::int8_t>(*bytes)) : *bytes;
+  case 2: {
+    auto number = load_big_endian<std::uint16_t>(bytes);
+    return sign ? static_cast<std::uint64_t>(static_cast<std::int16_t>(number)) : number;
+  }
+  case 4: {
+    auto number = load_big_endian<std::uint32_t>(bytes);
+    return sign ? static_cast<std::uint64_t>(static_cast<std::int32_t>(number)) : number;
+  }
+  case 8:
+    return load_big_endian<std::uint64_t>(bytes);
+  default:
+    return static_cast<std::uint64_t>(form.number);
+  }
+}
+
+// Reads on in the bytes that have come. The state that every value changes is kept here, at
+// hand, and put back into the tree at the end.
+class Reading {
+public:
+  explicit Reading(mpack_tree_t *tree)
+      : tree_(tree), start_(reinterpret_cast<const unsigned char *>(tree->message)),
+        at_(start_ + tree->position),
+        end_(start_ + std::min(tree->available, tree->max_size)), records_(tree->records),
+        room_(tree->record_room), count_(tree->record_count), values_(tree->values),
+        open_(tree->open) {}
+  Reading(const Reading &) = delete;
+  Reading &operator=(const Reading &) = delete;
+  ~Reading() {
+    tree_->position = position();
+    tree_->record_count = count_;
+    tree_->values = values_;
+    tree_->open = open_;
+  }
+
+  void run() {
+    while (at_ != end_ ? read_value() : wait_for(1))
+      ;
+  }
+
+private:
+  std::size_t position() const { return static_cast<std::size_t>(at_ - start_); }
+
+  // Reads the next value, of a container the head. False when that is not all there, at the
+  // end of the message and when there is an error.
+  bool read_value() {
+    auto available = static_cast<std::size_t>(end_ - at_);
+    const Form &form = forms[*at_];
+    if (form.head > available)
+      return wait_for(form.head);
+    if (count_ + 2 > room_ && !grow())
+      return fail(mpack_error_memory);
+    if (values_++ == tree_->max_values)
+      return fail(mpack_error_too_big);
+    auto &value = records_[count_].value;
+    value.type = form.type;
+    value.number = number_at(at_ + 1, form);
+    std::uint64_t size = form.head;
+    switch (form.type) {
+    case mpack_type_array:
+    case mpack_type_map:
+      at_ += size;
+      return value.number ? open(value) : close(value);
+    case mpack_type_str:
+      value.count = static_cast<std::uint32_t>(value.number);
+      size += value.number;
+      value.number = position() + form.head;
+      break;
+    case mpack_type_bin:
+    case mpack_type_ext:
+      size += value.number;
+      break;
+    case mpack_type_float:
+      value.number = widened(value.number);
+      break;
+    case mpack_type_missing:
+      return fail(mpack_error_invalid);
+    default:
+      break;
+    }
+    if (size > available) {
+      values_--;
+      return wait_for(size);
+    }
+    at_ += size;
+    count_++;
+    return close_completed();
+  }
+
+  // The bits of a 32-bit float as those of a 64-bit one.
+  static std::uint64_t widened(std::uint64_t bits) {
+    auto real = std::bit_cast<float>(static_cast<std::uint32_t>(bits));
+    return std::bit_cast<std::uint64_t>(static_cast<double>(real));
+  }
+
+  // Notes how many bytes must have come before the next value can be read.
+  bool wait_for(std::uint64_t size) {
+    if (size > tree_->max_size - position())
+      return fail(mpack_error_too_big);
+    tree_->needed = position() + size;
+    return false;
+  }
+
+  bool fail(mpack_error_t error) {
+    mpack_tree_flag_error(tree_, error);
+    return false;
+  }
+
+  // Room in proportion to the bytes that are there, never to what they announce.
+  bool grow() {
+    std::size_t room = std::max(room_ * 2, 32 + tree_->available / 8);
+    void *records = std::realloc(records_, room * sizeof(Record));
+    if (!records)
+      return false;
+    tree_->records = records_ = static_cast<Record *>(records);
+    tree_->record_room = room_ = room;
+    return true;
+  }
+
+  bool open(mpack_node_data_t::Value &container) {
+    std::uint64_t children = container.number;
+    container.count = static_cast<std::uint32_t>(children);
+    if (container.type == mpack_type_map)
+      children *= 2;
+    records_[count_ + 1].open = {children, open_};
+    open_ = count_;
+    count_ += 2;
+    return true;
+  }
+
+  // Notes a container without children.
+  bool close(mpack_node_data_t::Value &container) {
+    container.count = 0;
+    container.number = ++count_;
+    return close_completed();
+  }
+
+  // Closes the containers that the value just read completes. False when it was the last
+  // one of the message.
+  bool close_completed() {
+    while (open_ != no_record) {
+      Record *container = records_ + open_;
+      if (--container[1].open.missing != 0)
+        return true;
+      std::size_t parent = container[1].open.parent;
+      container[0].value.number = count_;
+      container[1].cursor = {0, open_ + 2};
+      open_ = parent;
+    }
+    tree_->complete = true;
+    return false;
+  }
+
+  mpack_tree_t *tree_;
+  const unsigned char *start_;
+  const unsigned char *at_;
+  const unsigned char *end_;
+  Record *records_;
+  std::size_t room_;
+  std::size_t count_;
+  std::size_t values_;
+  std::size_t open_;
+};
+
+// Forgets the current message and begins the one behind it.
+void begin_message(mpack_tree_t *tree) {
+  tree->message += tree->position;
+  tree->available -= tree->position;
+  tree->position = tree->needed = 0;
+  tree->complete = false;
+  tree->record_count = tree->values = 0;
+  tree->open = no_record;
+}
+
+// Makes room behind the bytes of the message: at the cost of the messages before it, so that
+// a byte is moved once at most, or by doubling the buffer.
+bool make_room(mpack_tree_t *tree) {
+  if (tree->message != tree->buffer) {
+    if (tree->available)
+      std::memmove(tree->buffer, tree->message, tree->available);
+    tree->message = tree->buffer;
+  }
+  if (tree->available < tree->buffer_room)
+    return true;
+  std::size_t room = tree->buffer_room ? tree->buffer_room * 2 : smallest_buffer;
+  void *buffer = std::realloc(tree->buffer, room);
+  if (!buffer)
+    return false;
+  tree->message = tree->buffer = static_cast<char *>(buffer);
+  tree->buffer_room = room;
+  return true;
+}
+
+// Whether more bytes have come.
+bool fill(mpack_tree_t *tree) {
+  if (!tree->read)
+    return false;
+  if (!make_room(tree)) {
+    mpack_tree_flag_error(tree, mpack_error_memory);
+    return false;
+  }
+  std::size_t count =
+      tree->read(tree, tree->buffer + tree->available, tree->buffer_room - tree->available);
+  tree->available += count;
+  return count != 0;
+}
+
+} // namespace
+
+const char *mpack_error_to_string(mpack_error_t error) {
+  switch (error) {
+#define NODETREE_NAME(error)                                                               \
+  case error:                                                                              \
+    return #error
+    NODETREE_NAME(mpack_ok);
+    NODETREE_NAME(mpack_error_io);
+    NODETREE_NAME(mpack_error_invalid);
+    NODETREE_NAME(mpack_error_unsupported);
+    NODETREE_NAME(mpack_error_type);
+    NODETREE_NAME(mpack_error_too_big);
+    NODETREE_NAME(mpack_error_memory);
+    NODETREE_NAME(mpack_error_bug);
+    NODETREE_NAME(mpack_error_data);
+    NODETREE_NAME(mpack_error_eof);
+#undef NODETREE_NAME
+  }
+  return "(unknown mpack_error_t)";
+}
+
+void mpack_tree_init_stream(mpack_tree_t *tree, mpack_tree_read_t read, void *context,
+                            std::size_t max_message_size, std::size_t max_message_nodes) {
+  *tree = {};
+  tree->open = no_record;
+  tree->max_size = max_message_size;
+  tree->max_values = max_message_nodes;
+  tree->read = read;
+  tree->context = context;
+}
+
+void mpack_tree_init_data(mpack_tree_t *tree, const char *data, std::size_t length) {
+  mpack_tree_init_stream(tree, nullptr, nullptr, SIZE_MAX, SIZE_MAX);
+  tree->message = data;
+  tree->available = length;
+}
+
+bool mpack_tree_try_parse(mpack_tree_t *tree) {
+  if (tree->error == mpack_ok && tree->complete)
+    begin_message(tree);
+  while (tree->error == mpack_ok) {
+    if (tree->available >= tree->needed)
+      Reading(tree).run();
+    if (tree->complete)
+      return true;
+    if (tree->error == mpack_ok && !fill(tree))
+      break;
+  }
+  return false;
+}
+
+void mpack_tree_parse(mpack_tree_t *tree) {
+  if (!mpack_tree_try_parse(tree))
+    mpack_tree_flag_error(tree, tree->read ? mpack_error_io : mpack_error_invalid);
+}
+
+mpack_error_t mpack_tree_destroy(mpack_tree_t *tree) {
+  std::free(tree->records);
+  std::free(tree->buffer);
+  if (tree->teardown)
+    tree->teardown(tree);
+  return tree->error;
+}
+
+char *mpack_node_cstr_alloc(mpack_node_t n, std::size_t maxsize) {
+  const char *text = mpack_node_str(n);
+  std::size_t length = mpack_node_strlen(n);
+  mpack_error_t error = mpack_ok;
+  char *copy = nullptr;
+  if (!text)
+    return nullptr;
+  if (length >= maxsize)
+    error = mpack_error_too_big;
+  else if (std::memchr(text, '\0', length))
+    error = mpack_error_type;
+  else if (!(copy = static_cast<char *>(std::malloc(length + 1))))
+    error = mpack_error_memory;
+  mpack_tree_flag_error(n.tree, error);
+  if (copy) {
+    std::memcpy(copy, text, length);
+    copy[length] = '\0';
+  }
+  return copy;
+}

@@ -1,0 +1,290 @@
+#include "codec/mpack_chunks.hpp"
+#include "node/node_internal.hpp"
+#include "valuelist/stack.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <nodetree/log.h>
+#include <nodetree/msgpack.h>
+
+using namespace nodetree;
+
+struct msgpack_stream {
+  mpack_tree_t tree;
+  node_value_callback callback;
+  void *user_data;
+  bool decoding; // a call is under way
+};
+
+namespace nodetree {
+namespace {
+
+constexpr size_t longest_key = 127;
+
+// One message being turned into nodes. Containers wait on a stack for their children and go
+// into their own container when they have them all.
+class Conversion {
+public:
+  explicit Conversion(mpack_tree_t *tree) : tree_(tree) {}
+  ~Conversion() {
+    for (; !open_.empty(); open_.pop())
+      node_free(open_.back().made);
+  }
+  Conversion(const Conversion &) = delete;
+  Conversion &operator=(const Conversion &) = delete;
+
+  // The whole tree; NULL where there is none or the message is refused, which is an error of
+  // its tree.
+  node *run() {
+    mpack_node_t source = mpack_tree_root(tree_);
+    node *root = make(source, "");
+    if (!root || !take_to_fill(root, source, {}))
+      return root;
+    while (!open_.empty()) {
+      Container &container = open_.back();
+      if (container.next < container.count) {
+        if (!convert_child(container))
+          return nullptr;
+      } else {
+        const Container complete = container;
+        open_.pop();
+        if (open_.empty())
+          return complete.made;
+        if (!put(open_.back(), complete.key, complete.made))
+          return nullptr;
+      }
+    }
+    return nullptr;
+  }
+
+private:
+  // What a member is held under; of no meaning in an array.
+  struct Key {
+    mpack_node_t source;
+    std::string_view name; // as much of the text as a name may have
+    bool is_text;
+  };
+
+  struct Container {
+    mpack_node_t source;
+    node *made;
+    Key key;
+    size_t count;
+    size_t next; // the child to convert next
+  };
+
+  bool failed() const { return mpack_tree_error(tree_) != mpack_ok; }
+
+  // These return false when the message is refused.
+
+  bool convert_child(Container &container) {
+    size_t index = container.next++;
+    if (container.made->type == NODE_ARRAY)
+      return convert(container, mpack_node_array_at(container.source, index), {});
+    Key key = read_key(mpack_node_map_key_at(container.source, index));
+    return convert(container, mpack_node_map_value_at(container.source, index), key);
+  }
+
+  bool convert(Container &container, mpack_node_t source, const Key &key) {
+    node *made = make(source, key.name);
+    if (!made)
+      return !failed();
+    if (is_container(made) && take_to_fill(made, source, key))
+      return !failed();
+    return put(container, key, made);
+  }
+
+  // Puts a finished value into the container that it belongs to.
+  bool put(const Container &container, const Key &key, node *made) {
+    if (container.made->type == NODE_ARRAY)
+      put_element(container, made);
+    else if (!key.is_text || !is_name(key) ||
+             !object_add_with_key(container.made, key_behind(made), made))
+      return leave_out(key, made);
+    return true;
+  }
+
+  bool leave_out(const Key &key, node *made) {
+    if (key.is_text)
+      log_msg(LOG_ERR, "Failed to add MessagePack value with key \"%s\" to object",
+              key_behind(made));
+    else
+      log_msg(LOG_ERR, "Skipping MessagePack object child with non-string key");
+    node_free(made);
+    return !failed();
+  }
+
+  static Key read_key(mpack_node_t source) {
+    if (mpack_node_type(source) != mpack_type_str)
+      return {source, {}, false};
+    size_t length = mpack_node_strlen(source);
+    return {source, {mpack_node_str(source), std::min(length, longest_key)}, true};
+  }
+
+  // The node of a value, of a container an empty one; NULL where there is none or the
+  // message is refused.
+  node *make(mpack_node_t source, std::string_view name) {
+    node *made = nullptr;
+    switch (mpack_node_type(source)) {
+    case mpack_type_nil:
+      made = node_make(NODE_NULL, name);
+      break;
+    case mpack_type_bool:
+      if ((made = node_make(NODE_BOOLEAN, name)))
+        made->value.boolean = mpack_node_bool(source);
+      break;
+    case mpack_type_int:
+    case mpack_type_uint:
+      made = make_integer(source, name);
+      break;
+    case mpack_type_float:
+    case mpack_type_double:
+      if ((made = node_make(NODE_REAL, name)))
+        made->value.real = mpack_node_double(source);
+      break;
+    case mpack_type_str:
+      made = make_text(source, name);
+      break;
+    case mpack_type_array:
+      made = node_make(NODE_ARRAY, name);
+      break;
+    case mpack_type_map:
+      made = node_make(NODE_OBJECT, name);
+      break;
+    default:
+      log_msg(LOG_ERR, "Unhandled MessagePack type: %d",
+              static_cast<int>(mpack_node_type(source)));
+      return nullptr;
+    }
+    if (!made)
+      mpack_tree_flag_error(tree_, mpack_error_memory);
+    return made;
+  }
+
+  // An unsigned integer may be one that does not fit.
+  node *make_integer(mpack_node_t source, std::string_view name) {
+    int64_t integer = mpack_node_i64(source);
+    node *made = failed() ? nullptr : node_make(NODE_INTEGER, name);
+    if (made)
+      made->value.integer = integer;
+    return made;
+  }
+
+  static node *make_text(mpack_node_t source, std::string_view name) {
+    char *text = strndup(mpack_node_str(source), mpack_node_strlen(source));
+    node *made = text ? node_make(NODE_STRING, name) : nullptr;
+    if (made)
+      made->value.string = text;
+    else
+      std::free(text);
+    return made;
+  }
+
+  // Takes over a new node that still has to get children. False for any other.
+  bool take_to_fill(node *made, mpack_node_t source, const Key &key) {
+    size_t count = 0;
+    if (made->type == NODE_ARRAY)
+      count = mpack_node_array_length(source);
+    else if (made->type == NODE_OBJECT)
+      count = mpack_node_map_count(source);
+    if (count == 0)
+      return false;
+    if (!open_.push({source, made, key, count, 0})) {
+      mpack_tree_flag_error(tree_, mpack_error_memory);
+      node_free(made);
+    }
+    return true;
+  }
+
+  static void put_element(const Container &array, node *made) {
+    if (node_array_append(array.made, made))
+      return;
+    log_msg(LOG_ERR, "Skipping array element with index \"%zu\"", array.next - 1);
+    node_free(made);
+  }
+
+  // Whether a text can be a name. MPack is asked to copy only what it will refuse, so that
+  // the message ends with its error.
+  static bool is_name(const Key &key) {
+    if (mpack_node_strlen(key.source) == key.name.size() &&
+        !std::memchr(key.name.data(), '\0', key.name.size()))
+      return true;
+    std::free(mpack_node_cstr_alloc(key.source, longest_key + 1));
+    return false;
+  }
+
+  mpack_tree_t *tree_;
+  Stack<Container> open_;
+};
+
+const char *error_text(mpack_tree_t *tree) {
+  return mpack_error_to_string(mpack_tree_error(tree));
+}
+
+// Whether the bytes that have come could be read.
+bool decode_available(msgpack_stream *stream) {
+  while (mpack_tree_try_parse(&stream->tree)) {
+    node *value = Conversion(&stream->tree).run();
+    if (mpack_tree_error(&stream->tree) != mpack_ok)
+      break;
+    stream->callback(value, stream->user_data);
+  }
+  if (mpack_tree_error(&stream->tree) == mpack_ok)
+    return true;
+  log_msg(LOG_ERR, "Error parsing MessagePack stream: %s\n", error_text(&stream->tree));
+  return false;
+}
+
+} // namespace
+} // namespace nodetree
+
+msgpack_stream *msgpack_stream_new(node_value_callback callback, void *user_data) {
+  if (!callback)
+    return nullptr;
+  auto *stream = static_cast<msgpack_stream *>(std::calloc(1, sizeof(msgpack_stream)));
+  if (!stream)
+    return nullptr;
+  stream->callback = callback;
+  stream->user_data = user_data;
+  mpack_tree_init_chunked(&stream->tree, SIZE_MAX, SIZE_MAX);
+  if (mpack_tree_error(&stream->tree) == mpack_ok)
+    return stream;
+  msgpack_stream_free(stream);
+  return nullptr;
+}
+
+bool msgpack_stream_decode(msgpack_stream *stream, const void *bytes, size_t size) {
+  if (stream->decoding)
+    return false; // called back with a message of the tree that would be read over
+  if (!mpack_tree_add_chunk(&stream->tree, static_cast<const char *>(bytes), size)) {
+    log_msg(LOG_ERR, "Error adding MessagePack data to stream: %s\n",
+            error_text(&stream->tree));
+    return false;
+  }
+  stream->decoding = true;
+  bool decoded = decode_available(stream);
+  stream->decoding = false;
+  return decoded;
+}
+
+void msgpack_stream_free(msgpack_stream *stream) {
+  if (!stream)
+    return;
+  mpack_tree_destroy(&stream->tree);
+  std::free(stream);
+}
+
+node *msgpack_decode(const void *bytes, size_t *size) {
+  mpack_tree_t tree;
+  mpack_tree_init_data(&tree, static_cast<const char *>(bytes), *size);
+  mpack_tree_parse(&tree);
+  node *value = nullptr;
+  if (mpack_tree_error(&tree) == mpack_ok) {
+    *size = mpack_tree_size(&tree);
+    value = Conversion(&tree).run();
+  }
+  if (mpack_tree_error(&tree) != mpack_ok)
+    log_msg(LOG_ERR, "Failed to decode MessagePack: %s\n", error_text(&tree));
+  mpack_tree_destroy(&tree);
+  return value;
+}

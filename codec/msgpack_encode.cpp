@@ -1,0 +1,109 @@
+#include "node/expand.hpp"
+
+#include <mpack.h>
+#include <nodetree/log.h>
+#include <nodetree/msgpack.h>
+
+using namespace nodetree;
+
+namespace nodetree {
+namespace {
+
+// One tree being written.
+class Encoding {
+public:
+  Encoding(const node *top, mpack_writer_t *writer)
+      : walk_(const_cast<node *>(top), true), writer_(writer) {}
+
+  // Whether all of it has a form in MessagePack.
+  bool run() {
+    for (;; walk_.advance()) {
+      switch (walk_.step()) {
+      case ExpandingWalk::Step::enter:
+      case ExpandingWalk::Step::dangling:
+        write_entered();
+        break;
+      case ExpandingWalk::Step::leave:
+        finish(walk_.at());
+        break;
+      case ExpandingWalk::Step::circular:
+        report("a link leads back into itself");
+        return false;
+      case ExpandingWalk::Step::failed:
+        report(walk_.too_many_links() ? "too many links" : "out of memory");
+        return false;
+      case ExpandingWalk::Step::done:
+        return complete_;
+      }
+    }
+  }
+
+private:
+  void write_entered() {
+    const node *place = walk_.place();
+    if (place->parent && place->parent->type == NODE_OBJECT && !walk_.at_top())
+      mpack_write_cstr(writer_, place->key);
+    write_value(walk_.at());
+  }
+
+  // The value itself; of a container, its head.
+  void write_value(const node *n) {
+    switch (n->type) {
+    case NODE_OBJECT:
+      return mpack_start_map(writer_, child_count(n));
+    case NODE_ARRAY:
+      return mpack_start_array(writer_, child_count(n));
+    case NODE_STRING:
+      return mpack_write_cstr(writer_, n->value.string);
+    case NODE_INTEGER:
+      return mpack_write_i64(writer_, n->value.integer);
+    case NODE_REAL:
+      return mpack_write_double(writer_, n->value.real);
+    case NODE_BOOLEAN:
+      return mpack_write_bool(writer_, n->value.boolean);
+    case NODE_NULL:
+    case NODE_LINK: // met only where it is dangling
+      return mpack_write_nil(writer_);
+    }
+    log_msg(LOG_ERR, "Unhandled node type for MessagePack encode: %s",
+            node_type_to_string(n));
+    complete_ = false;
+  }
+
+  std::uint32_t child_count(const node *container) {
+    if (container->child_count > UINT32_MAX)
+      mpack_writer_flag_error(writer_, mpack_error_too_big);
+    return static_cast<std::uint32_t>(container->child_count);
+  }
+
+  void finish(const node *container) {
+    if (container->type == NODE_OBJECT)
+      mpack_finish_map(writer_);
+    else
+      mpack_finish_array(writer_);
+  }
+
+  void report(const char *reason) {
+    char *path = node_path(walk_.at());
+    log_msg(LOG_ERR, "Failed to encode MessagePack: %s: %s", path ? path : "?", reason);
+    std::free(path);
+  }
+
+  ExpandingWalk walk_;
+  mpack_writer_t *writer_;
+  bool complete_ = true;
+};
+
+} // namespace
+} // namespace nodetree
+
+bool msgpack_encode(const node *n, char **data, size_t *size) {
+  mpack_writer_t writer;
+  mpack_writer_init_growable(&writer, data, size);
+  if (!Encoding(n, &writer).run())
+    mpack_writer_flag_error(&writer, mpack_error_data);
+  mpack_error_t error = mpack_writer_destroy(&writer);
+  if (error != mpack_ok && error != mpack_error_data) // which has been told
+    log_msg(LOG_ERR, "Failed to encode MessagePack: %s", mpack_error_to_string(error));
+  return error == mpack_ok;
+}

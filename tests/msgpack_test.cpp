@@ -1,0 +1,395 @@
+#include "random_tree.hpp"
+
+#include <sstream>
+#include <sys/resource.h>
+
+using namespace test;
+
+namespace {
+
+std::string hex(const std::string &digits) {
+  std::string bytes;
+  for (size_t i = 0; i + 1 < digits.size(); i += 2)
+    bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+  return bytes;
+}
+
+// The head of a form with a length of four bytes.
+std::string head(const char *form, size_t length) {
+  return hex(take(string_printf("%s%08zx", form, length)));
+}
+
+// A table: words between blanks, `columns` to a row.
+std::vector<std::vector<std::string>> table(const std::string &words, size_t columns) {
+  std::istringstream in(words);
+  std::vector<std::vector<std::string>> rows;
+  for (std::string word; in >> word; rows.back().push_back(word))
+    if (rows.empty() || rows.back().size() == columns)
+      rows.emplace_back();
+  EXPECT_EQ(rows.back().size(), columns);
+  return rows;
+}
+
+// `used` becomes the size written back.
+tree decoded(const std::string &bytes, size_t *used = nullptr) {
+  size_t size = bytes.size();
+  const std::unique_ptr<char[]> memory(new char[size]); // the bytes end where it does
+  std::copy(bytes.begin(), bytes.end(), memory.get());
+  tree t(msgpack_decode(memory.get(), &size));
+  if (used != nullptr)
+    *used = size;
+  return t;
+}
+
+const std::string one_shot = "ERROR: Failed to decode MessagePack: ",
+                  parsing = "ERROR: Error parsing MessagePack stream: ",
+                  adding = "ERROR: Error adding MessagePack data to stream: ",
+                  invalid = "mpack_error_invalid\n\n";
+
+// ---- Forms ----
+
+// Bytes that are written for a value and read as it, and other forms that are read.
+const char written[] = R"(
+      c0 null  c2 false  c3 true  00 0  7f 127  cc80 128  ccff 255  cd0100 256  cdffff 65535
+      ce00010000 65536  ceffffffff 4294967295  cf0000000100000000 4294967296
+      cf7fffffffffffffff 9223372036854775807  ff -1  e0 -32  d0df -33  d080 -128
+      d1ff7f -129  d18000 -32768  d2ffff7fff -32769  d280000000 -2147483648
+      d3ffffffff7fffffff -2147483649  d38000000000000000 -9223372036854775808
+      cb3ff0000000000000 1.0  cb8000000000000000 -0.0
+      a0 ""  90 []  80 {}  82a16101a162c0 {"a":1,"b":null}  82a0c2a161ff {"":false,"a":-1}
+      a2c3bf "ÿ"  9380a09181a16190 [{},"",[{"a":[]}]])";
+const char read[] = R"(
+      cc00 0  cc7f 127  cd00ff 255  ce00000001 1  cf00000000ffffffff 4294967295
+      d000 0  d07f 127  d0ff -1  d17fff 32767  d1ffff -1  d27fffffff 2147483647
+      d2ffffffff -1  d37fffffffffffffff 9223372036854775807  d3ffffffffffffffff -1
+      ca3fc00000 1.5  ca80000000 -0.0  d900 ""  da000161 "a"  db0000000161 "a"  dc000107 [7]
+      dd0000000107 [7]  dd00000000 []  df00000000 {}  de0001d9016101 {"a":1}
+      df00000002da00016101db000000016202 {"a":1,"b":2}  a56162006364 "ab")";
+// NaN with its bits, infinities, the smallest and the largest; what is written for them.
+const char reals[] = R"(
+      cb7ff8000000000001 same  cbfff8000000000000 same  cb7ff0000000000000 same
+      cbfff0000000000000 same  cb7fefffffffffffff same  cb0000000000000001 same
+      ca3dcccccd cb3fb99999a0000000  ca7f800000 cb7ff0000000000000
+      caff800000 cbfff0000000000000  ca7fc00000 cb7ff8000000000000
+      ca00000001 cb36a0000000000000  ca7f7fffff cb47efffffe0000000)";
+
+TEST(MsgpackForms, ShortestAreWrittenAndAllAreRead) {
+  for (const auto &row : table(written, 2)) {
+    tree t = decoded(hex(row[0]));
+    ASSERT_EQ(shown(t.get()), row[1]);
+    EXPECT_EQ(message(t.get()), hex(row[0])) << row[1];
+  }
+  for (const auto &row : table(read, 2))
+    EXPECT_EQ(shown(decoded(hex(row[0])).get()), row[1]) << row[0];
+  for (const auto &row : table(reals, 2))
+    EXPECT_EQ(message(decoded(hex(row[0])).get()), hex(row[row[1] == "same" ? 0 : 1]));
+  EXPECT_EQ(shown(decoded("\xa4\xff\xa1\xc3\x7f").get()), "\"\xff\xa1\xc3\x7f\"");
+}
+
+TEST(MsgpackForms, LengthsChooseTheShortestHeader) {
+  const char heads[] = R"(
+      1 a1 91 81  15 af 9f 8f  16 b0 dc0010 de0010  31 bf dc001f de001f
+      32 d920 dc0020 de0020  255 d9ff dc00ff de00ff  256 da0100 dc0100 de0100
+      65535 daffff dcffff deffff  65536 db00010000 dd00010000 df00010000)";
+  for (const auto &row : table(heads, 4)) {
+    const size_t length = std::stoul(row[0]);
+    std::string members;
+    for (size_t i = 0; i < length; i++)
+      members += '\xa6' + std::to_string(100000 + i) + '\7';
+    for (const std::string &bytes :
+         {hex(row[1]) + std::string(length, 'x'), hex(row[2]) + std::string(length, '\7'),
+          hex(row[3]) + members}) {
+      tree t = decoded(bytes);
+      ASSERT_NE(t, nullptr) << length;
+      EXPECT_TRUE(message(t.get()) == bytes) << length;
+      EXPECT_EQ(decoded(bytes.substr(0, bytes.size() - 1)), nullptr);
+    }
+  }
+}
+
+// ---- Reports ----
+
+const std::string key127(127, 'k');
+
+// Reports in short: the number of an unhandled type, "=KEY" a member refused, "key" one
+// without a string for a key, "-" none.
+std::string reports(const std::string &brief) {
+  std::string all;
+  for (const std::string &word : split(brief))
+    all += word == "-" ? ""
+           : word == "key"
+               ? "ERROR: Skipping MessagePack object child with non-string key\n"
+           : word[0] == '=' ? "ERROR: Failed to add MessagePack value with key \"" +
+                                  word.substr(1) + "\" to object\n"
+                            : "ERROR: Unhandled MessagePack type: " + word + "\n";
+  return all;
+}
+
+TEST(MsgpackReports, WhatHasNoNodeFormIsLeftOut) {
+  const char brief[] = R"(
+      c400 NULL 8  c5000161 NULL 8  c60000000161 NULL 8  c70001 NULL 11
+      c8000105ff NULL 11  c90000000105ff NULL 11  d40100 NULL 11  d5010000 NULL 11
+      d6ff00000000 NULL 11  d7ff0000000000000000 NULL 11
+      d80100000000000000000000000000000000 NULL 11
+      9301c4016102 [1,2] 8  9291c4009281a161d401c003 [[],[{},3]] 8/11
+      83a161c400a16202a163d40100 {"b":2} 8/11
+      82a16101a16102 {"a":1} =a  83a16101a16102a16103 {"a":1} =a/=a
+      82a161c400a16102 {"a":2} 8  82a161c0a16191c400 {"a":null} 8/=a
+      8301a161a16204c003 {"b":4} key/key  819001 {} key  819181900102 {} key
+      8191819001c400 {} 8  8301c400c40002a16103 {"a":3} 8/key
+      82a3610062c400a16101 {"a":1} 8)";
+  auto rows = table(brief, 3);
+  rows.push_back({"81d97f" + repeat("6b", 127) + "01", "{\"" + key127 + "\":1}", "-"});
+  rows.push_back({"82d980" + repeat("6b", 128) + "c400a16101", R"({"a":1})", "8"});
+  for (const auto &row : rows) {
+    SCOPED_TRACE(row[0]);
+    const std::string bytes = hex(row[0]);
+    log_reader log;
+    size_t used = 0;
+    tree t = decoded(bytes + "\xc1", &used);
+    EXPECT_EQ(shown(t.get()), row[1]);
+    EXPECT_EQ(log.fresh(), reports(row[2]));
+    EXPECT_EQ(used, bytes.size());
+    if (t != nullptr)
+      check_tree(t.get());
+    msgpack_decoder stream;
+    EXPECT_TRUE(stream.feed(bytes + '\7'));
+    EXPECT_EQ(stream.text(), row[1] + " 7 ");
+    EXPECT_EQ(log.fresh(), reports(row[2]));
+  }
+}
+
+TEST(MsgpackReports, FailuresDeliverWhatCameBeforeAndLast) {
+  const char brief[] = R"(
+      c1 - invalid  9201c1 - invalid  81a161c1 - invalid  81c101 - invalid
+      ddffffffffc1 - invalid  cf8000000000000000 - type  9301cfffffffffffffffffc400 - type
+      82a161cfffffffffffffffffa1610f - type  83a16101a16102a163cf8000000000000000 =a type
+      81a461620063c0 =ab type  81a10090 = type)";
+  auto rows = table(brief, 3);
+  rows.push_back({"81d980" + repeat("6b", 128) + "01", "=" + key127, "too_big"});
+  rows.push_back(
+      {"9282da0100" + repeat("6b", 256) + "07a161c400c400", "=" + key127, "too_big"});
+  for (const auto &row : rows) {
+    SCOPED_TRACE(row[0]);
+    const std::string bytes = hex(row[0]), error = "mpack_error_" + row[2] + "\n\n";
+    log_reader log;
+    size_t used = 0;
+    EXPECT_EQ(decoded(bytes + '\7', &used), nullptr);
+    EXPECT_EQ(used, bytes.size() + (row[2] == "invalid"));
+    EXPECT_EQ(log.fresh(), reports(row[1]) + one_shot + error);
+    for (const size_t chunk : {bytes.size() + 2, size_t{1}}) {
+      msgpack_decoder stream;
+      EXPECT_FALSE(stream.feed('\6' + bytes + '\7', chunk));
+      EXPECT_EQ(log.fresh(), reports(row[1]) + parsing + error);
+      for (const char *more : {"\1", "", "\xc1", "\x90"}) {
+        EXPECT_FALSE(stream.feed(more));
+        EXPECT_EQ(log.fresh(), adding + error);
+      }
+      EXPECT_EQ(stream.text(), "6 ");
+    }
+  }
+}
+
+// ---- Cuts ----
+
+// All forms, in one message.
+std::pair<std::string, std::string> mixed() {
+  const auto rows = table(std::string(written) + read, 2);
+  std::string bytes = head("dd", rows.size()), json;
+  for (const auto &row : rows) {
+    bytes += hex(row[0]);
+    json += (json.empty() ? "[" : ",") + row[1];
+  }
+  return {bytes, json + "] "};
+}
+
+TEST(MsgpackCuts, AMessageIsCompleteWithItsLastByte) {
+  const auto [bytes, json] = mixed();
+  log_reader log;
+  for (size_t length = 0; length < bytes.size(); length++) {
+    SCOPED_TRACE(length);
+    const std::string part = bytes.substr(0, length), rest = bytes.substr(length);
+    size_t used = 0;
+    EXPECT_EQ(decoded(part, &used), nullptr);
+    EXPECT_EQ(used, length);
+    EXPECT_EQ(log.fresh(), one_shot + invalid);
+    msgpack_decoder stream;
+    EXPECT_TRUE(stream.feed("\x91\1" + part) && stream.feed(""));
+    EXPECT_EQ(stream.text() + log.fresh(), "[1] ");
+    EXPECT_TRUE(stream.feed(rest + bytes + part));
+    EXPECT_EQ(stream.text(), "[1] " + json + json);
+  }
+  msgpack_decoder stream;
+  EXPECT_TRUE(stream.feed(bytes + bytes.substr(0, bytes.size() - 1), 1));
+  EXPECT_EQ(stream.text(), json);
+  EXPECT_TRUE(stream.feed(bytes.substr(bytes.size() - 1)));
+  EXPECT_EQ(stream.text(), json + json);
+  EXPECT_EQ(msgpack_stream_new(nullptr, nullptr), nullptr);
+}
+
+// ---- Trees ----
+
+const std::vector<const char *> leaves = {
+    "null", "true", "-33", "1.5", "'longer than thirty-one bytes, äß'", "[]", "{}"};
+
+TEST(MsgpackTrees, ComeBackEqualHoweverTheyAreCut) {
+  dice roll(1);
+  for (size_t i = 0; i < scaled(1000) + 10; i++) {
+    tree t(random_tree(roll, 5, leaves));
+    const std::string bytes = message(t.get());
+    size_t used = 0;
+    tree back = decoded(bytes + "\xc1", &used);
+    EXPECT_EQ(used, bytes.size());
+    ASSERT_TRUE(node_equals(back.get(), t.get())) << compact(t.get());
+    ASSERT_NO_FATAL_FAILURE(check_tree(back.get()));
+    msgpack_decoder stream;
+    EXPECT_TRUE(stream.feed(bytes, 1 + roll(bytes.size())));
+    EXPECT_EQ(stream.text(), compact(t.get()) + " ");
+  }
+}
+
+// Broken bytes are the same to both decoders, and harm neither.
+TEST(MsgpackTrees, DamageIsReadAlikeInPiecesAndWhole) {
+  dice roll(2);
+  for (size_t i = 0; i < scaled(5000) + 20; i++) {
+    tree t(random_tree(roll, 4, leaves));
+    std::string bytes = message(t.get()), whole;
+    for (unsigned n = 1 + roll(4); n > 0; n--)
+      bytes[roll(bytes.size())] =
+          static_cast<char>(roll(2) != 0 ? 0xc0 + roll(32) : roll(256));
+    log_reader log;
+    for (std::string rest = bytes; !rest.empty();) {
+      size_t used = 0;
+      const tree value = decoded(rest, &used);
+      if (log.fresh().find(one_shot) != std::string::npos)
+        break;
+      ASSERT_GT(used, 0u);
+      whole += shown(value.get()) + " ";
+      rest = rest.substr(used);
+    }
+    msgpack_decoder stream;
+    stream.feed(bytes, 1 + roll(9));
+    ASSERT_EQ(stream.text(), whole);
+  }
+}
+
+TEST(MsgpackTrees, LinksAreWrittenAsInJson) {
+  const char *rows[] = {
+      R"({"n":5,"l":"->/n","a":["->/n","->/l"]})",
+      R"(["->x",1,"->/gone",2,"->/1"])",
+      R"({"a":"->/b","b":"->/c","c":{"d":"->/n"},"n":[7,{"x":"->/c/d/0"}]})",
+      R"({"o":{"l":"->/o/p","p":["->/e"]},"e":{}})",
+      R"({"o":{"l":"->/o","x":1},"p":"->/q","q":"->/p","n":1})",
+      R"({"a":{"to":"->/b"},"b":{"to":"->/a"},"l":"->/"})"};
+  for (const char *row : rows) {
+    SCOPED_TRACE(row);
+    log_reader log;
+    tree t = make(row);
+    std::vector<node *> starts = children(t.get());
+    starts.push_back(t.get());
+    for (const node *start : starts) {
+      const std::string json = compact(start), report = log.fresh(), bytes = message(start),
+                        begin = "ERROR: Failed to ";
+      if (json != "NULL") {
+        EXPECT_EQ(shown(decoded(bytes).get()) + log.fresh(), json);
+        continue;
+      }
+      EXPECT_EQ(bytes, "failed");
+      EXPECT_EQ(log.fresh(), begin + "encode MessagePack" +
+                                 report.substr((begin + "stringify JSON").size()));
+    }
+  }
+  EXPECT_EQ(message(fan_out(50).get()), "failed");
+}
+
+TEST(MsgpackTrees, EveryNodeOfAnUnknownKindIsReported) {
+  tree t = make(R"({"a":1,"b":[2,{"c":3},4],"d":5})");
+  for (const char *path : {"/a", "/b/1/c", "/b/2"})
+    node_lookup(t.get(), path)->type = static_cast<node_type>(8);
+  const std::string report = "ERROR: Unhandled node type for MessagePack encode: unknown\n";
+  for (const char *path : {"/", "/b", "/a"}) {
+    log_reader log;
+    EXPECT_EQ(message(node_lookup(t.get(), path)), "failed");
+    EXPECT_EQ(log.fresh(), repeat(report, path[1] == '\0' ? 3 : path[1] == 'b' ? 2 : 1));
+  }
+}
+
+// ---- Size ----
+
+// Runs `body` with little more memory than there is in use, unless under a tool that needs
+// much itself.
+void with_little_memory(const std::function<void()> &body) {
+  rlimit before = {};
+  getrlimit(RLIMIT_AS, &before);
+  size_t pages = 0;
+  std::ifstream("/proc/self/statm") >> pages;
+  const rlimit low{pages * 4096 + (size_t{64} << 20), before.rlim_max};
+  setrlimit(RLIMIT_AS, to_the_limit ? &low : &before);
+  body();
+  setrlimit(RLIMIT_AS, &before);
+}
+
+TEST(MsgpackSize, WhatIsOnlyAnnouncedTakesNoMemory) {
+  for (const char *start : {"dbffffffff", "c6ffffffff", "c9ffffffff01", "ddffffffff",
+                            "dfffffffff", "81dbffffffff", "dfffffffffa161"})
+    for (const std::string &bytes : {hex(start), head("dd", UINT32_MAX) + hex(start),
+                                     hex(start) + std::string(20, '\xc0')})
+      with_little_memory([&] {
+        log_reader log;
+        EXPECT_EQ(decoded(bytes), nullptr);
+        EXPECT_EQ(log.fresh(), one_shot + invalid) << start;
+        msgpack_decoder stream;
+        EXPECT_TRUE(stream.feed(bytes, 1)) << start;
+        EXPECT_EQ(stream.text() + log.fresh(), "");
+      });
+}
+
+TEST(MsgpackSize, WhatIsPastTakesNoMemory) {
+  const std::string messages = repeat(hex("da0400") + std::string(1024, 'x'), 64);
+  with_little_memory([&] {
+    msgpack_decoder stream;
+    for (size_t i = 0; i < scaled(2000); i++) {
+      ASSERT_TRUE(stream.feed(messages)) << i;
+      stream.values.clear();
+    }
+  });
+}
+
+TEST(MsgpackSize, DepthNeedsNoStack) {
+  on_small_stack([] {
+    tree built(deep_tree(deep_levels, node_new_integer(7)));
+    const std::string nest = repeat(hex("81a16b91"), deep_levels / 2);
+    EXPECT_TRUE(message(built.get()) == nest + '\7');
+    EXPECT_TRUE(node_equals(decoded(nest + '\7').get(), built.get()));
+    const std::string twice = nest + '\7' + nest;
+    msgpack_decoder stream;
+    EXPECT_TRUE(stream.feed(twice, 1));
+    EXPECT_TRUE(node_equals(stream.values.at(0).get(), built.get()));
+    log_reader log;
+    EXPECT_EQ(decoded(nest), nullptr);
+    EXPECT_FALSE(stream.feed("\xc1"));
+    EXPECT_EQ(decoded(nest + hex("cfffffffffffffffff")), nullptr);
+    EXPECT_NE(decoded(nest + hex("c400")), nullptr);
+  });
+}
+
+TEST(MsgpackSize, ChunksOfAnySizeCostLinearTime) {
+  on_small_stack([] {
+    const size_t size = scaled(10 << 20);
+    const std::string item = hex("da0400") + std::string(1024, 'x');
+    const struct {
+      std::string bytes;
+      size_t messages;
+    } rows[] = {{head("db", size) + std::string(size, 'x'), 1},
+                {head("dd", size / 1024) + repeat(item, size / 1024), 1},
+                {repeat(hex("91a3414243"), size / 40), size / 40}};
+    for (const auto &row : rows)
+      for (const size_t chunk : {size_t{1}, size_t{4096}, row.bytes.size()}) {
+        msgpack_decoder stream;
+        EXPECT_TRUE(stream.feed(row.bytes, chunk));
+        EXPECT_EQ(stream.values.size(), row.messages) << "chunks of " << chunk;
+      }
+  });
+}
+
+} // namespace
