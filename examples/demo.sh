@@ -26,3 +26,6 @@ show "nodetree filter -c --include /server --exclude /server/tls/key service.jso
 show "echo '{\"server\": {\"port\": 9443}}' | nodetree merge service.json - | nodetree get /server/port"
 show "echo '{\"server\": {\"port\": 9443}}' | nodetree merge service.json - | nodetree diff service.json - || echo status \$?"
 show "validate rules.json broken.json || echo status \$?"
+show "nodetree convert --to msgpack bookings.json | head -c 48 | od -A d -t x1z"
+show "answer_requests booking_rules.json < bookings.json"
+show "nodetree convert --to msgpack bookings.json | answer_requests booking_rules.json | nodetree convert --to json -c"

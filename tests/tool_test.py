@@ -9,6 +9,7 @@ import tempfile
 import unittest
 
 COMMAND = []
+ESCAPED = "surrogateescape"
 VALUES = '{"a": {"b": [1, 2.5, "x\\ty"]}, "n": null, "e": {}, "s": "l1\\nl2"}'
 USERS = '{"users": [{"name": "anna"}, {"id": 7}, {"name": "beat"}]}'
 DEEP = '{"deep": ' + "[" * 1000000 + '"bottom"' + "]" * 1000000 + ', "last": 1}'
@@ -25,8 +26,13 @@ def run(*arguments, text="", **options):
         timeout=300,
         **options,
     )
-    out = (done.stdout or b"").decode(errors="surrogateescape")
-    return done.returncode, out, done.stderr.decode(errors="surrogateescape")
+    out = (done.stdout or b"").decode(errors=ESCAPED)
+    return done.returncode, out, done.stderr.decode(errors=ESCAPED)
+
+
+def told(name, text):
+    """A pattern of what is said about an input."""
+    return f"nodetree: {re.escape(name)}: {text}\n"
 
 
 class Case(unittest.TestCase):
@@ -56,10 +62,8 @@ class Commands(Case):
             ("/a/b/2", [], 0, '"x\\ty"\n'),
             ("/a/b/2", ["-r"], 0, "x\ty\n"),
             ("/a/b/0", ["-r"], 0, "1\n"),
-            ("/n", [], 0, "null\n"),
             ("/a", [], 0, '{\n\t"b": [\n\t\t1,\n\t\t2.5,\n\t\t"x\\ty"\n\t]\n}\n'),
             ("/a/b/3", [], 1, ""),
-            ("/x", ["-r"], 1, ""),
             ("", [], 1, ""),
         ]:
             self.expect(["get", *options, path], VALUES, status, out)
@@ -73,7 +77,6 @@ class Commands(Case):
             ("/users/*/name", 0, '/users/0/name="anna"\n/users/2/name="beat"\n'),
             ("users/1", 0, '/users/1={"id":7}\n'),
             ("/", 0, "/=" + USERS.replace(" ", "") + "\n"),
-            ("/*/3", 1, ""),
         ]:
             self.expect(["glob", pattern], USERS, status, out)
 
@@ -84,17 +87,12 @@ class Commands(Case):
         self.expect(["flat"], "{}", 0, "")
 
     def test_format(self):
-        compact = '{"a":{"b":[1,2.5,"x\\ty"]},"n":null,"e":{},"s":"l1\\nl2"}\n'
+        compact = VALUES.replace(", ", ",").replace(": ", ":") + "\n"
         self.expect(["format", "-c"], VALUES, 0, compact)
-        indented = run("format", text=VALUES)[1]
-        self.assertTrue(indented.startswith('{\n\t"a": {\n\t\t"b": [\n\t\t\t1,'), indented)
-        self.assertTrue(indented.endswith("\n}\n"), indented)
-        self.expect(["format", "-c"], indented, 0, compact)
-        self.expect(["format"], '1 "a"\n[2]', 0, '1\n"a"\n[\n\t2\n]\n')
-
-    def test_bytes_that_are_no_utf8_pass_unchanged(self):
-        status, out, _ = run("format", "-c", text=b'["\xff\xfe"]')
-        self.assertEqual((status, out.encode(errors="surrogateescape")), (0, b'["\xff\xfe"]\n'))
+        indented = '[\n\t{\n\t\t"b": 2\n\t}\n]\n'
+        self.expect(["format"], '1 "a"\n[{"b":2}]', 0, '1\n"a"\n' + indented)
+        # bytes that are no UTF-8
+        self.expect(["format", "-c"], b'["\xff\xfe"]', 0, '["\udcff\udcfe"]\n')
 
 
 class Inputs(Case):
@@ -103,24 +101,20 @@ class Inputs(Case):
         for text, status, out, error in [
             ("", 1, "", ""),
             (" \n// nothing", 1, "", ""),
-            ("12", 0, "12\n", ""),
             ("1 // one", 0, "1\n", ""),
-            ("null", 0, "null\n", ""),
             ("[1] [2", 2, "[1]\n", bad + "ends inside a value\n"),
-            ("[1,", 2, "", bad + "ends inside a value\n"),
             ('{"a":', 2, "", bad + "ends inside a value\n"),
-            ('"text 1', 2, "", bad + "ends inside a value\n"),
             ("1 /* never", 2, "1\n", bad + "ends inside a value\n"),
             ("tru", 2, "", bad + "ends inside a value\n"),
-            ("-", 2, "", bad + "ends inside a value\n"),
-            ("99999999999999999999", 2, "", bad + "Failed to parse JSON: [^\n]*overflow\n"),
+            ("9" * 20, 2, "", bad + "Failed to parse JSON: [^\n]*overflow\n"),
         ]:
             self.expect(["format", "-c"], text, status, out, error)
 
     def test_broken_json_is_told_behind_what_came_before(self):
         error = r"nodetree: standard input: Failed to parse JSON: .*\[2;.*\n"
         self.expect(["format", "-c"], "[1] [2; 3]", 2, "[1]\n", error)
-        self.expect(["flat"], '{"a":1,"a":2}', 2, "", ".*Failed to parse JSON: .*repeated member.*")
+        error = ".*Failed to parse JSON: .*repeated member.*"
+        self.expect(["flat"], '{"a":1,"a":2}', 2, "", error)
         self.expect(["flat"], "[\x1b[31m]", 2, "", r"[^\x1b]*")
 
     def test_a_failing_file_does_not_stop_the_next(self):
@@ -131,8 +125,7 @@ class Inputs(Case):
         other = self.file("other", '{"m": 1}')
         missing = one + "/x"
         folder = self.folder.name
-        told = lambda path, text: f"nodetree: {re.escape(path)}: {text}\n"
-        no_value = "holds no JSON value"
+        no_value = "holds no value"
         for files, text, status, out, error in [
             ([one], "", 0, "1\n", ""),
             ([other], "", 1, "", ""),
@@ -148,22 +141,26 @@ class Inputs(Case):
             self.expect(["get", "n", *files], text, status, out, error)
 
     def test_a_value_is_answered_before_the_next_arrives(self):
-        with subprocess.Popen(
-            [*COMMAND, "get", "n"], stdin=subprocess.PIPE, stdout=subprocess.PIPE
-        ) as program:
-            for number in range(3):
-                program.stdin.write(b'{"n": %d}' % number)
-                program.stdin.flush()
-                ready, _, _ = select.select([program.stdout], [], [], 60)
-                self.assertTrue(ready, "no answer while standard input is open")
-                self.assertEqual(os.read(program.stdout.fileno(), 100), b"%d\n" % number)
-            program.stdin.close()
-            self.assertEqual(program.wait(60), 0)
+        for value in b'{"n": %d}', b"\x81\xa1n\xa1%d":
+            with self.subTest(value=value), subprocess.Popen(
+                [*COMMAND, "get", "-r", "n"], stdin=subprocess.PIPE, stdout=subprocess.PIPE
+            ) as program:
+                for number in range(3):
+                    program.stdin.write(value % number)
+                    program.stdin.flush()
+                    ready, _, _ = select.select([program.stdout], [], [], 60)
+                    self.assertTrue(ready, "no answer while standard input is open")
+                    self.assertEqual(os.read(program.stdout.fileno(), 100), b"%d\n" % number)
+                program.stdin.close()
+                self.assertEqual(program.wait(60), 0)
 
     def test_values_may_straddle_reads(self):
         text = "".join('{"n":%d,"pad":"%s"}\n' % (i, "x" * (i % 97)) for i in range(20000))
         self.assertGreater(len(text), 10 * 64 * 1024)
         self.expect(["format", "-c", self.file("long", text)], "", 0, text)
+        packed = run("convert", "--to", "msgpack", text=text)[1].encode(errors=ESCAPED)
+        self.assertGreater(len(packed), 10 * 64 * 1024)
+        self.expect(["convert", "--to", "json", "-c"], packed, 0, text)
 
     def test_deep_nesting(self):
         path = "/deep" + "/0" * 1000000
@@ -176,51 +173,153 @@ class Inputs(Case):
         self.expect(["glob", "0/*"], some, 2, "", "nodetree: standard input: .*deep.*")
 
 
+class MessagePack(Case):
+    MAP = b"\x83\xa1a\x92\x01\xcb\x40\x04" + bytes(6) + b"\xa1s\xa3x\ty\xa1n\xc0"
+    JSON = '{"a":[1,2.5],"s":"x\\ty","n":null}\n'
+
+    def pack(self, text):
+        status, out, error = run("convert", "--to=msgpack", text=text)
+        self.assertEqual((status, error), (0, ""))
+        return out.encode(errors=ESCAPED)
+
+    def test_convert(self):
+        self.assertEqual(self.pack(self.JSON), self.MAP)
+        self.assertEqual(self.pack("-1 [] true"), b"\xff\x90\xc3")
+        self.assertEqual(self.pack(self.MAP * 2), self.MAP * 2)
+        self.expect(["convert", "--to", "json", "-c"], self.MAP * 2, 0, self.JSON * 2)
+        self.expect(["convert", "--to", "json"], b"\x91\x07\x07", 0, "[\n\t7\n]\n7\n")
+        self.expect(["convert", "--to", "msgpack"], "[1] [2", 2, "\udc91\x01",
+                    "nodetree: standard input: ends inside a value\n")
+        deep = self.pack(DEEP)
+        self.expect(["convert", "--to=json"], deep + b"\1", 2, "1\n", "nodetree: .*deep.*")
+
+    def test_every_command_reads_it(self):
+        name = self.file("map", self.MAP)
+        rule = self.file("rule", self.pack('["eq", ["get", "s"], "x\\ty"]'))
+        for arguments, status, out in [
+            (["get", "-r", "s"], 0, "x\ty\n"),
+            (["eval", "@" + rule], 0, "true\n"),
+            (["eval", "--from=msgpack", '["get", "n"]'], 1, "null\n"),
+            (["eval", "--from=msgpack", "@" + self.file("text", "1"), name], 0, "1\n"),
+            (["merge", "-c", "-", self.file("json", '{"s": 1}')], 0,
+             '{"a":[1,2.5],"s":1,"n":null}\n'),
+            (["merge", "--from", "msgpack", "-", self.file("byte", b"\x07")], 0, "7\n"),
+            (["diff", "-c", "-", self.file("seven", "7")], 1, "7\n"),
+        ]:
+            self.expect(arguments, self.MAP, status, out)
+
+    def test_recognition(self):
+        for options, data, status, out in [
+            ([], b"\n {}", 0, "{}\n"),
+            ([], b"\x80", 0, "{}\n"),
+            ([], b"\x90", 0, "[]\n"),
+            ([], b"\xa1a\xc0\xe0", 0, '"a"\nnull\n-32\n'),
+            ([], b"\xc3", 0, "true\n"),
+            ([], b"\xdf\0\0\0\0", 0, "{}\n"),
+            (["--from=msgpack"], b"\xa1a\x7b\xe0", 0, '"a"\n123\n-32\n'),
+            (["--from=json", "--from=msgpack"], b"{[", 0, "123\n91\n"),
+            (["--from=msgpack"], b"", 1, ""),
+        ]:
+            self.expect(["format", "-c", *options], data, status, out)
+        for first in b"\x7f", b"\xe0", b"\xef\xbb\xbf1", b"\xff":
+            self.expect(["format"], first, 2, "", ".*Failed to parse JSON.*")
+        self.expect(["format", "--from=json"], self.MAP, 2, "", ".*Failed to parse JSON.*")
+        empty = self.file("empty", "")
+        self.expect(["format", "--from=msgpack", empty], "", 2, "",
+                    told(empty, "holds no value"))
+
+    def test_a_message_that_is_cut_off_or_broken_is_told_behind_what_came_before(self):
+        parts = [self.MAP[:size] for size in range(1, len(self.MAP))]
+        parts += [b"\x92\x01", b"\xcc", b"\xc4\x01", b"\xd4\x01", b"\xa1"]
+        names = [self.file(f"part{i}", b"\x90" + part) for i, part in enumerate(parts)]
+        error = "".join(told(name, "ends inside a value") for name in names)
+        self.expect(["format", "-c", *names], "", 2, "[]\n" * len(names), error)
+        error = "nodetree: standard input: Error parsing MessagePack stream: .*\n"
+        self.expect(["format", "-c"], b"\x90\x91\xc1\x90", 2, "[]\n", error)
+
+    def test_what_no_tree_holds_is_told_and_left_out(self):
+        left = "some of a value is left out: [^\n]*"
+        for data, out in [
+            (b"\x91\xc4\x01x", "[]\n"),
+            (b"\x82\xa1a\xd4\x01\x02\xa1b\x01", '{"b":1}\n'),
+            (b"\x82\x01\x02\xa1a\x03", '{"a":3}\n'),
+            (b"\x82\xa1a\x01\xa1a\x02", '{"a":1}\n'),
+            (b"\xc4\x01x", ""),
+        ]:
+            self.expect(["format", "-c"], b"\x90" + data + b"\x07", 2,
+                        "[]\n" + out + "7\n", told("standard input", left))
+            name = self.file("part", b"\x90" + data)
+            self.expect(["merge", "-", name], "{}", 2, "", told(name, left))
+        # behind what was answered before, also where both go to one place
+        data = b"\x90\x91\xc4\x01x\x07"
+        out = subprocess.run([*COMMAND, "format", "-c"], input=data, stdout=subprocess.PIPE,
+                             stderr=subprocess.STDOUT, timeout=300).stdout.decode()
+        self.assertRegex(out, r"\A\[\]\n" + told("standard input", left) + r"\[\]\n7\n\Z")
+
+
 class Program(Case):
     def test_help_names_every_command_and_version_is_a_line(self):
-        for arguments in (["--help"], ["get", "--help"]):
+        for arguments in ["--help"], ["get", "--help"], ["filter", "--removed", "--help"]:
             status, out, error = run(*arguments)
             self.assertEqual((status, error), (0, ""))
-            for name in ("get [-r] PATH", "glob PATTERN", "flat", "format [-c]"):
+            for name in ("get [-r] PATH", "glob PATTERN", "flat", "format [-c]",
+                         "convert --to", "eval EXPR", "merge [-c] FILE",
+                         "filter [-c] [--include", "diff [-c] FILE"):
                 self.assertIn("  " + name + " ", out)
                 self.assertIn("$ nodetree " + name.split()[0], out)
-        status, out, _ = run("--version")
-        self.assertEqual(status, 0)
+        status, out, error = run("--version")
+        self.assertEqual((status, error), (0, ""))
         self.assertRegex(out, r"\Anodetree \d+\.\d+\.\d+\n\Z")
 
     def test_usage_errors(self):
-        hint = r"\nTry 'nodetree --help'\.\n"
+        usage = "usage: nodetree {} .*".format
         for arguments, error in [
-            ([], "nodetree: no command given"),
-            (["frob"], "nodetree: unknown command 'frob'"),
-            (["get"], r"nodetree: usage: nodetree get \[-r\] PATH \[FILE\.\.\.\]"),
-            (["get", "-x"], "nodetree: get: unknown option '-x'"),
-            (["flat", "-r"], "nodetree: flat: unknown option '-r'"),
-            (["flat", "--colour"], "nodetree: flat: unknown option '--colour'"),
+            ([], "no command given"),
+            (["frob"], "unknown command 'frob'"),
+            (["get"], r"usage: nodetree get \[-r\] PATH \[FILE\.\.\.\]"),
+            (["convert", "-c"], usage("convert --to")),
+            (["eval"], usage("eval")),
+            (["merge", "-c", "a"], usage("merge")),
+            (["diff", "a"], usage("diff")),
+            (["diff", "a", "b", "c"], usage("diff")),
+            (["get", "-x"], "get: unknown option '-x'"),
+            (["flat", "-r"], "flat: unknown option '-r'"),
+            (["flat", "--colour"], "flat: unknown option '--colour'"),
+            (["merge", "--include", "x"], "merge: unknown option '--include'"),
+            (["flat", "--from", "xml"], "flat: option '--from' takes .*, not 'xml'"),
+            (["convert", "--to", ""], "convert: option '--to' takes .*, not ''"),
+            (["filter", "--include"], "filter: option '--include' needs an argument"),
+            (["filter", "--include="], "filter: a pattern must not be empty"),
+            (["filter", "--exclude", ""], "filter: a pattern must not be empty"),
+            (["filter", "--removed=x"], "filter: option '--removed=x' takes no argument"),
         ]:
-            self.expect(arguments, "", 2, "", error + hint)
+            self.expect(arguments, "1", 2, "",
+                        f"nodetree: {error}\nTry 'nodetree --help'\\.\n")
 
     def test_output_that_cannot_be_written(self):
-        lost = "nodetree: standard output: .+\n"
+        lost = told("standard output", ".+")
+        big = '"' + "x" * 1000000 + '"'
         with open("/dev/full", "wb") as full:
-            self.expect(["flat"], "[1] [2]", 2, "", lost, stdout=full)
-            self.expect(["format"], "[1] ]", 2, "", lost, stdout=full)
-            self.expect(["--help"], "", 2, "", lost, stdout=full)
+            for arguments, text in [
+                (["flat"], "[1] [2]"),
+                (["format"], "[1] ]"),
+                (["format"], big),
+                (["--help"], ""),
+                (["convert", "--to", "msgpack"], "[1]"),
+            ]:
+                self.expect(arguments, text, 2, "", lost, stdout=full)
             self.expect(["get", "x"], "[1]", 1, "", stdout=full)
-            big = '"' + "x" * 1000000 + '"'
-            self.expect(["format"], big, 2, "", lost, stdout=full)
         close = lambda: os.close(1)
-        self.expect(["flat"], "[1]", 2, "", lost, preexec_fn=close)
-        self.expect(["get", "x"], "[1]", 1, "", preexec_fn=close)
         name = self.file("one", "[1]")
         self.expect(["flat", name], "", 2, "", lost, preexec_fn=close)
+        self.expect(["get", "x"], "[1]", 1, "", preexec_fn=close)
 
     def test_closed_standard_input(self):
         name = self.file("one", "[1]")
         close = lambda: os.close(0)
-        error = "nodetree: standard input: .+\n"
-        self.expect(["flat"], "", 2, "", error, stdin=None, preexec_fn=close)
-        self.expect(["flat", name, "-"], "", 2, "/0=1\n", error, stdin=None, preexec_fn=close)
+        error = told("standard input", ".+")
+        self.expect(["flat", name, "-"], "", 2, "/0=1\n", error, stdin=None,
+                    preexec_fn=close)
 
     def test_a_reader_that_goes_away_ends_the_program(self):
         with subprocess.Popen(
@@ -237,28 +336,21 @@ class Program(Case):
 
 class Evaluation(Case):
     def test_results_and_status(self):
-        config = '{"port": 80, "name": "a", "list": [1, 2], "none": null, "off": false}'
+        config = '{"port": 80, "list": [1, 2], "none": null, "off": false}'
         said = "nodetree: standard input: "
         for expr, status, out, error in [
-            ('["range", 1, 100, "/port"]', 0, "true\n", ""),
             ('["range", 81, 100, "/port"]', 1, "false\n", ""),
             ('["range", 1, 100, ["get", "/no"], "/port"]', 0, "true\n", ""),
             ('["get", "/list"]', 0, "[\n\t1,\n\t2\n]\n", ""),
             ('["get", "/none"]', 1, "null\n", ""),
             ('["get", "/off"]', 1, "false\n", ""),
-            ('["length", "list"]', 0, "2\n", ""),
-            ('["path", "list", "1"]', 0, '"/list/1"\n', ""),
-            ('["regex", "^A", "i", ["get", "/name"]]', 0, "true\n", ""),
             ('""', 1, '""\n', ""),
             ("0.0", 1, "0.0\n", ""),
-            ("{}", 0, "{}\n", ""),
             ('["atom", []]', 0, "[]\n", ""),
             ('["assert", ["get", "/off"], "it is off"]', 2, "", said + r"/ \(/\): it is off\n"),
             ('["and", 1, ["frob"]]', 2, "", said + r"/2 \(/\): Unknown [a-z ]*: frob\n"),
-            ('["frob\\u001b[31m\\u007f"]', 2, "", said + r".*: frob\?\[31m\?\n"),
+            ('["frob\\u001b[31m\\u007f\\u009b"]', 2, "", said + r".*: frob\?\[31m\?\?\?\n"),
             ('["get", "/no"]', 2, "", said + r"/ \(/\): 'get' path /no did not resolve.*"),
-            ("[]", 2, "", said + r"/ \(/\): Empty expression\.\n"),
-            ('["not",' * 201 + "1" + "]" * 201, 2, "", said + ".*nested more than 200.*"),
             ('["atom",' + "[" * 200 + "]" * 201, 2, "", said + ".*deep.*"),
         ]:
             self.expect(["eval", expr], config, status, out, error)
@@ -266,18 +358,15 @@ class Evaluation(Case):
 
     def test_bad_expressions_answer_nothing(self):
         for expr, error in [
-            ("", "holds no JSON value"),
-            ("1 2", "holds more than one JSON value"),
+            ("", "holds no value"),
+            ("1 2", "holds more than one value"),
             ('["eq", 1', "ends inside a value"),
-            ("[eq]", "Failed to parse JSON: .*"),
-            ("99999999999999999999", "Failed to parse JSON: [^\n]*overflow"),
+            ("9" * 20, "Failed to parse JSON: [^\n]*overflow"),
         ]:
             self.expect(["eval", expr], "1", 2, "", f"nodetree: expression: {error}\n")
             path = self.file("rule", expr)
-            told = f"nodetree: {re.escape(path)}: {error}\n"
-            self.expect(["eval", "@" + path], "1", 2, "", told)
+            self.expect(["eval", "@" + path], "1", 2, "", told(path, error))
         self.expect(["eval", "@/no/such"], "1", 2, "", "nodetree: /no/such: No such file.*")
-        self.expect(["eval", "@"], "1", 2, "", "nodetree: : No such file.*")
 
     def test_the_worst_status_counts(self):
         expr = '["assert", ["get", "ok"], ["get", "why"]]'
@@ -285,14 +374,10 @@ class Evaluation(Case):
         yes = self.file("yes", '{"ok": true}')
         no = self.file("no", '{"ok": false, "why": "not yet"}')
         other = self.file("other", "[]")
-        told = lambda path, text: f"nodetree: {re.escape(path)}: {text}\n"
         for arguments, text, status, out, error in [
-            (["@" + rule, yes, yes], "", 0, "true\ntrue\n", ""),
             (["@" + rule, yes, no, yes], "", 1, "true\nfalse\ntrue\n", ""),
             (["@" + rule, no, other, yes], "", 2, "false\ntrue\n", told(other, ".*")),
-            (["@" + rule, yes, "/no/such", no], "", 2, "true\nfalse\n", told("/no/such", ".*")),
             ([expr, yes, no, yes], "", 2, "true\ntrue\n", told(no, r"/ \(/\): not yet")),
-            (["@" + rule], '{"ok":1} {"ok":0}', 1, "1\n0\n", ""),
             (["@" + rule], '{"ok":0} {"ok":1} 2', 2, "0\n1\n", told("standard input", ".*")),
             (["@" + rule], "", 1, "", ""),
             (["@-", yes, no], '["get", "/ok"]', 1, "true\nfalse\n", ""),
@@ -307,18 +392,14 @@ class Trees(Case):
         two = self.file("two", '[9] {"a": {"y": [2], "z": null}, "b": {"c": 2}}')
         bad = self.file("bad", "[1")
         missing = one + "s"
-        told = lambda path, text: f"nodetree: {re.escape(path)}: {text}\n"
         both = '{"a":{"x":1,"y":[1,2],"z":null},"b":{"c":2}}\n'
         for files, text, status, out, error in [
             ([one, two], "", 0, both, ""),
-            ([two, one], "", 0, '{"a":{"y":[2,1],"z":null,"x":1},"b":1}\n', ""),
             ([one, two, "-"], '{"a": "last"}', 0, '{"a":"last","b":{"c":2}}\n', ""),
             (["-", one], "null", 0, '{"a":{"x":1,"y":[1]},"b":1}\n', ""),
-            ([one, one], "", 0, '{"a":{"x":1,"y":[1,1]},"b":1}\n', ""),
-            ([one, "-"], "", 2, "", told("standard input", "holds no JSON value")),
+            ([one, "-"], "", 2, "", told("standard input", "holds no value")),
             (["-", "-"], "1", 2, "", told("standard input", "has been read already")),
             ([one, bad, missing, two], "", 2, "", told(bad, ".*") + told(missing, "No such.*")),
-            ([missing, one], "", 2, "", told(missing, "No such.*")),
             ([one, "-"], DEEP, 2, "", "nodetree: .*deep.*"),
         ]:
             self.expect(["merge", "-c", *files], text, status, out, error)
@@ -332,24 +413,21 @@ class Trees(Case):
             ([], 0, whole),
             (["--exclude", "/*/key", "--exclude", "/*/*/key"], 0,
              '{"db":{"host":"h"},"web":[{},{"id":1}],"n":{}}'),
-            (["--include=/db"], 0, '{"db":{"host":"h","key":"k1"}}'),
             (["--include", "/web/1", "--include", "db/host"], 0,
              '{"web":{"1":{"id":1}},"db":{"host":"h"}}'),
-            (["--include", "/db", "--exclude", "/db/key"], 0, '{"db":{"host":"h"}}'),
             (["--include", "/no"], 0, "{}"),
             (["--exclude", "/no"], 0, whole),
-            (["--exclude", "/"], 0, "null"),
-            (["--exclude", "/*/key", "--removed"], 0, "/db/key"),
             (["--include", "/web", "--exclude", "/web/0", "--removed"], 0,
              "/db/host\n/db/key\n/web/0/key"),
             (["--exclude", "/n", "--removed"], 1, ""),
-            (["--removed"], 1, ""),
         ]:
             self.expect(["filter", "-c", *options], text, status, out and out + "\n")
         self.expect(["filter", "--exclude", "a"], '{"a":1,"c":2} {"b":1}', 0,
                     '{\n\t"c": 2\n}\n{\n\t"b": 1\n}\n')
+        # an option behind a file is one even where the environment says otherwise
         name = self.file("name", text)
-        self.expect(["filter", "-c", name, "--include", "n", "-"], "[]", 0, '{"n":{}}\n{}\n')
+        self.expect(["filter", "-c", name, "--include", "n", "-"], "[]", 0,
+                    '{"n":{}}\n{}\n', env={**os.environ, "POSIXLY_CORRECT": "1"})
         self.expect(["filter", "--exclude", "deep", "-c"], DEEP, 0, '{"last":1}\n')
 
     def test_diff(self):
@@ -358,45 +436,17 @@ class Trees(Case):
         same = self.file("same", '{"e":null, "b":{"d":"x","c":[1,2,3]},"a":1}')
         many = self.file("many", "1 2")
         difference = '{"b":{"c":{"1":5,"2":null}},"f":{},"a":null}\n'
-        told = lambda path, text: f"nodetree: {re.escape(path)}: {text}\n"
         for files, text, status, out, error in [
             ([old, same], "", 0, "", ""),
-            ([old, old], "", 0, "", ""),
             ([old, new], "", 1, difference, ""),
             ([old, "-"], "7", 1, "7\n", ""),
-            (["-", many], "1", 2, "", told(many, "holds more than one JSON value")),
+            (["-", many], "1", 2, "", told(many, "holds more than one value")),
             ([many + "y", many + "s"], "", 2, "", told(many + "y", ".*") + told(many + "s", ".*")),
-            (["-", old], "", 2, "", told("standard input", "holds no JSON value")),
             ([old, "-"], "[" * 200 + "]" * 200, 2, "", "nodetree: .*deep.*"),
         ]:
             self.expect(["diff", "-c", *files], text, status, out, error)
-        self.expect(["diff", many + "x", old], "", 2, "", told(many + "x", ".*"))
         self.expect(["diff", self.file("deep", DEEP), "-"], DEEP, 0, "")
         self.expect(["diff", old, "-"], '{"a":1,"b":2}', 1, '{\n\t"b": 2,\n\t"e": null\n}\n')
-        with open("/dev/full", "wb") as full:
-            lost = "nodetree: standard output: .+\n"
-            self.expect(["diff", old, new], "", 2, "", lost, stdout=full)
-
-    def test_usage(self):
-        hint = r"\nTry 'nodetree --help'\.\n"
-        usage = "nodetree: usage: nodetree {} .*"
-        for arguments, error in [
-            (["eval"], usage.format("eval")),
-            (["merge", "-c", "a"], usage.format("merge")),
-            (["diff", "a"], usage.format("diff")),
-            (["diff", "a", "b", "c"], usage.format("diff")),
-            (["filter", "--include"], "nodetree: filter: option '--include' needs an argument"),
-            (["filter", "--removed=x"],
-             "nodetree: filter: option '--removed=x' takes no argument"),
-            (["filter", "-i", "x"], "nodetree: filter: unknown option '-i'"),
-            (["merge", "--include", "x"], "nodetree: merge: unknown option '--include'"),
-            (["eval", "-c", "1"], "nodetree: eval: unknown option '-c'"),
-        ]:
-            self.expect(arguments, "1", 2, "", error + hint)
-        out = run("filter", "--include", "x", "--help")[1]
-        for name in ("eval EXPR", "merge [-c] FILE", "filter [-c] [--include", "diff [-c] FILE"):
-            self.assertIn("  " + name, out)
-            self.assertIn("$ nodetree " + name.split()[0], out)
 
 
 if __name__ == "__main__":

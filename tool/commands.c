@@ -4,6 +4,14 @@ static const struct option filter_options[] = {
     {"include", required_argument, NULL, OPTION_INCLUDE},
     {"exclude", required_argument, NULL, OPTION_EXCLUDE},
     {"removed", no_argument, NULL, OPTION_REMOVED},
+    FROM_OPTION,
+    HELP_OPTION,
+    {NULL, 0, NULL, 0},
+};
+
+static const struct option convert_options[] = {
+    {"to", required_argument, NULL, OPTION_TO},
+    FROM_OPTION,
     HELP_OPTION,
     {NULL, 0, NULL, 0},
 };
@@ -45,6 +53,18 @@ const command commands[] = {
         .example = "format -c config.json",
         .letters = "c",
         .run = run_format,
+    },
+    {
+        .name = "convert",
+        .synopsis = "--to json|msgpack [-c] [FILE...]",
+        .summary =
+            "Prints every value in that encoding: JSON indented, or with -c compact, a\n"
+            "line each; MessagePack with nothing in between.",
+        .example = "convert --to msgpack config.json > config.msgpack",
+        .letters = "c",
+        .named_options = convert_options,
+        .required_option = OPTION_TO,
+        .run = run_convert,
     },
     {
         .name = "eval",

@@ -26,7 +26,7 @@ static void answer_eval(struct job *job, node *value) {
 void run_eval(struct job *job, char **arguments) {
   const char *text = *arguments;
   job->expression =
-      *text == '@' ? input_only(job, text + 1) : input_text(job, "expression", text);
+      *text == '@' ? input_expression(job, text + 1) : input_text(job, "expression", text);
   if (job->expression == NULL)
     return;
   input_answer(job, arguments + 1, answer_eval);

@@ -64,3 +64,15 @@ static void answer_format(struct job *job, node *value) {
 void run_format(struct job *job, char **arguments) {
   input_answer(job, arguments, answer_format);
 }
+
+static void answer_convert(struct job *job, node *value) {
+  bool written = job->to == NODE_STREAM_MSGPACK
+                     ? output_msgpack(job, value)
+                     : output_json(job, "", value, job->option['c']);
+  if (written)
+    job->found = true;
+}
+
+void run_convert(struct job *job, char **arguments) {
+  input_answer(job, arguments, answer_convert);
+}

@@ -1,4 +1,4 @@
-/* nodetree: looks into JSON from the command line. */
+/* nodetree: looks into JSON and MessagePack from the command line. */
 #include "tool.h"
 
 #include <stdio.h>
@@ -7,9 +7,9 @@
 static void print_help(void) {
   fputs(
       "Usage: nodetree COMMAND [OPTION] [ARGUMENT] [FILE...]\n"
-      "Looks into JSON. Each FILE, or standard input where there is none or it is \"-\",\n"
-      "holds any number of values one after another; each is answered as it arrives.\n"
-      "merge and diff take whole files, all of them by name.\n"
+      "Looks into JSON and MessagePack. Each FILE, or standard input where there is none\n"
+      "or it is \"-\", holds any number of values one after another; each is answered as\n"
+      "it arrives. merge and diff take whole files, all of them by name.\n"
       "\n"
       "Commands:\n",
       stdout);
@@ -22,18 +22,27 @@ static void print_help(void) {
     }
     printf("\n      $ nodetree %s\n", row->example);
   }
-  fputs("\n"
-        "  --help       prints this text\n"
-        "  --version    prints the version\n"
-        "  --           ends the options: nodetree get -- -x\n"
-        "\n"
-        "A PATH is the keys from the top down, separated by \"/\"; array elements count "
-        "from 0.\n"
-        "\"/\" alone is the whole value. In a PATTERN \"*\" stands for every child.\n"
-        "\n"
-        "The exit status is 0 when something was found or the answer is yes, 1 when\n"
-        "nothing was or it is no, and 2 when anything went wrong.\n",
-        stdout);
+  fputs(
+      "\n"
+      "  --from json|msgpack\n"
+      "               says what the FILEs are in; for every command\n"
+      "  --help       prints this text\n"
+      "  --version    prints the version\n"
+      "  --           ends the options: nodetree get -- -x\n"
+      "\n"
+      "Without --from, and for the file of an EXPR always, input whose first byte is 80\n"
+      "to df in hex is MessagePack, as it is of any message but a small integer; all\n"
+      "other is JSON. What a tree cannot hold of MessagePack, as\n"
+      "binary data, extensions and members whose key is no string or comes again, is\n"
+      "an error and left out; merge, diff and the file of an EXPR take no such value,\n"
+      "the other commands answer what is left of it.\n"
+      "\n"
+      "A PATH is the keys from the top down, separated by \"/\"; array elements count\n"
+      "from 0. \"/\" alone is the whole value. In a PATTERN \"*\" stands for every child.\n"
+      "\n"
+      "The exit status is 0 when something was found or the answer is yes, 1 when\n"
+      "nothing was or it is no, and 2 when anything went wrong.\n",
+      stdout);
 }
 
 static void print_version(void) {
@@ -55,7 +64,8 @@ static const command *find_command(const char *name) {
 static int run_command(struct job *job, int count, char **arguments) {
   const command *row = job->command;
   bool too_many = row->max_arguments != 0 && count > row->max_arguments;
-  if (count < row->min_arguments || too_many) {
+  bool lacks_option = row->required_option != 0 && !job->option[row->required_option];
+  if (count < row->min_arguments || too_many || lacks_option) {
     complain(job, "usage: nodetree %s %s", row->name, row->synopsis);
     return usage_error();
   }

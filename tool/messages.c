@@ -24,13 +24,17 @@ void messages_open(void) {
 
 void make_printable(char *text) {
   for (; *text != '\0'; text++) {
-    unsigned char c = (unsigned char)*text;
+    unsigned char c = (unsigned char)text[0], next = (unsigned char)text[1];
     if ((c < ' ' && c != '\n') || c == 0x7f)
-      *text = '?';
+      text[0] = '?';
+    if (c == 0xc2 && next >= 0x80 && next <= 0x9f) /* those above, in UTF-8 */
+      text[0] = text[1] = '?';
   }
 }
 
 char *messages_take(void) {
+  if (messages != NULL && ftello(stringstream_file(messages)) == 0)
+    return NULL; /* the usual case, for every value of a stream */
   char *log = messages != NULL ? stringstream_take_data(messages) : NULL;
   stringstream_free(messages);
   listen_anew();

@@ -2,17 +2,22 @@
 
 #include <errno.h>
 #include <nodetree/json.h>
+#include <nodetree/msgpack.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
+static void complain_form(struct job *job) {
+  char *reason = messages_take();
+  complain(job, "%s", reason != NULL ? reason : strerror(ENOMEM));
+  free(reason);
+}
+
 bool output_json(struct job *job, const char *prefix, const node *value, bool compact) {
   char *text = json_stringify(value, compact);
   if (text == NULL) {
-    char *reason = messages_take();
-    complain(job, "%s", reason != NULL ? reason : strerror(ENOMEM));
-    free(reason);
+    complain_form(job);
     return false;
   }
   size_t length = strlen(text);
@@ -22,6 +27,18 @@ bool output_json(struct job *job, const char *prefix, const node *value, bool co
   if (!has_newline)
     putchar('\n');
   free(text);
+  return true;
+}
+
+bool output_msgpack(struct job *job, const node *value) {
+  char *message;
+  size_t size;
+  if (!msgpack_encode(value, &message, &size)) {
+    complain_form(job);
+    return false;
+  }
+  fwrite(message, 1, size, stdout);
+  free(message);
   return true;
 }
 

@@ -6,6 +6,7 @@
 #include <limits.h>
 #include <nodetree/export.h>
 #include <nodetree/node.h>
+#include <nodetree/node_stream.h>
 #include <stdbool.h>
 
 struct job;
@@ -17,9 +18,10 @@ typedef struct command {
   const char *summary;                /* lines separated by "\n" */
   const char *example;                /* what stands behind the program's name */
   const char *letters;                /* the short options it knows */
-  const struct option *named_options; /* and the long ones; NULL for --help alone */
+  const struct option *named_options; /* and the long ones; NULL for the common */
   int min_arguments;                  /* what has to be there besides options */
   int max_arguments;                  /* 0: any number */
+  int required_option;                /* 0: none */
 
   /* Does it all. The arguments end with NULL. */
   void (*run)(struct job *job, char **arguments);
@@ -33,9 +35,14 @@ enum {
   OPTION_INCLUDE,
   OPTION_EXCLUDE,
   OPTION_REMOVED,
+  OPTION_FROM,
+  OPTION_TO,
   OPTION_END
 };
 
+/* What every command knows. */
+#define FROM_OPTION                                                                        \
+  { "from", required_argument, NULL, OPTION_FROM }
 #define HELP_OPTION                                                                        \
   { "help", no_argument, NULL, OPTION_HELP }
 
@@ -44,10 +51,12 @@ struct job {
   const command *command;
   bool option[OPTION_END];
   char **values[OPTION_END]; /* what was given with an option, all times: string lists */
-  const char *operand;       /* the PATH or PATTERN, for functions that answer values */
-  node *expression;          /* the EXPR */
-  const char *input;         /* the name of what is being read, NULL before and after */
-  bool input_taken;          /* standard input has been read */
+  node_stream_format from;   /* NODE_STREAM_AUTO: what the files begin with decides */
+  node_stream_format to;
+  const char *operand; /* the PATH or PATTERN, for functions that answer values */
+  node *expression;    /* the EXPR */
+  const char *input;   /* the name of what is being read, NULL before and after */
+  bool input_taken;    /* standard input has been read */
   bool found;
   bool denied; /* some answer was no, whatever else was found */
   bool failed;
@@ -62,6 +71,7 @@ void run_get(struct job *job, char **arguments);
 void run_glob(struct job *job, char **arguments);
 void run_flat(struct job *job, char **arguments);
 void run_format(struct job *job, char **arguments);
+void run_convert(struct job *job, char **arguments);
 void run_eval(struct job *job, char **arguments);
 void run_merge(struct job *job, char **arguments);
 void run_filter(struct job *job, char **arguments);
@@ -76,7 +86,10 @@ bool options_parse(struct job *job, int argc, char **argv);
 
 void options_free(struct job *job);
 
-/* ---- input.c: a name is a file's, or "-" for standard input ---- */
+/* ---- input.c: a name is a file's, or "-" for standard input ----
+
+   Input that begins with any MessagePack value but an integer of one byte is MessagePack, as
+   no JSON text begins so; all else is JSON, unless the job says from what to read. */
 
 /* Answers one top-level value, which it may change but not keep. */
 typedef void (*answer_function)(struct job *job, node *value);
@@ -85,18 +98,24 @@ typedef void (*answer_function)(struct job *job, node *value);
    value answered as soon as it is complete. */
 void input_answer(struct job *job, char **names, answer_function answer);
 
-/* The last value of a file, or its only one; NULL, with a report, where it cannot be had.
- */
+/* The last value of a file, or its only one; NULL, with a report, where it cannot be had
+   whole. */
 node *input_last(struct job *job, const char *name);
 node *input_only(struct job *job, const char *name);
 
-/* The only value of a text, which reports call by the name. */
+/* The same for the expression, whatever encoding the job's files are said to be in. */
+node *input_expression(struct job *job, const char *name);
+
+/* The only value of a JSON text, which reports call by the name. */
 node *input_text(struct job *job, const char *name, const char *text);
 
 /* ---- output.c ---- */
 
 /* Writes the value as JSON and ends the line; whether it has a JSON form. */
 bool output_json(struct job *job, const char *prefix, const node *value, bool compact);
+
+/* Writes the value as a MessagePack message; whether it has that form. */
+bool output_msgpack(struct job *job, const node *value);
 
 /* Whether output_json() would need one line only, as for all that has no children. */
 bool output_is_short(const node *value);
