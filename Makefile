@@ -6,20 +6,25 @@ MAKEFLAGS += --no-print-directory
 PREFIX ?= /usr/local
 # JSON files for `make bench`; without any it makes its own input.
 FILES ?=
+# How long `make fuzz` runs each target.
+FUZZ_SECONDS ?= 60
 
 BUILD_PACKAGES = g++ cmake make pkg-config libyajl-dev libpcre2-dev
 TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev locales python3 binutils
 LINT_PACKAGES = $(TEST_PACKAGES) clang-format clang-tidy
-BENCH_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev libjansson-dev libjson-c-dev libcjson-dev
+BENCH_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev libjansson-dev libjson-c-dev \
+  libcjson-dev libmsgpack-dev
+FUZZ_PACKAGES = $(BUILD_PACKAGES) clang libclang-rt-14-dev
 
 INSTALL_PACKAGES = @cmake/install-packages.sh
 SOURCES = $(shell find . -name build -prune -o -name '.?*' -prune -o -type f \
   \( -name '*.c' -o -name '*.h' -o -name '*.cpp' -o -name '*.hpp' \) -print | sort)
 # Translation units that the release build compiles, which is where clang-tidy takes their
 # options from; headers are checked through them.
-TIDY_SOURCES = $(filter-out ./bench/% ./tests/consumer/%,$(filter %.c %.cpp,$(SOURCES)))
+TIDY_SOURCES = $(filter-out ./bench/% ./tests/consumer/% ./tests/fuzz/%,\
+  $(filter %.c %.cpp,$(SOURCES)))
 
-.PHONY: all build demo test valgrind lint format bench coverage install clean help
+.PHONY: all build demo test valgrind lint format bench fuzz coverage install clean help
 
 all: build
 
@@ -66,6 +71,12 @@ bench:
 	build/bench/bench/nodetree_bench $(FILES)
 	build/bench/bench/nodetree_bench_trees
 
+fuzz:
+	$(INSTALL_PACKAGES) $(FUZZ_PACKAGES)
+	cmake --preset fuzz
+	cmake --build build/fuzz -j $(JOBS)
+	tests/fuzz/run.sh build/fuzz $(FUZZ_SECONDS)
+
 coverage:
 	$(INSTALL_PACKAGES) $(TEST_PACKAGES) gcovr
 	cmake --preset coverage
@@ -87,6 +98,7 @@ help:
 	@echo 'make valgrind   the test programs under valgrind'
 	@echo 'make lint       formatting, folder order and clang-tidy; make format repairs the first'
 	@echo 'make bench      benchmarks; FILES="a.json b.json" adds inputs'
+	@echo 'make fuzz       fuzz targets, FUZZ_SECONDS=$(FUZZ_SECONDS) each; findings in build/fuzz/findings'
 	@echo 'make coverage   line coverage of the library'
 	@echo 'make install    install into PREFIX ($(PREFIX))'
 	@echo 'make clean      remove build/'

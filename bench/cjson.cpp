@@ -53,8 +53,8 @@ bool equal(void *a, void *b) {
 } // namespace
 
 const contender &cjson_contender() {
-  static constexpr contender self{"cJSON",   all_rows, parse, release,
-                                  stringify, lookup,   copy,  equal};
+  static constexpr contender self{"cJSON",   json_rows, parse, release,
+                                  stringify, lookup,    copy,  equal};
   return self;
 }
 

@@ -10,13 +10,18 @@
 namespace bench {
 
 // The rows of the result table.
-enum class row { parse, release, stringify, lookup, copy, equality };
+enum class row { parse, release, stringify, lookup, copy, equality, decode, encode };
 
 inline constexpr std::array all_rows{row::parse,  row::release, row::stringify,
-                                     row::lookup, row::copy,    row::equality};
+                                     row::lookup, row::copy,    row::equality,
+                                     row::decode, row::encode};
+
+// What a JSON library takes part in.
+inline constexpr std::span json_rows{all_rows.data(), 6};
 
 constexpr const char *to_string(row r) {
-  constexpr std::array names{"parse", "release", "stringify", "lookup", "copy", "equality"};
+  constexpr std::array names{"parse", "release",  "stringify", "lookup",
+                             "copy",  "equality", "decode",    "encode"};
   return names[static_cast<std::size_t>(r)];
 }
 
@@ -31,6 +36,10 @@ struct contender {
   void *(*copy)(void *tree);
   bool (*equal)(void *a, void *b);
 
+  // Whether `text` is a MessagePack message in all this: "parse" and "stringify" are decode
+  // and encode then.
+  bool packed = false;
+
   bool takes_part_in(row r) const {
     for (row own : rows) {
       if (own == r)
@@ -44,6 +53,11 @@ const contender &nodetree_contender();
 const contender &jansson_contender();
 const contender &jsonc_contender();
 const contender &cjson_contender();
+
+// MessagePack.
+const contender &nodetree_msgpack_contender();
+const contender &msgpackc_contender();
+const contender &floor_msgpack_contender();
 
 // The least that any tree built on yajl has to do; see floor.cpp.
 const contender &floor_contender();

@@ -2,10 +2,13 @@
 #include "floor.hpp"
 #include "generate.hpp"
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <nodetree/json.h>
+#include <nodetree/msgpack.h>
 #include <stdexcept>
 #include <string_view>
 
@@ -19,6 +22,18 @@ std::string read_file(const std::string &path) {
   if (!stream)
     throw std::runtime_error("cannot read " + path);
   return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+std::string pack(const std::string &text) {
+  node *tree = json_parse_buffer(text.data(), text.size());
+  char *message = nullptr;
+  std::size_t size = 0;
+  if (tree != nullptr)
+    msgpack_encode(tree, &message, &size);
+  std::string result(message, size);
+  std::free(message);
+  node_free(tree);
+  return result;
 }
 
 // Whether the name means itself in every library's paths: "/" separates, JSON pointers
@@ -61,6 +76,7 @@ document load_document(const std::string &path) {
   document result{generated ? "generated configuration"
                             : std::filesystem::path(path).filename().string(),
                   generated ? generate_configuration() : read_file(path),
+                  {},
                   generated,
                   0,
                   {}};
@@ -71,6 +87,7 @@ document load_document(const std::string &path) {
     throw std::runtime_error(path + " is not JSON");
   leaf_collector collector;
   collector.visit(tree.get());
+  result.packed = pack(result.text);
   result.values = collector.values;
   for (std::size_t i = 0; i < lookup_count && !collector.leaves.empty(); ++i)
     result.paths.push_back(collector.leaves[i * collector.leaves.size() / lookup_count]);

@@ -10,6 +10,7 @@ namespace bench {
 struct document {
   std::string name;
   std::string text;
+  std::string packed; // the same as a MessagePack message
   bool generated;
   std::size_t values;
   std::vector<std::string> paths; // evenly sampled leaves, as texts "/member/0/..."

@@ -3,6 +3,7 @@
 #include "floor.hpp"
 #include "contender.hpp"
 #include "events.hpp"
+#include "packed.hpp"
 
 #include <cstdlib>
 #include <cstring>
@@ -108,6 +109,50 @@ constexpr yajl_callbacks build_tree{
     open_object, keep_name,   close,       open_array, close,
 };
 
+const unsigned char *unsigned_chars(std::string_view text) {
+  return static_cast<const unsigned char *>(static_cast<const void *>(text.data()));
+}
+
+void build_next(builder *build, packed_reader &in) {
+  const packed_value value = in.next();
+  switch (value.kind) {
+  case floor_kind::null:
+    add_null(build);
+    break;
+  case floor_kind::boolean:
+    add_boolean(build, value.boolean);
+    break;
+  case floor_kind::integer:
+    add_integer(build, value.integer);
+    break;
+  case floor_kind::real:
+    add_real(build, value.real);
+    break;
+  case floor_kind::string:
+    add_string(build, unsigned_chars(in.take(value.count)), value.count);
+    break;
+  case floor_kind::array:
+  case floor_kind::object:
+    open(build, value.kind);
+    for (std::uint64_t i = 0; i < value.count; ++i) {
+      if (value.kind == floor_kind::object) {
+        const std::string_view name = in.take(in.next().count);
+        keep_name(build, unsigned_chars(name), name.size());
+      }
+      build_next(build, in);
+    }
+    close(build);
+    break;
+  }
+}
+
+void *decode(std::string_view message) {
+  builder build{};
+  packed_reader in(message);
+  build_next(&build, in);
+  return build.root;
+}
+
 floor_value *duplicate(const floor_value *value) {
   floor_value *result = allocate(value->kind);
   if (value->name != nullptr)
@@ -194,6 +239,13 @@ const contender &floor_contender() {
   static constexpr std::array rows{row::parse, row::release, row::copy, row::equality};
   static constexpr contender self{"floor", rows,    parse, release,
                                   nullptr, nullptr, copy,  equal};
+  return self;
+}
+
+const contender &floor_msgpack_contender() {
+  static constexpr std::array rows{row::decode};
+  static constexpr contender self{"floor", rows,    decode,  release, nullptr,
+                                  nullptr, nullptr, nullptr, true};
   return self;
 }
 

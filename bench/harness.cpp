@@ -1,16 +1,27 @@
 #include "harness.hpp"
 
+#include <benchmark/benchmark.h>
 #include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
 #include <malloc.h>
-#include <time.h>
+#include <utility>
+#include <vector>
 
 namespace bench {
+namespace {
 
+// Memory stays in the heap once it has been got. Otherwise a large share of every time
+// would be the kernel's, for handing out and clearing pages, and would differ with what ran
+// before.
 void keep_heap() {
   mallopt(M_MMAP_MAX, 0);
   mallopt(M_TRIM_THRESHOLD, INT_MAX);
 }
 
+// The program's arguments behind defaults for Google Benchmark: all measurements in turns,
+// many times over. Of two options the later one counts.
 std::vector<char *> with_defaults(int argc, char **argv) {
   static char repetitions[] = "--benchmark_repetitions=15";
   static char interleaving[] = "--benchmark_enable_random_interleaving=true";
@@ -20,10 +31,33 @@ std::vector<char *> with_defaults(int argc, char **argv) {
   return result;
 }
 
-std::chrono::nanoseconds now() {
-  timespec time{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-  return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+} // namespace
+
+int run_program(int argc, char **argv, bool (*body)(std::span<char *const> arguments)) {
+  keep_heap();
+  std::vector<char *> arguments = with_defaults(argc, argv);
+  int count = static_cast<int>(arguments.size());
+  benchmark::Initialize(&count, arguments.data());
+  try {
+    bool succeeded = body({arguments.data() + 1, static_cast<std::size_t>(count - 1)});
+    return succeeded ? EXIT_SUCCESS : EXIT_FAILURE;
+  } catch (const std::exception &e) {
+    std::fprintf(stderr, "%s\n", e.what());
+    return EXIT_FAILURE;
+  }
+}
+
+void add_benchmark(const std::string &name,
+                   std::function<std::chrono::duration<double>()> measure) {
+  auto time = [measure = std::move(measure)](benchmark::State &state) {
+    try {
+      for (auto _ : state)
+        state.SetIterationTime(measure().count());
+    } catch (const std::exception &e) {
+      state.SkipWithError(e.what());
+    }
+  };
+  benchmark::RegisterBenchmark(name.c_str(), time)->UseManualTime();
 }
 
 } // namespace bench

@@ -2,20 +2,18 @@
 #pragma once
 
 #include <chrono>
-#include <vector>
+#include <functional>
+#include <span>
+#include <string>
 
 namespace bench {
 
-// Memory stays in the heap once it has been got. Otherwise a large share of every time
-// would be the kernel's, for handing out and clearing pages, and would differ with what ran
-// before.
-void keep_heap();
+// The main function of a benchmark program. `body` gets the arguments that are not options
+// and tells whether all measurements succeeded; what it throws ends the program.
+int run_program(int argc, char **argv, bool (*body)(std::span<char *const> arguments));
 
-// The program's arguments behind defaults for Google Benchmark: all measurements in turns,
-// many times over. Of two options the later one counts.
-std::vector<char *> with_defaults(int argc, char **argv);
-
-// The thread's own time: what the machine does besides does not count.
-std::chrono::nanoseconds now();
+// Registers a measurement, which returns the time it took and may throw.
+void add_benchmark(const std::string &name,
+                   std::function<std::chrono::duration<double>()> measure);
 
 } // namespace bench

@@ -48,8 +48,8 @@ bool equal(void *a, void *b) {
 } // namespace
 
 const contender &jansson_contender() {
-  static constexpr contender self{"jansson", all_rows, parse, release,
-                                  stringify, lookup,   copy,  equal};
+  static constexpr contender self{"jansson", json_rows, parse, release,
+                                  stringify, lookup,    copy,  equal};
   return self;
 }
 

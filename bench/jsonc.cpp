@@ -47,8 +47,8 @@ bool equal(void *a, void *b) {
 } // namespace
 
 const contender &jsonc_contender() {
-  static constexpr contender self{"json-c",  all_rows, parse, release,
-                                  stringify, lookup,   copy,  equal};
+  static constexpr contender self{"json-c",  json_rows, parse, release,
+                                  stringify, lookup,    copy,  equal};
   return self;
 }
 

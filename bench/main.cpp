@@ -8,9 +8,9 @@
 #include <algorithm>
 #include <benchmark/benchmark.h>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <list>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -22,25 +22,10 @@ std::size_t batch_size(const bench::document &input) {
   return std::max<std::size_t>(1, bytes / std::max<std::size_t>(1, input.text.size()));
 }
 
-void time_row(benchmark::State &state, const bench::subject &subject, bench::row operation,
-              std::size_t batch) {
-  try {
-    for (auto _ : state)
-      state.SetIterationTime(subject.run(operation, batch).count());
-  } catch (const std::exception &e) {
-    state.SkipWithError(e.what());
-  }
-}
-
 void register_rows(const bench::subject &subject, std::size_t batch) {
-  for (bench::row operation : subject.library().rows) {
-    benchmark::RegisterBenchmark(
-        bench::benchmark_name(operation, subject.library()).c_str(),
-        [&subject, operation, batch](benchmark::State &state) {
-          time_row(state, subject, operation, batch);
-        })
-        ->UseManualTime();
-  }
+  for (bench::row operation : subject.library().rows)
+    bench::add_benchmark(bench::benchmark_name(operation, subject.library()),
+                         [=, &subject] { return subject.run(operation, batch); });
 }
 
 bool measure(const bench::document &input, bench::collector &results) {
@@ -59,28 +44,22 @@ bool measure(const bench::document &input, bench::collector &results) {
   return complete && !results.failed();
 }
 
+bool compare(std::span<char *const> files) {
+  std::vector<std::string> paths{bench::generated_name};
+  paths.insert(paths.end(), files.begin(), files.end());
+  bool succeeded = true;
+  for (const std::string &path : paths) {
+    bench::document input = bench::load_document(path);
+    bench::collector results;
+    succeeded = measure(input, results) && succeeded;
+    print_table(stdout, input, results);
+    std::fflush(stdout);
+  }
+  return succeeded;
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
-  bench::keep_heap();
-  std::vector<char *> arguments = bench::with_defaults(argc, argv);
-  int count = static_cast<int>(arguments.size());
-  benchmark::Initialize(&count, arguments.data());
-
-  std::vector<std::string> paths{bench::generated_name};
-  paths.insert(paths.end(), arguments.begin() + 1, arguments.begin() + count);
-  try {
-    bool succeeded = true;
-    for (const std::string &path : paths) {
-      bench::document input = bench::load_document(path);
-      bench::collector results;
-      succeeded = measure(input, results) && succeeded;
-      print_table(stdout, input, results);
-      std::fflush(stdout);
-    }
-    return succeeded ? EXIT_SUCCESS : EXIT_FAILURE;
-  } catch (const std::exception &e) {
-    std::fprintf(stderr, "%s\n", e.what());
-    return EXIT_FAILURE;
-  }
+  return bench::run_program(argc, argv, compare);
 }

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <nodetree/json.h>
+#include <nodetree/msgpack.h>
 #include <nodetree/node.h>
 
 namespace bench {
@@ -27,6 +28,19 @@ std::size_t stringify(void *tree) {
   return length;
 }
 
+void *decode(std::string_view message) {
+  std::size_t size = message.size();
+  return msgpack_decode(message.data(), &size);
+}
+
+std::size_t encode(void *tree) {
+  char *message = nullptr;
+  std::size_t size = 0;
+  msgpack_encode(tree_of(tree), &message, &size);
+  std::free(message);
+  return size;
+}
+
 bool lookup(void *tree, const char *path) {
   return node_lookup(tree_of(tree), path) != nullptr;
 }
@@ -42,8 +56,15 @@ bool equal(void *a, void *b) {
 } // namespace
 
 const contender &nodetree_contender() {
-  static constexpr contender self{"nodetree", all_rows, parse, release,
-                                  stringify,  lookup,   copy,  equal};
+  static constexpr contender self{"nodetree", json_rows, parse, release,
+                                  stringify,  lookup,    copy,  equal};
+  return self;
+}
+
+const contender &nodetree_msgpack_contender() {
+  static constexpr std::array rows{row::decode, row::encode};
+  static constexpr contender self{"nodetree", rows,    decode,  release, encode,
+                                  nullptr,    nullptr, nullptr, true};
   return self;
 }
 

@@ -41,12 +41,14 @@ std::size_t to_count(std::string_view text) {
 
 int main(int argc, char **argv) {
   if (argc != 4 && argc != 5) {
-    std::fprintf(stderr,
-                 "usage: %s OPERATION LIBRARY FILE [COUNT]\n"
-                 "  OPERATION  parse, release, stringify, lookup, copy or equality\n"
-                 "  LIBRARY    nodetree, jansson, json-c, cJSON, floor or events\n"
-                 "  FILE       a JSON file, \"-\" for the generated configuration\n",
-                 argv[0]);
+    std::fprintf(
+        stderr,
+        "usage: %s OPERATION LIBRARY FILE [COUNT]\n"
+        "  OPERATION  parse, release, stringify, lookup, copy, equality,\n"
+        "             decode or encode\n"
+        "  LIBRARY    nodetree, jansson, json-c, cJSON, msgpack-c, floor or events\n"
+        "  FILE       a JSON file, \"-\" for the generated configuration\n",
+        argv[0]);
     return EXIT_FAILURE;
   }
   try {

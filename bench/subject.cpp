@@ -1,5 +1,5 @@
 #include "subject.hpp"
-#include "harness.hpp"
+#include "clock.hpp"
 
 #include <span>
 #include <stdexcept>
@@ -12,6 +12,7 @@ namespace {
 struct inputs {
   const contender &library;
   const document &input;
+  const std::string &text;
   void *first;
   void *second;
 };
@@ -32,7 +33,8 @@ std::size_t lookup_all(const inputs &in) {
   for (void *&tree : trees) {
     switch (operation) {
     case row::parse:
-      tree = in.library.parse(in.input.text);
+    case row::decode:
+      tree = in.library.parse(in.text);
       succeeded += tree != nullptr;
       break;
     case row::release:
@@ -40,6 +42,7 @@ std::size_t lookup_all(const inputs &in) {
       ++succeeded;
       break;
     case row::stringify:
+    case row::encode:
       succeeded += in.library.stringify(in.first) != 0;
       break;
     case row::lookup:
@@ -60,10 +63,11 @@ std::size_t lookup_all(const inputs &in) {
 } // namespace
 
 subject::subject(const contender &library, const document &input)
-    : library_(library), input_(input), first_(parse()), second_(parse()) {}
+    : library_(library), input_(input), text_(library.packed ? input.packed : input.text),
+      first_(parse()), second_(parse()) {}
 
 subject::tree subject::parse() const {
-  tree result(library_.parse(input_.text), library_.release);
+  tree result(library_.parse(text_), library_.release);
   if (!result)
     throw std::runtime_error(std::string(library_.name) + " does not parse " + input_.name);
   return result;
@@ -78,10 +82,10 @@ std::chrono::duration<double> subject::run(row operation, std::size_t count) con
 
   std::chrono::nanoseconds start = now();
   std::size_t succeeded =
-      measured(operation, {library_, input_, first_.get(), second_.get()}, trees);
+      measured(operation, {library_, input_, text_, first_.get(), second_.get()}, trees);
   std::chrono::nanoseconds elapsed = now() - start;
 
-  if (operation == row::parse || operation == row::copy) {
+  if (operation == row::parse || operation == row::decode || operation == row::copy) {
     for (void *made : trees)
       tree(made, library_.release).reset();
   }

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstddef>
 #include <memory>
+#include <string>
 
 namespace bench {
 
@@ -29,6 +30,7 @@ private:
 
   const contender &library_;
   const document &input_;
+  const std::string &text_; // of the document in the library's encoding
   tree first_;
   tree second_; // equal to the first one
 };

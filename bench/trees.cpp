@@ -1,6 +1,7 @@
 // Measures the work on whole trees, each piece against what one would write without it:
 // evaluation, merge, filter and difference on two configurations of about 1 MB that differ
 // in one leaf. As in the other program only the ratios count, of medians taken in turns.
+#include "clock.hpp"
 #include "collector.hpp"
 #include "generate.hpp"
 #include "harness.hpp"
@@ -11,12 +12,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <exception>
 #include <memory>
 #include <nodetree/expr.h>
 #include <nodetree/json.h>
 #include <nodetree/node.h>
 #include <nodetree/stringlist.h>
+#include <span>
 #include <stdexcept>
 #include <string>
 
@@ -247,15 +248,6 @@ constexpr comparison comparisons[] = {
     {"filter", "copy", "five patterns included, five excluded; node_clone()"},
 };
 
-void time_row(benchmark::State &state, const measurement &row, const inputs &in) {
-  try {
-    for (auto _ : state)
-      state.SetIterationTime(row.run(in).count());
-  } catch (const std::exception &e) {
-    state.SkipWithError(e.what());
-  }
-}
-
 void print_table(const bench::collector &measured, std::size_t bytes) {
   std::printf("\nwhole trees, %zu bytes\n", bytes);
   for (const comparison &row : comparisons) {
@@ -266,25 +258,18 @@ void print_table(const bench::collector &measured, std::size_t bytes) {
   }
 }
 
+bool compare(std::span<char *const>) {
+  inputs in;
+  for (const measurement &row : measurements)
+    bench::add_benchmark(row.name, [&] { return row.run(in); });
+  bench::collector results;
+  benchmark::RunSpecifiedBenchmarks(&results);
+  print_table(results, in.text.size());
+  return !results.failed();
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
-  bench::keep_heap();
-  std::vector<char *> arguments = bench::with_defaults(argc, argv);
-  int count = static_cast<int>(arguments.size());
-  benchmark::Initialize(&count, arguments.data());
-  try {
-    inputs in;
-    for (const measurement &row : measurements)
-      benchmark::RegisterBenchmark(row.name, [&](benchmark::State &state) {
-        time_row(state, row, in);
-      })->UseManualTime();
-    bench::collector results;
-    benchmark::RunSpecifiedBenchmarks(&results);
-    print_table(results, in.text.size());
-    return results.failed() ? EXIT_FAILURE : EXIT_SUCCESS;
-  } catch (const std::exception &e) {
-    std::fprintf(stderr, "%s\n", e.what());
-    return EXIT_FAILURE;
-  }
+  return bench::run_program(argc, argv, compare);
 }

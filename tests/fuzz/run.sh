@@ -1,0 +1,34 @@
+#!/bin/sh
+# usage: run.sh BUILD_DIR SECONDS
+# Runs each fuzz target for so many seconds, and fails at the first finding, whose input is
+# left in BUILD_DIR/findings. A line of TARGET.seeds is an input in the escapes of printf;
+# what the runs discover goes to BUILD_DIR/corpus and is where the next run goes on.
+set -eu
+
+build=$1
+seconds=$2
+here=$(cd "$(dirname "$0")" && pwd)
+
+for target in json msgpack node_stream; do
+  seeds=$build/seeds/$target
+  corpus=$build/corpus/$target
+  mkdir -p "$seeds" "$corpus" "$build/findings"
+  number=0
+  while IFS= read -r line; do
+    number=$((number + 1))
+    # The shell's own printf need not know hexadecimal escapes.
+    env printf '%b' "$line" >"$seeds/$number"
+  done <"$here/$target.seeds"
+
+  for encoding in json msgpack; do
+    case $target in
+    "$encoding" | node_stream) cat "$here/$encoding.dict" ;;
+    esac
+  done >"$build/$target.dict"
+
+  echo "fuzzing $target for $seconds s"
+  "$build/tests/fuzz/fuzz_$target" -max_total_time="$seconds" -max_len=2048 -timeout=10 \
+    -rss_limit_mb=1024 -malloc_limit_mb=256 -print_final_stats=1 -verbosity=0 \
+    -dict="$build/$target.dict" -artifact_prefix="$build/findings/$target-" \
+    "$corpus" "$seeds"
+done
