@@ -10,8 +10,10 @@ FILES ?=
 FUZZ_SECONDS ?= 60
 
 BUILD_PACKAGES = g++ cmake make pkg-config libyajl-dev libpcre2-dev
-TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev locales python3 binutils
-LINT_PACKAGES = $(TEST_PACKAGES) clang-format clang-tidy
+TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev locales python3 binutils mandoc bash
+ABI_PACKAGES = $(BUILD_PACKAGES) abigail-tools
+LINT_PACKAGES = $(TEST_PACKAGES) $(ABI_PACKAGES) clang-format clang-tidy
+PACKAGE_PACKAGES = $(BUILD_PACKAGES) dpkg-dev file gzip
 BENCH_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev libjansson-dev libjson-c-dev \
   libcjson-dev libmsgpack-dev
 FUZZ_PACKAGES = $(BUILD_PACKAGES) clang libclang-rt-14-dev
@@ -24,7 +26,8 @@ SOURCES = $(shell find . -name build -prune -o -name '.?*' -prune -o -type f \
 TIDY_SOURCES = $(filter-out ./bench/% ./tests/consumer/% ./tests/fuzz/%,\
   $(filter %.c %.cpp,$(SOURCES)))
 
-.PHONY: all build demo test valgrind lint format bench fuzz coverage install clean help
+.PHONY: all build demo test valgrind lint format bench fuzz coverage install uninstall package \
+  abi abi-update clean help
 
 all: build
 
@@ -56,6 +59,7 @@ lint:
 	$(INSTALL_PACKAGES) $(LINT_PACKAGES)
 	clang-format --dry-run -Werror $(SOURCES)
 	python3 cmake/check_layers.py
+	$(MAKE) abi
 	cmake --preset release -DNODETREE_TESTS=ON
 	printf '%s\n' $(TIDY_SOURCES) | xargs -n 1 -P $(JOBS) \
 	  clang-tidy -p build/release --quiet --extra-arg=-Wno-unknown-warning-option
@@ -85,8 +89,31 @@ coverage:
 	ctest --preset coverage -j $(JOBS)
 	gcovr --root . --exclude tests --exclude examples --exclude tool build/coverage
 
+# The binary interface against the description that is kept of it; abi-update renews that.
+abi abi-update:
+	$(INSTALL_PACKAGES) $(ABI_PACKAGES)
+	cmake --preset abi
+	cmake --build build/abi -j $(JOBS) --target nodetree
+	cmake/abi/$@.sh build/abi/libnodetree.so
+
+# Honours DESTDIR. The list of what was installed is kept where no test overwrites it.
 install: build
-	cmake --install build/release --prefix $(PREFIX)
+	DESTDIR="$(DESTDIR)" cmake --install build/release --prefix "$(PREFIX)"
+	mv build/release/install_manifest.txt build/installed.txt
+	if [ -z "$(DESTDIR)" ] && [ "$$(id -u)" -eq 0 ]; then ldconfig; fi
+
+uninstall:
+	sed 's|^|$(DESTDIR)|' build/installed.txt | xargs -d '\n' rm -f
+	sed -n 's|/[^/]*$$||; \|/nodetree|s|^|$(DESTDIR)|p' build/installed.txt | sort -ru | \
+	  xargs -d '\n' -r rmdir --ignore-fail-on-non-empty
+	rm build/installed.txt
+	if [ -z "$(DESTDIR)" ] && [ "$$(id -u)" -eq 0 ]; then ldconfig; fi
+
+package:
+	$(INSTALL_PACKAGES) $(PACKAGE_PACKAGES)
+	cmake --preset package
+	cmake --build build/package -j $(JOBS)
+	cd build/package && rm -rf packages && cpack
 
 clean:
 	rm -rf build
@@ -100,5 +127,7 @@ help:
 	@echo 'make bench      benchmarks; FILES="a.json b.json" adds inputs'
 	@echo 'make fuzz       fuzz targets, FUZZ_SECONDS=$(FUZZ_SECONDS) each; findings in build/fuzz/findings'
 	@echo 'make coverage   line coverage of the library'
-	@echo 'make install    install into PREFIX ($(PREFIX))'
+	@echo 'make install    install into PREFIX ($(PREFIX)), below DESTDIR if given; make uninstall'
+	@echo 'make package    Debian packages in build/package/packages'
+	@echo 'make abi        what has changed in the binary interface; make abi-update accepts it'
 	@echo 'make clean      remove build/'

@@ -1,38 +1,64 @@
 #!/bin/sh
 # usage: check_consumer.sh BUILD_DIR CONSUMER_DIR
-# Installs the build into a fresh prefix, moves that, and builds and runs a C and a C++
-# program against it, found through pkg-config and through CMake.
+# Installs the build below a DESTDIR, moves the result, and builds and runs a C and a C++
+# program against it: found through pkg-config and through CMake, linked to the shared
+# library and to the static one.
 set -eu
 build=$1
 consumer=$2
 cmake=${CMAKE:-cmake}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+prefix=$work/prefix
 
-"$cmake" --install "$build" --prefix "$work/first" >/dev/null
-mv "$work/first" "$work/prefix"
+DESTDIR=$work/root "$cmake" --install "$build" --prefix /opt/first >/dev/null
+mv "$work/root/opt/first" "$prefix"
 
-pc=$(find "$work/prefix" -name nodetree.pc)
-PKG_CONFIG_PATH=$(dirname "$pc")
+fail() { echo "$*" >&2; exit 1; }
+
+run() {
+  for program in "$@"; do
+    output=$("$program") || fail "$program failed"
+    [ "$output" = '{"port":8080}' ] || fail "$program printed: $output"
+  done
+}
+
+build_by_pkg_config() { # name, flags
+  flags="-Wall -Wextra -Werror $2"
+  # shellcheck disable=SC2086 # one word a flag
+  ${CC:-cc} -std=c11 "$consumer/main.c" -o "$work/$1_c" $flags
+  # shellcheck disable=SC2086
+  ${CXX:-c++} -std=c++17 "$consumer/main.cpp" -o "$work/$1_cpp" $flags
+  # shellcheck disable=SC2086
+  ${CXX:-c++} -std=c++17 -fno-exceptions -fno-rtti "$consumer/main_hpp.cpp" \
+    -o "$work/$1_hpp" $flags
+}
+
+PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name nodetree.pc)")
 export PKG_CONFIG_PATH
 libdir=$(cd "$(pkg-config --variable=libdir nodetree)" && pwd)
-flags="-Wall -Wextra -Werror $(pkg-config --cflags --libs nodetree) -Wl,-rpath,$libdir"
-# shellcheck disable=SC2086 # one word a flag
-${CC:-cc} -std=c11 "$consumer/main.c" -o "$work/pc_c" $flags
-# shellcheck disable=SC2086
-${CXX:-c++} -std=c++17 "$consumer/main.cpp" -o "$work/pc_cpp" $flags
+build_by_pkg_config shared "$(pkg-config --cflags --libs nodetree) -Wl,-rpath,$libdir"
 
-"$cmake" -S "$consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$work/prefix" \
+"$cmake" -S "$consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" \
   -DCMAKE_C_COMPILER="${CC:-cc}" -DCMAKE_CXX_COMPILER="${CXX:-c++}" >/dev/null
 "$cmake" --build "$work/cmake" >/dev/null
 
-for program in "$work/pc_c" "$work/pc_cpp" "$work/cmake/consumer_c" "$work/cmake/consumer_cpp"; do
-  output=$("$program") || { echo "$program failed" >&2; exit 1; }
-  [ "$output" = '{"port":8080}' ] || { echo "$program printed: $output" >&2; exit 1; }
-done
+run "$work/shared_c" "$work/shared_cpp" "$work/shared_hpp" "$work/cmake/shared_c" \
+  "$work/cmake/shared_cpp" "$work/cmake/shared_hpp"
 
 # The installed command, where the build has one, finds the library beside it.
-if [ -x "$work/prefix/bin/nodetree" ]; then
-  result=$(echo '{"a":[1,2]}' | "$work/prefix/bin/nodetree" get /a/1)
-  [ "$result" = 2 ] || { echo "nodetree get printed: $result" >&2; exit 1; }
+if [ -x "$prefix/bin/nodetree" ]; then
+  result=$(echo '{"a":[1,2]}' | "$prefix/bin/nodetree" get /a/1)
+  [ "$result" = 2 ] || fail "nodetree get printed: $result"
+  for file in man/man1/nodetree.1 bash-completion/completions/nodetree; do
+    [ -s "$prefix/share/$file" ] || fail "share/$file is not installed"
+  done
 fi
+[ -s "$prefix/share/man/man3/nodetree.3" ] || fail "nodetree.3 is not installed"
+
+# Without the shared library the linker takes the other, and what it has made needs neither.
+rm "$libdir"/libnodetree.so*
+build_by_pkg_config static "$(pkg-config --cflags --static --libs nodetree)"
+rm "$libdir/libnodetree.a"
+run "$work/static_c" "$work/static_cpp" "$work/static_hpp" "$work/cmake/static_c" \
+  "$work/cmake/static_cpp" "$work/cmake/static_hpp"

@@ -59,6 +59,18 @@ class Examples(unittest.TestCase):
             self.assertEqual(status, 1)
             self.assertIn(reason, error)
 
+    def test_settings(self):
+        for program in "settings_c", "settings_cpp":
+            out = self.answers(program, self.data())
+            self.assertIn('host       "0.0.0.0"\nport       9443\ntls        {"cert', out)
+            self.assertIn("/server/port=9443\n/server/tls/certificate=/etc", out)
+            made = (0, "port       9443\n/server/port=9443\n", "")
+            self.assertEqual(run(program, self.file("{}")), made)
+            for text in '{"server": 1}', "[1]", "{":
+                status, out, error = run(program, self.file(text))
+                self.assertEqual((status, out), (1, ""))
+                self.assertNotEqual(error, "")
+
     def test_build_reply(self):
         out = self.answers("build_reply")
         next_departure = '\t"next": {\n\t\t"harbour": "Rapperswil",\n\t\t"time": "09:30",'

@@ -4,9 +4,13 @@
 
 int main(void) {
   node *tree = json_parse_string("{\"server\":{\"port\":8080}}");
+  node *rule = json_parse_string("[\"regex\",\"^8\",\"\",\"8080\"]");
+  node *result = expr_eval(rule, tree, NULL);
   char *text = json_stringify(node_lookup(tree, "server"), true);
-  puts(text ? text : "no text");
+  puts(text && node_get_boolean(result) ? text : "no text");
   free(text);
+  node_unref(result);
+  node_free(rule);
   node_free(tree);
   return log_file ? 1 : 0;
 }

@@ -1,0 +1,10 @@
+#!/bin/sh
+# usage: abi-update.sh LIBRARY [DESCRIPTION]
+# Writes down the binary interface of a library with debug information: its symbols and the
+# layout of every type that they reach, but nothing of the machine that it was built on.
+set -eu
+here=$(dirname "$0")
+exec abidw --headers-dir "$here/../../include" --drop-private-types \
+  --exported-interfaces-only --drop-undefined-syms --no-elf-needed \
+  --no-corpus-path --no-comp-dir-path --no-show-locs --type-id-style hash \
+  --out-file "${2:-$here/libnodetree.abi}" "$1"

@@ -1,0 +1,152 @@
+/*
+ * Owners of texts and buffers, and texts as arguments. Part of <nodetree.hpp>, which says
+ * what holds for all of it.
+ */
+#ifndef NODETREE_CPP_OWNERS_HPP
+#define NODETREE_CPP_OWNERS_HPP
+
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <nodetree.h>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+namespace nodetree {
+
+/// What the public classes are made of; not to be named by users.
+namespace detail {
+
+inline void dispose(::node *n) noexcept {
+  ::node_unref(n);
+}
+inline void dispose(char *text) noexcept {
+  std::free(text);
+}
+inline void dispose(char **list) noexcept {
+  ::sl_free(list);
+}
+inline void dispose(void **list) noexcept {
+  ::vl_free(list, nullptr);
+}
+
+inline std::string_view view(const char *text) noexcept {
+  return text ? std::string_view(text) : std::string_view();
+}
+
+/// The one owner of a C object.
+template <class Self, class Raw>
+class Owner {
+public:
+  Owner() noexcept = default;
+  Owner(Owner &&other) noexcept : raw_(other.release()) {}
+  Owner &operator=(Owner &&other) noexcept {
+    Raw old = std::exchange(raw_, other.release());
+    if (old)
+      dispose(old);
+    return *this;
+  }
+  ~Owner() {
+    if (raw_)
+      dispose(raw_);
+  }
+
+  /// Takes over what the caller owned; null makes an empty owner.
+  [[nodiscard]] static Self adopt(Raw raw) noexcept {
+    Self owner;
+    static_cast<Owner &>(owner).raw_ = raw;
+    return owner;
+  }
+  /// Gives the object up to the caller, who releases it; nothing is held afterwards.
+  [[nodiscard]] Raw release() noexcept { return std::exchange(raw_, nullptr); }
+  /// Releases the object now.
+  void reset() noexcept { *this = Owner(); }
+  /// The object, borrowed, for calls in C; null when there is none.
+  Raw get() const noexcept { return raw_; }
+  explicit operator bool() const noexcept { return raw_ != nullptr; }
+
+private:
+  Raw raw_ = nullptr;
+};
+
+} // namespace detail
+
+/// A text as an argument: a C string or a std::string as it stands, any other string view
+/// copied to end it with a NUL, up to 127 bytes without an allocation. A NULL, a text with
+/// a NUL inside and one for which there is no memory name nothing: the call then finds
+/// nothing or fails. Lives for the call.
+class CString {
+public:
+  CString(const char *text) noexcept : text_(text) {}
+  template <class T,
+            class = std::enable_if_t<std::is_convertible_v<const T &, std::string_view> &&
+                                     !std::is_convertible_v<const T &, const char *>>>
+  CString(const T &text) noexcept {
+    const std::string_view given = text;
+    if (given.empty())
+      text_ = "";
+    else if (!std::memchr(given.data(), '\0', given.size()))
+      text_ = ended(text, 0);
+  }
+  CString(const CString &) = delete;
+  CString &operator=(const CString &) = delete;
+  ~CString() {
+    if (heap_)
+      std::free(heap_);
+  }
+  /// The C string, borrowed; null when it names nothing.
+  const char *get() const noexcept { return text_; }
+
+private:
+  template <class T>
+  auto ended(const T &text, int) noexcept -> decltype(text.c_str()) {
+    return text.c_str();
+  }
+  const char *ended(std::string_view text, long) noexcept {
+    char *own = text.size() < sizeof room_
+                    ? room_
+                    : heap_ = static_cast<char *>(std::malloc(text.size() + 1));
+    if (own) {
+      std::memcpy(own, text.data(), text.size());
+      own[text.size()] = '\0';
+    }
+    return own;
+  }
+  const char *text_ = nullptr;
+  char *heap_ = nullptr;
+  char room_[128];
+};
+
+/// Owns a text that the library made (or any from malloc()).
+class Text : public detail::Owner<Text, char *> {
+public:
+  /// The text, borrowed; null when there is none.
+  const char *c_str() const noexcept { return get(); }
+  /// The text, borrowed; empty when there is none. O(n), as size() is.
+  operator std::string_view() const noexcept { return detail::view(get()); }
+  std::size_t size() const noexcept { return detail::view(get()).size(); }
+};
+
+/// Owns a buffer of bytes from malloc(), which may hold NULs.
+class Bytes : public detail::Owner<Bytes, char *> {
+public:
+  /// Takes `size` bytes over.
+  [[nodiscard]] static Bytes adopt(char *data, std::size_t size) noexcept {
+    Bytes bytes = Owner::adopt(data);
+    bytes.size_ = size;
+    return bytes;
+  }
+  /// The bytes, borrowed; null when there are none.
+  const char *data() const noexcept { return get(); }
+  std::size_t size() const noexcept { return get() ? size_ : 0; }
+  /// The bytes, borrowed.
+  operator std::string_view() const noexcept { return {get(), size()}; }
+
+private:
+  std::size_t size_ = 0;
+};
+
+} // namespace nodetree
+
+#endif

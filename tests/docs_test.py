@@ -1,0 +1,129 @@
+"""What is written down for users holds. Usage: docs_test.py TOOL SOURCE CC LIBRARY
+
+The manual pages are sound and tell every command and option that the help does, and so do the
+completions; the examples of the pages give what they say.
+"""
+
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+
+TOOL = SOURCE = CC = LIBRARY = None
+
+
+def run(*command, **options):
+    return subprocess.run(command, capture_output=True, text=True, timeout=60, **options)
+
+
+def page(name, section=None):
+    """A manual page, or a section of it, as it is read, but in long lines."""
+    printed = run("mandoc", "-Tascii", "-Owidth=1000", f"{SOURCE}/docs/man/{name}").stdout
+    text = re.sub(r".\x08", "", printed)  # without what makes it bold
+    if section:
+        text = re.search(rf"^{section}\n((?:(?: .*)?\n)*)", text, re.MULTILINE)[1]
+    return text
+
+
+def options_in(text):
+    return set(re.findall(r"(?<![\w-])--?[a-z]+\b", text))
+
+
+def commands():
+    """What the help says: the options of each command."""
+    rows = re.findall(r"^  ([a-z]+) (.*)$", run(TOOL, "--help").stdout, re.MULTILINE)
+    return {name: options_in(synopsis) for name, synopsis in rows}
+
+
+class Pages(unittest.TestCase):
+    def test_source_is_sound(self):
+        pages = [str(path) for path in pathlib.Path(SOURCE, "docs/man").iterdir()]
+        self.assertEqual(len(pages), 3)
+        done = run("mandoc", "-Tlint", "-Wwarning", *pages)
+        self.assertEqual((done.stdout, done.returncode), ("", 0))
+
+    def test_commands_and_options(self):
+        synopsis = page("nodetree.1", "SYNOPSIS")
+        synopses = dict(re.findall(r"^ +nodetree ([a-z]+) (.*)$", synopsis, re.MULTILINE))
+        self.assertEqual({name: options_in(line) for name, line in synopses.items()},
+                         commands())
+        description = page("nodetree.1", "DESCRIPTION")
+        described = set(re.findall(r"^ +(--?\w+)", description, re.MULTILINE))
+        self.assertLessEqual(options_in(run(TOOL, "--help").stdout), described | {"-x"})
+
+    def test_expressions(self):
+        text = page("nodetree-expressions.7")
+        context = re.search(r'^ +(\{"host".*\})$', text, re.MULTILINE)[1]
+        examples = re.findall(r"^( +)(\[.*\]) => (.*(?:\n\1 +.*)*)", text, re.MULTILINE)
+        self.assertGreater(len(examples), 40)
+        for _, expression, result in examples:
+            result = re.sub(r"\s+", " ", result)
+            with self.subTest(expression):
+                done = run(TOOL, "eval", expression, input=context)
+                failure = re.sub(r"^nodetree: .*?: / \(/\): ", "fails: ", done.stderr)
+                self.assertEqual((done.stdout + failure).rstrip("\n"), result)
+
+    def test_operators_and_messages_are_documented(self):
+        text = re.sub(r"\s+", " ", page("nodetree-expressions.7"))
+        source = "".join(path.read_text() for path in pathlib.Path(SOURCE, "expr").glob("*.cpp"))
+        operators = set(re.findall(r'\{"(\w+)", eval_', source))
+        self.assertEqual(set(re.findall(r'\["(\w+)"', text)) - {"sum"}, operators)
+        literals = re.findall(r'"(?:[^"\\\n]|\\.)*"(?:\s+"(?:[^"\\\n]|\\.)*")*', source)
+        messages = [re.sub(r'"\s+"', "", literal)[1:-1] for literal in literals]
+        messages = [message for message in messages if re.search(r"[a-z]{3} [a-z]", message)]
+        self.assertGreater(len(messages), 20)
+        for message in messages:
+            pattern = re.sub(r"%\w+", ".+?", re.escape(message).replace(r"\ ", " "))
+            self.assertRegex(text, pattern)
+
+    def test_program(self):
+        code = re.search(r"^ +#include(.*\n)*? +\}$", page("nodetree.3", "EXAMPLES"), re.MULTILINE)[0]
+        with tempfile.TemporaryDirectory() as folder:
+            program = os.path.join(folder, "example")
+            built = run(CC, "-std=c11", "-Wall", "-Wextra", "-Werror", "-x", "c", "-",
+                        f"-I{SOURCE}/include", "-o", program, "-x", "none", LIBRARY,
+                        f"-Wl,-rpath,{os.path.dirname(LIBRARY)}", input=code)
+            self.assertEqual(built.returncode, 0, built.stderr)
+            self.assertEqual(
+                run(program).stdout,
+                "443\n/server/ports/0=80\n/server/ports/1=443\n/server/host=::1\n")
+
+
+class Completion(unittest.TestCase):
+    def complete(self, *words):
+        script = (f'source "{SOURCE}/tool/completion/nodetree"\n'
+                  'COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))\n_nodetree\necho "${COMPREPLY[@]}"')
+        return set(run("bash", "-c", script, "bash", "nodetree", *words).stdout.split())
+
+    def test_bash(self):
+        self.assertEqual(self.complete(""), {*commands(), "--help", "--version"})
+        for command, options in commands().items():
+            with self.subTest(command):
+                self.assertEqual(self.complete(command, "-"), options | {"--from", "--help"})
+        for words, answer in [
+            (["f"], {"flat", "format", "filter"}),
+            (["convert", "--to", "m"], {"msgpack"}),
+            (["get", "--from", ""], {"json", "msgpack"}),
+            (["filter", "--exclude", "-"], set()),
+            (["get", ""], set()),
+            (["eval", f"@{SOURCE}/LICEN"], {f"@{SOURCE}/LICENSE"}),
+        ]:
+            self.assertEqual(self.complete(*words), answer, words)
+
+    def test_zsh(self):
+        text = pathlib.Path(SOURCE, "tool/completion/_nodetree").read_text()
+        self.assertEqual(set(re.findall(r"^  '([a-z]+):", text, re.MULTILINE)), {*commands()})
+        for command, options in commands().items():
+            branch = re.search(rf"^  {command}\)((?:.|\n)*?);;", text, re.MULTILINE)[1]
+            found = options_in(branch.replace("$compact", "-c "))
+            with self.subTest(command):
+                self.assertIn("$common", branch)
+                self.assertEqual(found, options)
+
+
+if __name__ == "__main__":
+    TOOL, SOURCE, CC, LIBRARY = sys.argv[1:]
+    unittest.main(argv=sys.argv[:1])
