@@ -38,14 +38,20 @@ public:
   node *run() {
     mpack_node_t source = mpack_tree_root(tree_);
     node *root = make(source, "");
-    if (!root || !take_to_fill(root, source, {}))
+    size_t count = root ? child_count(root, source) : 0;
+    if (count == 0)
       return root;
-    while (!open_.empty()) {
+    if (!open(source, root, {}, count))
+      return nullptr;
+    for (;;) {
       Container &container = open_.back();
-      if (container.next < container.count) {
-        if (!convert_child(container))
-          return nullptr;
-      } else {
+      switch (container.made->type == NODE_ARRAY ? convert_elements(container)
+                                                 : convert_members(container)) {
+      case Progress::refused:
+        return nullptr;
+      case Progress::opened:
+        break;
+      case Progress::complete: {
         const Container complete = container;
         open_.pop();
         if (open_.empty())
@@ -53,8 +59,8 @@ public:
         if (!put(open_.back(), complete.key, complete.made))
           return nullptr;
       }
+      }
     }
-    return nullptr;
   }
 
 private:
@@ -73,35 +79,59 @@ private:
     size_t next; // the child to convert next
   };
 
+  // How far the children of a container are converted: up to one that has children itself,
+  // or all. (Or nobody will get any of them.)
+  enum class Progress { opened, complete, refused };
+
   bool failed() const { return mpack_tree_error(tree_) != mpack_ok; }
 
-  // These return false when the message is refused.
-
-  bool convert_child(Container &container) {
-    size_t index = container.next++;
-    if (container.made->type == NODE_ARRAY)
-      return convert(container, mpack_node_array_at(container.source, index), {});
-    Key key = read_key(mpack_node_map_key_at(container.source, index));
-    return convert(container, mpack_node_map_value_at(container.source, index), key);
+  Progress convert_elements(Container &array) {
+    while (array.next < array.count) {
+      mpack_node_t source = mpack_node_array_at(array.source, array.next++);
+      node *made = make(source, {});
+      if (!made) {
+        if (failed())
+          return Progress::refused;
+      } else if (size_t count = child_count(made, source)) {
+        return open(source, made, {}, count) ? Progress::opened : Progress::refused;
+      } else {
+        put_element(array, made);
+      }
+    }
+    return Progress::complete;
   }
 
-  bool convert(Container &container, mpack_node_t source, const Key &key) {
-    node *made = make(source, key.name);
-    if (!made)
-      return !failed();
-    if (is_container(made) && take_to_fill(made, source, key))
-      return !failed();
-    return put(container, key, made);
+  Progress convert_members(Container &object) {
+    while (object.next < object.count) {
+      size_t index = object.next++;
+      Key key = read_key(mpack_node_map_key_at(object.source, index));
+      mpack_node_t source = mpack_node_map_value_at(object.source, index);
+      node *made = make(source, key.name);
+      if (!made) {
+        if (failed())
+          return Progress::refused;
+      } else if (size_t count = child_count(made, source)) {
+        return open(source, made, key, count) ? Progress::opened : Progress::refused;
+      } else if (!put_member(object.made, key, made)) {
+        return Progress::refused;
+      }
+    }
+    return Progress::complete;
   }
 
-  // Puts a finished value into the container that it belongs to.
+  // Puts a finished value into the container that it belongs to. False when the message is
+  // refused.
   bool put(const Container &container, const Key &key, node *made) {
-    if (container.made->type == NODE_ARRAY)
-      put_element(container, made);
-    else if (!key.is_text || !is_name(key) ||
-             !object_add_with_key(container.made, key_behind(made), made))
-      return leave_out(key, made);
+    if (container.made->type != NODE_ARRAY)
+      return put_member(container.made, key, made);
+    put_element(container, made);
     return true;
+  }
+
+  bool put_member(node *object, const Key &key, node *made) {
+    if (key.is_text && is_name(key) && object_add_with_key(object, key_behind(made), made))
+      return true;
+    return leave_out(key, made);
   }
 
   bool leave_out(const Key &key, node *made) {
@@ -180,20 +210,20 @@ private:
     return made;
   }
 
-  // Takes over a new node that still has to get children. False for any other.
-  bool take_to_fill(node *made, mpack_node_t source, const Key &key) {
-    size_t count = 0;
+  // How many children a new node is still to get.
+  static size_t child_count(const node *made, mpack_node_t source) {
     if (made->type == NODE_ARRAY)
-      count = mpack_node_array_length(source);
-    else if (made->type == NODE_OBJECT)
-      count = mpack_node_map_count(source);
-    if (count == 0)
-      return false;
-    if (!open_.push({source, made, key, count, 0})) {
-      mpack_tree_flag_error(tree_, mpack_error_memory);
-      node_free(made);
-    }
-    return true;
+      return mpack_node_array_length(source);
+    return made->type == NODE_OBJECT ? mpack_node_map_count(source) : 0;
+  }
+
+  // Takes a new node over until it has its children. False when memory runs out.
+  bool open(mpack_node_t source, node *made, const Key &key, size_t count) {
+    if (open_.push({source, made, key, count, 0}))
+      return true;
+    mpack_tree_flag_error(tree_, mpack_error_memory);
+    node_free(made);
+    return false;
   }
 
   static void put_element(const Container &array, node *made) {

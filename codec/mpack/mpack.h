@@ -234,23 +234,17 @@ std::size_t mpack_child_record(mpack_node_t container, std::size_t index) {
   return cursor.record;
 }
 
-// Children by index, which must be below the count. The node itself stands for what cannot
-// be had in a tree with an error.
+// Children by index. The node must be such a container in a tree without an error, and the
+// index below its count.
 inline mpack_node_t mpack_node_array_at(mpack_node_t n, std::size_t index) {
-  if (index >= mpack_node_array_length(n))
-    return n;
   return {n.tree->records + mpack_child_record<1>(n, index), n.tree};
 }
 
 inline mpack_node_t mpack_node_map_key_at(mpack_node_t n, std::size_t index) {
-  if (index >= mpack_node_map_count(n))
-    return n;
   return {n.tree->records + mpack_child_record<2>(n, index), n.tree};
 }
 
 inline mpack_node_t mpack_node_map_value_at(mpack_node_t n, std::size_t index) {
-  if (index >= mpack_node_map_count(n))
-    return n;
   std::size_t key = mpack_child_record<2>(n, index);
   return {n.tree->records + mpack_record_after(n.tree, key), n.tree};
 }
