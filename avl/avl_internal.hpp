@@ -15,14 +15,17 @@ struct Descent {
 
 // `compare` takes a held key and says how the searched key compares with it.
 template <class Compare>
-Descent avl_descend(const avl_tree *tree, const Compare &compare) {
+[[gnu::always_inline]] inline Descent avl_descend(const avl_tree *tree,
+                                                  const Compare &compare) {
   Descent found{nullptr, 0};
   for (avl_node *next = tree->root; next;) {
     found.at = next;
     found.result = compare(next->key);
     if (found.result == 0)
       break;
-    next = found.result < 0 ? next->left : next->right;
+    // Without a branch, which nothing could predict.
+    avl_node *const *side = found.result < 0 ? &next->left : &next->right;
+    next = *side;
   }
   return found;
 }

@@ -1,5 +1,4 @@
-#include "avl/avl_internal.hpp"
-#include "node/node_internal.hpp"
+#include "node/wanted_key.hpp"
 
 #include <charconv>
 #include <cstring>
@@ -8,18 +7,6 @@ using namespace nodetree;
 
 namespace nodetree {
 namespace {
-
-// Most comparisons on the way down an index are settled by the first byte, without a call.
-int compare_keys(const char *a, const char *b) {
-  int difference = static_cast<unsigned char>(*a) - static_cast<unsigned char>(*b);
-  return difference != 0 ? difference : std::strcmp(a, b);
-}
-
-Descent descend(const node *object, const char *key) {
-  return avl_descend(&object->index, [key](const void *held) {
-    return compare_keys(key, static_cast<const char *>(held));
-  });
-}
 
 node *element_at(const node *array, size_t index) {
   if (array->type != NODE_ARRAY || index >= array->child_count)
@@ -41,11 +28,14 @@ node *element_at(const node *array, size_t index) {
 // runs out.
 void set_label(node *child, std::size_t number) {
   constexpr std::size_t short_labels = 10000000; // those of up to seven digits
-  char digits[24];
-  char *label = number < short_labels ? key_behind(child) : digits;
-  char *limit = number < short_labels ? label + key_room : digits + sizeof digits;
-  *std::to_chars(label, limit, number).ptr = '\0';
-  child->key = label == digits ? strdup(digits) : label;
+  char digits[24] = {};
+  std::to_chars(digits, digits + sizeof digits, number);
+  if (number < short_labels) {
+    child->key = key_behind(child);
+    std::memcpy(child->key, digits, key_room);
+  } else {
+    child->key = strdup(digits);
+  }
 }
 
 } // namespace
@@ -57,7 +47,7 @@ bool is_inside(const node *n, const node *container) {
 }
 
 bool object_add_with_key(node *object, char *key, node *child) {
-  Descent place = descend(object, key);
+  Descent place = place_of(object, WantedKey(key));
   if (place.at && place.result == 0)
     return false;
   child->key = key;
@@ -95,13 +85,13 @@ node *node_container_next(const node *, const node *child) {
 bool node_object_add(node *object, const char *key, node *child) {
   if (!object || !key || object->type != NODE_OBJECT || !is_free_child(object, child))
     return false;
-  std::size_t size = std::strlen(key) + 1;
+  const std::string_view name = key;
   char *own = key_behind(child);
-  if (size > key_room)
-    own = static_cast<char *>(std::malloc(size));
+  if (name.size() >= key_room)
+    own = static_cast<char *>(std::malloc(name.size() + 1));
   if (!own)
     return false;
-  std::memmove(own, key, size);
+  write_key(own, name);
   if (object_add_with_key(object, own, child))
     return true;
   if (own != key_behind(child))
@@ -124,8 +114,7 @@ node *node_object_next(const node *object, const node *child) {
 node *node_object_get(const node *object, const char *key) {
   if (object->type != NODE_OBJECT)
     return nullptr;
-  Descent found = descend(object, key);
-  return found.at && found.result == 0 ? node_of(found.at) : nullptr;
+  return find_member(object, key);
 }
 
 void node_object_del(node *object, const char *key) {

@@ -1,6 +1,6 @@
 #include "node/links.hpp"
 
-#include "avl/avl_internal.hpp"
+#include "node/wanted_key.hpp"
 #include "string/parse_int.hpp"
 
 #include <algorithm>
@@ -9,26 +9,10 @@
 using namespace nodetree;
 
 namespace nodetree {
-namespace {
-
-int compare_segment(std::string_view segment, const char *key) {
-  for (char c : segment) {
-    int difference = static_cast<unsigned char>(c) - static_cast<unsigned char>(*key++);
-    if (difference != 0)
-      return difference;
-  }
-  return *key ? -1 : 0;
-}
-
-} // namespace
 
 node *child_named(const node *container, std::string_view segment) {
-  if (container->type == NODE_OBJECT) {
-    Descent found = avl_descend(&container->index, [segment](const void *held) {
-      return compare_segment(segment, static_cast<const char *>(held));
-    });
-    return found.at && found.result == 0 ? node_of(found.at) : nullptr;
-  }
+  if (container->type == NODE_OBJECT)
+    return find_member(container, segment);
   int position = 0;
   if (container->type != NODE_ARRAY || !segment_to_int(segment, &position) || position < 0)
     return nullptr;

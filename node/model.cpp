@@ -32,9 +32,7 @@ node *node_make(node_type kind, std::string_view key) {
   n->parent = nullptr;
   n->refcount = 1;
   n->diff_hash = 0;
-  if (!key.empty())
-    std::memcpy(key_behind(n), key.data(), key.size());
-  key_behind(n)[key.size()] = '\0';
+  write_key(key_behind(n), key);
   if (is_container(n))
     make_container(n, kind);
   return n;

@@ -3,8 +3,10 @@
 #ifndef NODETREE_NODE_NODE_INTERNAL_HPP
 #define NODETREE_NODE_NODE_INTERNAL_HPP
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <nodetree/node.h>
 #include <string_view>
@@ -53,11 +55,24 @@ inline bool is_free_child(const node *container, const node *child) {
 // Keys stand behind the record where they can: a member then costs one allocation instead
 // of two, an element never one for its label, and a key is at hand where its place in the
 // index is. What rounding leaves of a record's block holds any key of up to seven bytes; a
-// record that is made for a longer one has more room.
+// record that is made for a longer one has more room. So many bytes of any key may be read:
+// what follows a shorter one are NULs.
 constexpr std::size_t key_room = 8;
 
 inline char *key_behind(node *n) {
   return reinterpret_cast<char *>(n + 1);
+}
+
+// Writes a key with all the NULs that belong behind it.
+inline void write_key(char *to, std::string_view key) {
+  if (key.size() < key_room) {
+    char padded[key_room] = {};
+    std::copy(key.begin(), key.end(), padded);
+    std::memcpy(to, padded, key_room);
+  } else {
+    std::memmove(to, key.data(), key.size());
+    to[key.size()] = '\0';
+  }
 }
 
 // A node of the kind with one reference and no value yet (an empty one, for a container),

@@ -1,4 +1,4 @@
-#include "codec/mpack/big_endian.hpp"
+#include "string/big_endian.hpp"
 #include "codec/mpack/mpack.h"
 
 #include <bit>

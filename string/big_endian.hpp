@@ -1,6 +1,6 @@
-// Numbers as they stand in a message: the most significant byte first.
-#ifndef NODETREE_CODEC_MPACK_BIG_ENDIAN_HPP
-#define NODETREE_CODEC_MPACK_BIG_ENDIAN_HPP
+// Numbers whose most significant byte comes first, as messages hold them and texts compare.
+#ifndef NODETREE_STRING_BIG_ENDIAN_HPP
+#define NODETREE_STRING_BIG_ENDIAN_HPP
 
 #include <bit>
 #include <cstdint>
