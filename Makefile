@@ -8,6 +8,8 @@ PREFIX ?= /usr/local
 FILES ?=
 # How long `make fuzz` runs each target.
 FUZZ_SECONDS ?= 60
+# Which of tests/fuzz/NAME.cpp it runs; without any it runs all.
+FUZZ_TARGETS ?=
 
 BUILD_PACKAGES = g++ cmake make pkg-config libyajl-dev libpcre2-dev
 TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev locales python3 binutils mandoc bash
@@ -26,8 +28,8 @@ SOURCES = $(shell find . -name build -prune -o -name '.?*' -prune -o -type f \
 TIDY_SOURCES = $(filter-out ./bench/% ./tests/consumer/% ./tests/fuzz/%,\
   $(filter %.c %.cpp,$(SOURCES)))
 
-.PHONY: all build demo test valgrind lint format bench fuzz coverage install uninstall package \
-  abi abi-update clean help
+.PHONY: all build demo test tsan valgrind lint format bench fuzz coverage install uninstall package \
+  abi abi-update docs clean help
 
 all: build
 
@@ -49,6 +51,12 @@ test:
 	ctest --preset asan -j $(JOBS)
 	ctest --preset release -j $(JOBS)
 
+tsan:
+	$(INSTALL_PACKAGES) $(TEST_PACKAGES)
+	cmake --preset tsan
+	cmake --build build/tsan -j $(JOBS) --target thread_test
+	ctest --preset tsan -R '^thread$$'
+
 valgrind:
 	$(INSTALL_PACKAGES) $(TEST_PACKAGES) valgrind
 	cmake --preset valgrind
@@ -60,6 +68,7 @@ lint:
 	clang-format --dry-run -Werror $(SOURCES)
 	python3 cmake/check_layers.py
 	$(MAKE) abi
+	$(MAKE) docs
 	cmake --preset release -DNODETREE_TESTS=ON
 	printf '%s\n' $(TIDY_SOURCES) | xargs -n 1 -P $(JOBS) \
 	  clang-tidy -p build/release --quiet --extra-arg=-Wno-unknown-warning-option
@@ -79,7 +88,7 @@ fuzz:
 	$(INSTALL_PACKAGES) $(FUZZ_PACKAGES)
 	cmake --preset fuzz
 	cmake --build build/fuzz -j $(JOBS)
-	tests/fuzz/run.sh build/fuzz $(FUZZ_SECONDS)
+	tests/fuzz/run.sh build/fuzz $(FUZZ_SECONDS) $(FUZZ_TARGETS)
 
 coverage:
 	$(INSTALL_PACKAGES) $(TEST_PACKAGES) gcovr
@@ -115,6 +124,12 @@ package:
 	cmake --build build/package -j $(JOBS)
 	cd build/package && rm -rf packages && cpack
 
+# Pages of the public headers' comments; a name without one is an error.
+docs:
+	$(INSTALL_PACKAGES) doxygen python3
+	mkdir -p build
+	doxygen docs/doxygen/Doxyfile
+
 clean:
 	rm -rf build
 
@@ -122,12 +137,14 @@ help:
 	@echo 'make            build the library, the tool and the examples in build/release'
 	@echo 'make demo       build, then run examples/demo.sh'
 	@echo 'make test       all tests, plain and under AddressSanitizer and UBSan'
+	@echo 'make tsan       distinct objects on distinct threads, under ThreadSanitizer'
 	@echo 'make valgrind   the test programs under valgrind'
 	@echo 'make lint       formatting, folder order and clang-tidy; make format repairs the first'
 	@echo 'make bench      benchmarks; FILES="a.json b.json" adds inputs'
-	@echo 'make fuzz       fuzz targets, FUZZ_SECONDS=$(FUZZ_SECONDS) each; findings in build/fuzz/findings'
+	@echo 'make fuzz       FUZZ_TARGETS, or all, for FUZZ_SECONDS=$(FUZZ_SECONDS) each; findings in build/fuzz/findings'
 	@echo 'make coverage   line coverage of the library'
 	@echo 'make install    install into PREFIX ($(PREFIX)), below DESTDIR if given; make uninstall'
 	@echo 'make package    Debian packages in build/package/packages'
 	@echo 'make abi        what has changed in the binary interface; make abi-update accepts it'
+	@echo 'make docs       the reference as pages, build/docs/html/index.html'
 	@echo 'make clean      remove build/'

@@ -8,47 +8,84 @@
 #include <cstring>
 #include <dirent.h>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
+// What happens to the call that is chosen, and to those after it.
+enum class Mode {
+  once,    // it fails
+  lasting, // it fails, and so do all later ones
+  hindered // a signal interrupts it; what is read or written goes in small portions
+};
+
 // Plain thread-locals of the program itself: reading them never allocates.
-thread_local long countdown = LONG_MAX; // library allocations until the one that fails
-thread_local bool lasting = false;      // whether all later ones fail too
-thread_local bool failed = false;
-thread_local long live = 0; // blocks allocated and not released by this thread
+thread_local Mode mode = Mode::once;
+thread_local long countdown = LONG_MAX; // the library's calls until the one that is chosen
+thread_local long live = 0;             // blocks allocated and not released by this thread
+
+// Shared with child processes, whose calls are chosen too.
+struct Outcome {
+  bool chosen, failed;
+};
+Outcome *const outcome = static_cast<Outcome *>(mmap(
+    nullptr, sizeof(Outcome), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
 
 #ifdef __SANITIZE_ADDRESS__
 constexpr bool replaced = false;
 #else
 constexpr bool replaced = true;
+#endif
 
-// Counts an allocation that `caller` asks for: true when it is the one to fail.
-bool fails(const void *caller) {
+bool is_library(const void *caller) {
   Dl_info place;
-  if (countdown == LONG_MAX || dladdr(caller, &place) == 0 ||
-      strstr(place.dli_fname, "libnodetree.so") == nullptr || --countdown != 0) {
+  return countdown != LONG_MAX && dladdr(caller, &place) != 0 &&
+         strstr(place.dli_fname, "libnodetree.so") != nullptr;
+}
+
+// Counts a call that `caller` makes: true when it is one to fail. An error of 0 stands for a
+// call that only signals can disturb.
+bool fails(const void *caller, int error, bool interruptible = false) {
+  const bool hindered = mode == Mode::hindered;
+  if (!(hindered ? interruptible : error != 0) || !is_library(caller) || --countdown != 0)
     return false;
-  }
-  countdown = lasting ? 1 : LONG_MAX;
-  failed = true;
-  errno = ENOMEM;
+  countdown = mode == Mode::lasting ? 1 : LONG_MAX - 1;
+  outcome->chosen = true;
+  outcome->failed = !hindered;
+  errno = hindered ? EINTR : error;
   return true;
+}
+
+// How much of `size` bytes is read or written.
+size_t portion(const void *caller, size_t size) {
+  return mode == Mode::hindered && size > 3 && is_library(caller) ? 3 : size;
 }
 
 template <class Function>
 Function *next(const char *name) {
   return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
-#endif
+
+int descriptors() {
+  int count = 0;
+  for (int fd = 0; fd < 256; ++fd)
+    count += fcntl(fd, F_GETFD) != -1;
+  return count;
+}
 
 } // namespace
-
-#ifndef __SANITIZE_ADDRESS__
 
 #define CALLER __builtin_return_address(0)
 
 extern "C" {
+
+#ifndef __SANITIZE_ADDRESS__
 
 // The C library's own names for what this file replaces; dlsym() could not be used to find
 // them, because it allocates.
@@ -58,19 +95,19 @@ void *__libc_realloc(void *block, size_t size);
 void __libc_free(void *block);
 
 void *malloc(size_t size) {
-  void *block = fails(CALLER) ? nullptr : __libc_malloc(size);
+  void *block = fails(CALLER, ENOMEM) ? nullptr : __libc_malloc(size);
   live += block != nullptr;
   return block;
 }
 
 void *calloc(size_t count, size_t size) {
-  void *block = fails(CALLER) ? nullptr : __libc_calloc(count, size);
+  void *block = fails(CALLER, ENOMEM) ? nullptr : __libc_calloc(count, size);
   live += block != nullptr;
   return block;
 }
 
 void *realloc(void *old, size_t size) {
-  if (fails(CALLER)) {
+  if (fails(CALLER, ENOMEM)) {
     return nullptr;
   }
   void *block = __libc_realloc(old, size);
@@ -83,49 +120,81 @@ void free(void *block) {
   __libc_free(block);
 }
 
-// These allocate inside libc, where the request no longer tells who made it.
+#endif
 
-char *strdup(const char *text) {
-  return fails(CALLER) ? nullptr : next<char *(const char *)>("strdup")(text);
-}
-
-char *strndup(const char *text, size_t length) {
-  return fails(CALLER) ? nullptr
-                       : next<char *(const char *, size_t)>("strndup")(text, length);
-}
-
-int vasprintf(char **out, const char *format, va_list arguments) {
-  if (fails(CALLER)) {
-    return -1; // and *out stays undefined
+// Calls that do nothing but fail when they are chosen. Those that allocate do it inside
+// libc, where the request no longer tells who made it.
+#define CALL(Result, name, parameters, arguments, failure, ...)                            \
+  Result name parameters {                                                                 \
+    return fails(CALLER, __VA_ARGS__) ? failure                                            \
+                                      : next<Result parameters>(#name) arguments;          \
   }
-  return next<int(char **, const char *, va_list)>("vasprintf")(out, format, arguments);
+
+using Filter = int(const dirent *);
+using Order = int(const dirent **, const dirent **);
+
+CALL(char *, strdup, (const char *text), (text), nullptr, ENOMEM)
+CALL(char *, strndup, (const char *text, size_t size), (text, size), nullptr, ENOMEM)
+CALL(int, vasprintf, (char **out, const char *format, va_list list), (out, format, list),
+     -1, ENOMEM) // and *out stays undefined
+CALL(int, setenv, (const char *name, const char *value, int over), (name, value, over), -1,
+     ENOMEM)
+CALL(FILE *, open_memstream, (char **data, size_t *size), (data, size), nullptr, ENOMEM)
+CALL(FILE *, fopen, (const char *path, const char *access), (path, access), nullptr, EMFILE)
+CALL(int, fflush, (FILE * file), (file), EOF, ENOSPC)
+CALL(int, fseeko, (FILE * file, off_t to, int from), (file, to, from), -1, ENOMEM)
+CALL(int, scandir, (const char *path, dirent ***all, Filter *filter, Order *order),
+     (path, all, filter, order), -1, ENOMEM)
+CALL(ssize_t, read, (int fd, void *data, size_t size), (fd, data, portion(CALLER, size)),
+     -1, EIO, true)
+CALL(ssize_t, write, (int fd, const void *data, size_t size),
+     (fd, data, portion(CALLER, size)), -1, ENOSPC, true)
+CALL(int, stat, (const char *path, struct stat *status), (path, status), -1, EACCES)
+CALL(int, lstat, (const char *path, struct stat *status), (path, status), -1, EACCES)
+CALL(int, fstat, (int fd, struct stat *status), (fd, status), -1, EIO)
+CALL(void *, mmap, (void *at, size_t size, int access, int flags, int fd, off_t from),
+     (at, size, access, flags, fd, from), MAP_FAILED, ENOMEM)
+CALL(int, mkdir, (const char *path, mode_t access), (path, access), -1, ENOSPC)
+CALL(int, flock, (int fd, int operation), (fd, operation), -1, ENOLCK, true)
+CALL(int, pipe2, (int *ends, int flags), (ends, flags), -1, EMFILE)
+CALL(int, dup2, (int fd, int target), (fd, target), -1, EMFILE)
+CALL(pid_t, waitpid, (pid_t pid, int *status, int options), (pid, status, options), -1, 0,
+     true)
+
+pid_t fork() {
+  const pid_t pid = fails(CALLER, EAGAIN) ? -1 : next<pid_t()>("fork")();
+  if (pid == 0 && mode == Mode::hindered)
+    countdown = LONG_MAX; // nothing that a new child does waits for anything
+  return pid;
 }
 
-FILE *open_memstream(char **data, size_t *size) {
-  return fails(CALLER) ? nullptr
-                       : next<FILE *(char **, size_t *)>("open_memstream")(data, size);
+// As libc itself does, these take an argument that may not be there.
+
+int open(const char *path, int flags, ...) {
+  va_list list;
+  va_start(list, flags);
+  const mode_t access = va_arg(list, mode_t);
+  va_end(list);
+  return fails(CALLER, EMFILE, true)
+             ? -1
+             : next<int(const char *, int, ...)>("open")(path, flags, access);
 }
 
-FILE *fopen(const char *path, const char *mode) {
-  return fails(CALLER) ? nullptr
-                       : next<FILE *(const char *, const char *)>("fopen")(path, mode);
-}
-
-int scandir(const char *path, dirent ***entries, int (*filter)(const dirent *),
-            int (*compare)(const dirent **, const dirent **)) {
-  using Scan = int(const char *, dirent ***, int (*)(const dirent *),
-                   int (*)(const dirent **, const dirent **));
-  return fails(CALLER) ? -1 : next<Scan>("scandir")(path, entries, filter, compare);
+int fcntl(int fd, int command, ...) {
+  va_list list;
+  va_start(list, command);
+  void *argument = va_arg(list, void *);
+  va_end(list);
+  return fails(CALLER, EMFILE) ? -1
+                               : next<int(int, int, ...)>("fcntl")(fd, command, argument);
 }
 
 } // extern "C"
 
-#endif
-
 namespace fault {
 
 bool injected() {
-  return failed;
+  return outcome->failed;
 }
 
 Granted::Granted() : countdown_(countdown) {
@@ -137,25 +206,31 @@ Granted::~Granted() {
 }
 
 void for_each_failure(const std::function<void()> &body, int at_least) {
-  failed = false;
+  static const char *const meanings[] = {"fails", "and all after it fail",
+                                         "is interrupted"};
+  *outcome = {};
   body();
-  for (const bool mode : {false, true}) {
-    int failures = -1;
+  for (const Mode way : {Mode::once, Mode::lasting, Mode::hindered}) {
+    int rounds = -1;
     do {
-      ++failures;
-      SCOPED_TRACE(testing::Message() << "allocation " << failures + 1 << " fails, "
-                                      << (mode ? "and all after it" : "once"));
-      failed = false;
-      lasting = mode;
+      ++rounds;
+      SCOPED_TRACE(testing::Message()
+                   << "call " << rounds + 1 << " " << meanings[static_cast<int>(way)]);
+      *outcome = {};
+      mode = way;
+      const int open_before = descriptors();
       const long before = live;
-      countdown = replaced ? failures + 1 : LONG_MAX;
+      countdown = rounds + 1;
       body();
       countdown = LONG_MAX;
       ASSERT_EQ(live, before) << "blocks leaked or released twice";
-    } while (failed && !testing::Test::HasFailure());
-    EXPECT_GE(failures, replaced ? at_least : 0) << "the body met too few allocations";
+      ASSERT_EQ(descriptors(), open_before);
+      ASSERT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
+    } while (outcome->chosen && !testing::Test::HasFailure());
+    EXPECT_GE(rounds, replaced && way != Mode::hindered ? at_least : 0)
+        << "the body met too few calls";
   }
-  failed = false;
+  *outcome = {};
 }
 
 } // namespace fault

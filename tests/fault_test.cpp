@@ -1,10 +1,11 @@
-// Every function that allocates, with each of its allocations failing in turn: nothing
-// leaks (for_each_failure() sees to that), arguments are as they were, and the result is
-// either the right one or the failure that the function's comment names.
+// Every function that allocates or calls the system, with each of these calls failing in
+// turn: nothing leaks (for_each_failure() sees to that), arguments are as they were, and the
+// result is either the right one or the failure that the function's comment names.
 #include "fault.hpp"
 #include "tree.hpp"
 
 #include <concepts>
+#include <fcntl.h>
 
 namespace {
 
@@ -90,7 +91,8 @@ std::string streamed_text() {
     return "NULL";
   fputs("text", stringstream_file(stream.get()));
   stringstream_consume(stream.get(), 1);
-  return take(stringstream_take_data(stream.get()));
+  const std::string data = take(stringstream_take_data(stream.get()));
+  return data == "text" ? "NULL" : data; // it was not consumed
 }
 
 // The message of an evaluation, or else its result.
@@ -175,7 +177,6 @@ TEST_F(Fault, ResultsAreWholeOrNotThere) {
       {"1", [&] { return std::to_string(node_equals_json(sample.get(), "{}") + 1); }},
       {R"({"a":[1,"two"]})", [] { return take(json_parse_filename("file")); }, 5},
       {R"({"a":[1,"two"]})", [] { return take(file_read_string("file")); }},
-      {"dir/sub/file.txt;dir/a.txt;", [] { return take(path_search("dir", "*.txt")); }, 6},
       {"true", [&] { return evaluated(R"(["not",["eq","x",1]])", nullptr); }, 2},
       {"true", [&] { return evaluated(R"(["and",1,["exists","d"],{}])", sample.get()); },
        2},
@@ -319,12 +320,98 @@ TEST_F(Fault, FilesAreWrittenWholeOrNotAtAll) {
       [&] {
         test::write_file("file", "old");
         const bool written = json_stringify_filename("file", sample.get(), true);
-        EXPECT_TRUE(written || fault::injected());
-        EXPECT_EQ(test::file_content("file"), written ? before : "old");
+        const std::string content = test::file_content("file");
+        if (written) {
+          EXPECT_EQ(content, before);
+        } else { // once it has a text it empties the file
+          EXPECT_TRUE(fault::injected());
+          EXPECT_TRUE(content == "old" || before.rfind(content, 0) == 0) << content;
+        }
         EXPECT_TRUE(file_mkdirp("x/y", 0700) || fault::injected());
         std::filesystem::remove_all("x");
       },
-      2);
+      5);
+}
+
+TEST_F(Fault, FilesAreMappedLockedAndSearchedOrNotThere) {
+  for_each_failure(
+      [] {
+        size_t length = 77;
+        void *address = file_map("file", &length);
+        EXPECT_EQ(length, address != nullptr ? 15U : 77U);
+        EXPECT_TRUE(address != nullptr ? memcmp(address, "{\"a\":[1,\"two\"]}", 15) == 0
+                                       : fault::injected() && errno != 0);
+        file_unmap(address, length);
+      },
+      3);
+  EXPECT_EQ(test::file_content("/proc/self/maps").find(place.path), std::string::npos);
+  for (const auto lock : {file_read_lock, file_write_lock})
+    for_each_failure(
+        [lock] {
+          const int held = lock("lock");
+          EXPECT_TRUE(held >= 0 || fault::injected());
+          EXPECT_TRUE(file_write_is_locked("lock") == (held >= 0) || fault::injected());
+          file_unlock(held);
+        },
+        4);
+  for_each_failure( // what cannot be looked at is passed over
+      [] {
+        const std::string found = take(path_search("dir", "*.txt"));
+        const bool part =
+            found == "NULL" || found == "dir/a.txt;" || found == "dir/sub/file.txt;";
+        EXPECT_TRUE(part ? fault::injected() : found == "dir/sub/file.txt;dir/a.txt;")
+            << found;
+      },
+      13);
+}
+
+std::string drain(int fd) {
+  const Granted all;
+  std::string text(64, '\0');
+  text.resize(
+      static_cast<size_t>(std::max(read(fd, text.data(), text.size()), ssize_t{0})));
+  close(fd);
+  return text;
+}
+
+TEST_F(Fault, ChildrenRunWithTheirStreamsOrEndWithStatusOne) {
+  char name[] = "NAME", value[] = "value", *environment[] = {name, value, nullptr};
+  const test::list_owner print(sl_new("sh", "-c", "echo $NAME; echo error >&2"));
+  for_each_failure(
+      [&] {
+        int in = 77, out = 77, err = 77;
+        const pid_t pid =
+            process_spawn_pipe(print.get(), environment, nullptr, &in, &out, &err);
+        if (pid == -1) {
+          EXPECT_TRUE(fault::injected() && in == -1 && out == -1 && err == -1);
+          return;
+        }
+        close(in);
+        const std::string output = drain(out) + drain(err);
+        const int status = process_wait(pid);
+        // A variable that cannot be set is passed over.
+        const bool ran =
+            status == 0 && (output == "value\nerror\n" || output == "\nerror\n");
+        EXPECT_TRUE(ran || (status == 1 && output.empty())) << status << output;
+        EXPECT_TRUE(fault::injected() || output == "value\nerror\n");
+      },
+      11);
+  // Streams that change places, and one on the null device.
+  const int input = dup(0), file = open("file", O_RDWR | O_CLOEXEC);
+  dup2(file, 0);
+  const test::list_owner check(
+      sl_new("sh", "-c", "[ /proc/self/fd/1 -ef file ] || exit 2"));
+  for_each_failure(
+      [&] {
+        const pid_t pid = process_spawn_fd(check.get(), nullptr, nullptr, 1, 0, -1);
+        const int status = process_wait(pid);
+        EXPECT_TRUE(status == 0 || (fault::injected() && status == (pid == -1 ? -257 : 1)))
+            << status;
+      },
+      8);
+  dup2(input, 0);
+  close(file);
+  close(input);
 }
 
 TEST_F(Fault, HexDumpIsReplacedByAMessage) {

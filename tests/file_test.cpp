@@ -104,6 +104,35 @@ TEST_F(File, IsWrittenOverAndReportedWhenItCannotBe) {
   EXPECT_FALSE(path_exists("other"));
 }
 
+TEST_F(File, WritingEndsWithThePipesReader) {
+  ASSERT_EQ(mkfifo("pipe", 0600), 0);
+  const auto previous = signal(SIGPIPE, SIG_IGN);
+  std::thread reader([] { // leaves when more than a pipe holds is on its way
+    char byte;
+    const int fd = open("pipe", O_RDONLY | O_CLOEXEC);
+    EXPECT_EQ(read(fd, &byte, 1), 1);
+    close(fd);
+  });
+  EXPECT_FALSE(file_write_string("pipe", std::string(1'000'000, 'x').c_str()));
+  EXPECT_EQ(errno, EPIPE);
+  reader.join();
+  signal(SIGPIPE, previous);
+  EXPECT_EQ(log.fresh(),
+            "DEBUG: file_write_string: Failed to write file pipe: Broken pipe\n\n");
+}
+
+TEST_F(File, LocksAreThoseOfAFileNotOfItsName) {
+  const int held = file_write_lock("lock");
+  fs::remove("lock");
+  EXPECT_FALSE(file_write_is_locked("lock"));
+  const int other = file_write_lock("lock"); // does not wait
+  EXPECT_GE(other, 0);
+  file_unlock(held);
+  EXPECT_TRUE(file_write_is_locked("lock"));
+  file_unlock(other);
+  EXPECT_EQ(log.fresh(), "");
+}
+
 TEST_F(File, LocksExcludeEachOther) {
   const auto locked = [] { // against readers and against writers
     return std::pair(file_read_is_locked("lock"), file_write_is_locked("lock"));

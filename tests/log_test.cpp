@@ -119,6 +119,11 @@ TEST_F(Log, KeepsTheErrnoOfTheCaller) {
   EXPECT_EQ(text, std::string("ERROR: ") + strerror(EXDEV) + "\n");
   log_debug_hex("x", 1);
   EXPECT_EQ(errno, EXDEV);
+  log_close();
+  setvbuf(log_open_file("/dev/full", "w"), nullptr, _IONBF, 0);
+  errno = EXDEV;
+  log_msg(LOG_ERR, "for a full disk");
+  EXPECT_EQ(errno, EXDEV);
 }
 
 std::string dump_of(const std::string &bytes) {

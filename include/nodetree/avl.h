@@ -45,13 +45,13 @@ typedef int (*avl_comparator)(const void *key, const void *held_key, void *arg);
 /* The first two fields are laid out as those of an avl_node: the tree is the anchor of its
    own list. */
 typedef struct avl_tree {
-  avl_node *next;        /* first element; the tree itself when empty */
-  avl_node *prev;        /* last element; the tree itself when empty */
-  avl_node *root;        /* NULL when empty */
-  uint32_t count;        /* elements held, followers included */
-  bool allow_duplicates; /* whether an element whose key is held already is accepted */
-  avl_comparator compare;
-  void *compare_arg;
+  avl_node *next;         /* first element; the tree itself when empty */
+  avl_node *prev;         /* last element; the tree itself when empty */
+  avl_node *root;         /* NULL when empty */
+  uint32_t count;         /* elements held, followers included */
+  bool allow_duplicates;  /* whether an element whose key is held already is accepted */
+  avl_comparator compare; /* orders the keys */
+  void *compare_arg;      /* handed to every call of `compare` */
 } avl_tree;
 
 /* Makes `tree` empty and stores the three settings. */

@@ -46,10 +46,11 @@ NODETREE_API bool str_from_node(char **field, const node *n);
 NODETREE_API node *strn_into_node(char *const *field, node *target);
 NODETREE_API bool strn_from_node(char **field, const node *n);
 
-/* Cells. From a null node the field becomes NULL. A field without a cell is given one, also
-   when the node then proves to be of the wrong kind (it holds 0 or false); a field that has
-   one keeps it and, from a wrong kind, what it holds. int_ptr_from_node() keeps the low 32
-   bits of the integer. Any byte but 0 is true; bool_ptr_equals() compares the bytes. */
+/* Cells. int_new() makes one, for free(); NULL when memory runs out. From a null node the
+   field becomes NULL. A field without a cell is given one, also when the node then proves to
+   be of the wrong kind (it holds 0 or false); a field that has one keeps it and, from a wrong
+   kind, what it holds. int_ptr_from_node() keeps the low 32 bits of the integer. Any byte but
+   0 is true; bool_ptr_equals() compares the bytes. */
 NODETREE_API int *int_new(int value);
 NODETREE_API node *int_ptr_into_node(int *const *field, node *target);
 NODETREE_API bool int_ptr_from_node(int **field, const node *n);
@@ -57,6 +58,7 @@ NODETREE_API bool int_ptr_equals(int *const *a, int *const *b);
 NODETREE_API int int_ptr_fprint(int *const *field, FILE *stream);
 NODETREE_API void int_ptr_deinit(int **field);
 
+/* The same for booleans. */
 NODETREE_API bool *bool_new(bool value);
 NODETREE_API node *bool_ptr_into_node(bool *const *field, node *target);
 NODETREE_API bool bool_ptr_from_node(bool **field, const node *n);
@@ -64,6 +66,7 @@ NODETREE_API bool bool_ptr_equals(bool *const *a, bool *const *b);
 NODETREE_API int bool_ptr_fprint(bool *const *field, FILE *stream);
 NODETREE_API void bool_ptr_deinit(bool **field);
 
+/* The same for 64-bit integers. */
 NODETREE_API int64_t *node_int_new(int64_t value);
 NODETREE_API node *node_int_ptr_into_node(int64_t *const *field, node *target);
 NODETREE_API bool node_int_ptr_from_node(int64_t **field, const node *n);

@@ -29,7 +29,7 @@
  *
  * Without a context nothing is looked up: "get" and "path" fail without a message, "exists"
  * is false, and "range" skips its paths. A regular expression that takes PCRE2 more than
- * its default limits of steps and memory does not match.
+ * its default limits of steps and memory, or than there is, does not match.
  */
 #ifndef NODETREE_EXPR_H
 #define NODETREE_EXPR_H

@@ -26,6 +26,7 @@
 
 NODETREE_BEGIN
 
+/* A MessagePack decoder that is fed in chunks. */
 typedef struct msgpack_stream msgpack_stream;
 
 /* A decoder for any number of messages, one after another, in chunks of any size. Each

@@ -29,43 +29,45 @@
 
 NODETREE_BEGIN
 
+/* The kind of a node, and which part of its record holds the value. */
 typedef enum node_type
 #ifdef __cplusplus
     : uint32_t
 #endif
-{ NODE_NULL = 0,
-  NODE_OBJECT = 1,
-  NODE_ARRAY = 2,
-  NODE_INTEGER = 3,
-  NODE_REAL = 4,
-  NODE_STRING = 5,
-  NODE_BOOLEAN = 6,
-  NODE_LINK = 7 } node_type;
+{ NODE_NULL = 0,    /* no value */
+  NODE_OBJECT = 1,  /* value.children, by key too */
+  NODE_ARRAY = 2,   /* value.children */
+  NODE_INTEGER = 3, /* value.integer */
+  NODE_REAL = 4,    /* value.real */
+  NODE_STRING = 5,  /* value.string */
+  NODE_BOOLEAN = 6, /* value.boolean */
+  NODE_LINK = 7 /* value.link_path */ } node_type;
 
 /* The head of a circular list of children, and a child's place in it. */
 typedef struct node_list {
-  struct node_list *next;
-  struct node_list *prev;
+  struct node_list *next; /* of a head: the first child, or the head itself */
+  struct node_list *prev; /* of a head: the last child, or the head itself */
 } node_list;
 
+/* A value and its place in a tree. Made by the constructors below only. */
 typedef struct node {
-  node_type type;
+  node_type type; /* which part of `value` holds */
   union {
-    int64_t integer;
-    double real;
-    char *string;
-    bool boolean;
+    int64_t integer;    /* integers */
+    double real;        /* reals */
+    char *string;       /* strings; never NULL */
+    bool boolean;       /* booleans */
     char **link_path;   /* string list, one segment an entry */
     node_list children; /* objects and arrays; linked through list_entry, in order */
-  } value;
+  } value;              /* the value, by kind */
   avl_tree index;       /* objects: the children by key; all zero for other kinds */
   size_t child_count;   /* 0 for other kinds than containers */
   char *key;            /* NULL without a parent */
   avl_node index_entry; /* the place in the parent object's index */
   node_list list_entry; /* the place among the parent's children; NULL without a parent */
   struct node *parent;  /* NULL for a root */
-  uint32_t refcount;
-  uint32_t diff_hash; /* 0 until computed */
+  uint32_t refcount;    /* see node_ref() */
+  uint32_t diff_hash;   /* 0 until computed */
 } node;
 
 /* What a stream does with each value that it has completed: it takes the value over
@@ -73,8 +75,10 @@ typedef struct node {
    and must not free that stream; feeding it is refused (false). */
 typedef void (*node_value_callback)(node *value, void *user_data);
 
-/* ---- Making nodes: a root with one reference each, NULL when memory runs out ---- */
+/* ---- Making nodes ---- */
 
+/* A new root with one reference, the caller's; NULL when memory runs out. Objects and arrays
+   are empty. */
 NODETREE_API node *node_new_null(void);
 NODETREE_API node *node_new_object(void);
 NODETREE_API node *node_new_array(void);
@@ -98,6 +102,7 @@ NODETREE_API node *node_new_link(char **path);
 
 /* ---- Kinds and values ---- */
 
+/* Whether the node is of this kind; a container is an object or an array. */
 NODETREE_API bool node_is_null(const node *n);
 NODETREE_API bool node_is_object(const node *n);
 NODETREE_API bool node_is_array(const node *n);
@@ -106,27 +111,27 @@ NODETREE_API bool node_is_real(const node *n);
 NODETREE_API bool node_is_string(const node *n);
 NODETREE_API bool node_is_boolean(const node *n);
 NODETREE_API bool node_is_link(const node *n);
-NODETREE_API bool node_is_container(const node *n); /* object or array */
+NODETREE_API bool node_is_container(const node *n);
 
 /* "null", "object", "array", "integer", "real", "string", "boolean", "link", or "unknown"
    for a record whose kind has another number. A constant. */
 NODETREE_API const char *node_type_to_string(const node *n);
 
-/* The value of a node of this kind; another kind gives the default that stands beside it.
-   Kinds are never converted: the integer of a real is 0. Texts and lists are the node's
-   own. */
-NODETREE_API int64_t node_get_integer(const node *n);    /* 0 */
-NODETREE_API double node_get_real(const node *n);        /* 0.0 */
-NODETREE_API const char *node_get_string(const node *n); /* NULL */
-NODETREE_API bool node_get_boolean(const node *n);       /* false */
-NODETREE_API char **node_get_link_path(const node *n);   /* NULL */
+/* The value of a node of this kind; for another kind 0, 0.0, false, or NULL for a text and a
+   path. Kinds are never converted: the integer of a real is 0. Texts and lists are the
+   node's own. */
+NODETREE_API int64_t node_get_integer(const node *n);
+NODETREE_API double node_get_real(const node *n);
+NODETREE_API const char *node_get_string(const node *n);
+NODETREE_API bool node_get_boolean(const node *n);
+NODETREE_API char **node_get_link_path(const node *n);
 
 /* The node's own key; NULL for a root. */
 NODETREE_API const char *node_key(const node *n);
 
 /* ---- References and release ---- */
 
-/* Adds a reference. NULL is ignored. */
+/* Adds a reference, to be dropped with node_unref() or node_free(). NULL is ignored. */
 NODETREE_API void node_ref(node *n);
 
 /* Drops a reference: true when the node lives on (where it is, in its container if it has
@@ -163,6 +168,8 @@ NODETREE_API node *node_container_next(const node *container, const node *child)
    n). */
 NODETREE_API bool node_object_add(node *object, const char *key, node *child);
 
+/* The number of members, the first one, and the one after `child`: 0 and NULL for another
+   kind. */
 NODETREE_API size_t node_object_count(const node *object);
 NODETREE_API node *node_object_first(const node *object);
 NODETREE_API node *node_object_next(const node *object, const node *child);
@@ -192,6 +199,8 @@ NODETREE_API void node_object_move_children(node *destination, node *source);
 NODETREE_API bool node_array_append(node *array, node *child);
 NODETREE_API bool node_array_prepend(node *array, node *child);
 
+/* The number of elements, the first one, and the one after `child`: 0 and NULL for another
+   kind. */
 NODETREE_API size_t node_array_count(const node *array);
 NODETREE_API node *node_array_first(const node *array);
 NODETREE_API node *node_array_next(const node *array, const node *child);
@@ -228,7 +237,8 @@ NODETREE_API bool node_iterate_end(const node *root, const node *cursor);
  * in an array.
  */
 
-NODETREE_API node *node_parent(const node *n); /* NULL for a root */
+/* The container that holds the node; NULL for a root. */
+NODETREE_API node *node_parent(const node *n);
 
 /* The top of the node's tree; NULL for NULL. O(depth). */
 NODETREE_API node *node_root(const node *n);
@@ -279,8 +289,10 @@ NODETREE_API void **node_lookup_glob_sl(const node *start, char **path);
 NODETREE_API node *node_lookup_create(node *start, const char *path);
 NODETREE_API node *node_lookup_create_sl(node *start, char **path);
 
-/* ---- Whole trees: O(n) in the tree, and a search a member where objects differ in order;
-   node_fprint() also the length of what it writes ---- */
+/* ---- Whole trees ----
+ *
+ * These are O(n) in the tree, and a search a member where objects differ in order;
+ * node_fprint() also in the length of what it writes. */
 
 /* A deep copy as a new root. NULL for NULL and for an unknown kind. With `links` 0 links
    stay links, with 1 each is replaced by a copy of what it leads to in the end; links that

@@ -19,14 +19,16 @@
 
 NODETREE_BEGIN
 
+/* What a stream reads and writes. */
 typedef enum node_stream_format
 #ifdef __cplusplus
     : uint32_t
 #endif
 { NODE_STREAM_AUTO = 0, /* not yet known */
-  NODE_STREAM_JSON = 1,
-  NODE_STREAM_MSGPACK = 2 } node_stream_format;
+  NODE_STREAM_JSON = 1, /* JSON texts */
+  NODE_STREAM_MSGPACK = 2 /* MessagePack messages */ } node_stream_format;
 
+/* A decoder that is fed in chunks, and the encoder that goes with it. */
 typedef struct node_stream node_stream;
 
 /* A stream in the given format; any other number than the two means NODE_STREAM_AUTO. The
@@ -48,6 +50,7 @@ NODETREE_API bool node_stream_decode(node_stream *stream, const void *bytes, siz
 NODETREE_API bool node_stream_encode(const node_stream *stream, const node *n, char **data,
                                      size_t *size);
 
+/* The format; NODE_STREAM_AUTO until it is known. */
 NODETREE_API node_stream_format node_stream_get_format(const node_stream *stream);
 
 /* Releases the stream and whatever value is unfinished. NULL is ignored. */

@@ -29,6 +29,7 @@
  *  - changing the environment, if `environment` is given;
  *  - looking users up, if `user` is given;
  *  - writing to syslog, if that is the log and the child has something to report.
+ *
  * Handlers of the caller's signals are in force in the child for as long.
  */
 #ifndef NODETREE_PROCESS_H

@@ -26,6 +26,7 @@
 
 NODETREE_BEGIN
 
+/* A stream; its fields are for reading. */
 typedef struct stringstream {
   char *data;  /* owned by the record; NULL once taken */
   size_t size; /* bytes of data, the zero byte behind them not counted */
@@ -60,7 +61,7 @@ NODETREE_API char *stringstream_take_data(stringstream *stream);
 NODETREE_API bool stringstream_null_terminate(stringstream *stream);
 
 /*
- * Removes the first n bytes; does nothing when there are fewer than n.
+ * Removes the first n bytes; does nothing when there are fewer than n or the flush fails.
  *
  * An open stream is flushed first and set to write on right behind the bytes that are left,
  * so the text goes on without a gap and the size stays right at every later flush. On a

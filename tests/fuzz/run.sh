@@ -1,15 +1,18 @@
 #!/bin/sh
-# usage: run.sh BUILD_DIR SECONDS
-# Runs each fuzz target for so many seconds, and fails at the first finding, whose input is
-# left in BUILD_DIR/findings. A line of TARGET.seeds is an input in the escapes of printf;
-# what the runs discover goes to BUILD_DIR/corpus and is where the next run goes on.
+# usage: run.sh BUILD_DIR SECONDS [TARGET...]
+# Runs the fuzz targets that are named, or all, for so many seconds each, and fails at the
+# first finding, whose input is left in BUILD_DIR/findings. A line of TARGET.seeds is an
+# input in the escapes of printf; what the runs discover goes to BUILD_DIR/corpus and is
+# where the next run goes on.
 set -eu
 
 build=$1
 seconds=$2
+shift 2
 here=$(cd "$(dirname "$0")" && pwd)
+[ $# -gt 0 ] || set -- $(cd "$here" && ls -- *.seeds | sed 's/[.]seeds$//')
 
-for target in json msgpack node_stream; do
+for target; do
   seeds=$build/seeds/$target
   corpus=$build/corpus/$target
   mkdir -p "$seeds" "$corpus" "$build/findings"
@@ -20,11 +23,14 @@ for target in json msgpack node_stream; do
     env printf '%b' "$line" >"$seeds/$number"
   done <"$here/$target.seeds"
 
-  for encoding in json msgpack; do
-    case $target in
-    "$encoding" | node_stream) cat "$here/$encoding.dict" ;;
-    esac
-  done >"$build/$target.dict"
+  case $target in
+  node_stream) words='json msgpack' ;;
+  *) words=$target ;;
+  esac
+  echo '# words' >"$build/$target.dict"
+  for word in $words; do
+    [ ! -e "$here/$word.dict" ] || cat "$here/$word.dict"
+  done >>"$build/$target.dict"
 
   echo "fuzzing $target for $seconds s"
   "$build/tests/fuzz/fuzz_$target" -max_total_time="$seconds" -max_len=2048 -timeout=10 \

@@ -1,0 +1,44 @@
+"""The pages of the guide show the programs beside them, and what those print.
+
+Usage: guide_test.py BUILD_FOLDER SOURCE_FOLDER [LAUNCHER...]
+"""
+
+import pathlib
+import re
+import subprocess
+import sys
+import unittest
+
+BUILD = SOURCE = LAUNCHER = None
+
+
+def blocks(page, language):
+    return re.findall(rf"^```{language}\n(.*?)^```$", page, re.MULTILINE | re.DOTALL)
+
+
+class Guide(unittest.TestCase):
+    def test_pages(self):
+        programs = sorted(SOURCE.glob("*.c"))
+        self.assertGreater(len(programs), 6)
+        for program in programs:
+            with self.subTest(program.stem):
+                page = program.with_suffix(".md").read_text(encoding="utf-8")
+                self.assertEqual(blocks(page, "c"), [program.read_text(encoding="utf-8")])
+                done = subprocess.run([*LAUNCHER, BUILD / program.stem], encoding="utf-8", timeout=120,
+                                      stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+                self.assertEqual((done.returncode, [done.stdout]), (0, blocks(page, "text")))
+
+    def test_index_and_links(self):
+        """Every page is in the index, and every link in the guide leads to a file."""
+        index = (SOURCE / "README.md").read_text(encoding="utf-8")
+        for page in SOURCE.glob("*.md"):
+            for link in re.findall(r"\]\(([^)]*)\)", page.read_text(encoding="utf-8")):
+                self.assertTrue((SOURCE / link).exists(), f"{page.name}: {link}")
+            if page.name != "README.md":
+                self.assertIn(f"({page.name})", index)
+
+
+if __name__ == "__main__":
+    BUILD, SOURCE = map(pathlib.Path, sys.argv[1:3])
+    LAUNCHER = sys.argv[3:]
+    unittest.main(argv=sys.argv[:1])
