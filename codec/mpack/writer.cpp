@@ -1,5 +1,5 @@
-#include "string/big_endian.hpp"
 #include "codec/mpack/mpack.h"
+#include "string/big_endian.hpp"
 
 #include <bit>
 #include <cstdlib>
