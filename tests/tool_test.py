@@ -55,6 +55,19 @@ class Case(unittest.TestCase):
 
 
 class Commands(Case):
+    def test_dot(self):
+        start = "digraph {\n  node [shape=box];\n"
+        self.expect(["dot"], '{"a": [1, "\\"\\n"], "q\\"\\u0001": {}}', 0, start +
+                    '  n0 [label="/\\n{2}"];\n'
+                    '  n1 [label="a\\n[2]"];\n  n0 -> n1;\n'
+                    '  n2 [label="0\\n1"];\n  n1 -> n2;\n'
+                    r'  n3 [label="1\n\"\\\"\\n\""];' "\n  n1 -> n3;\n"
+                    r'  n4 [label="q\"?\n{0}"];' "\n  n0 -> n4;\n}\n")
+        self.expect(["dot", "/a/b/2"], VALUES, 0, start +
+                    r'  n0 [label="/a/b/2\n\"x\\ty\""];' "\n}\n")
+        self.expect(["dot", "/none"], VALUES, 1, "")
+        self.assertEqual(run("dot", "deep", text=DEEP)[1].count("\n"), 2 + 1000001 + 1000000 + 1)
+
     def test_get(self):
         for path, options, status, out in [
             ("/a/b/0", [], 0, "1\n"),

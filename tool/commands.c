@@ -114,5 +114,13 @@ const command commands[] = {
         .max_arguments = 2,
         .run = run_diff,
     },
+    {
+        .name = "dot",
+        .synopsis = "[PATH [FILE...]]",
+        .summary = "Draws the value at PATH, or all of it, as a graph for Graphviz.",
+        .example = "dot /server config.json | dot -Tsvg > server.svg",
+        .letters = "",
+        .run = run_dot,
+    },
     {.name = NULL},
 };

@@ -65,7 +65,7 @@ struct job {
 
 enum { STATUS_FOUND = 0, STATUS_NOTHING = 1, STATUS_FAILED = 2 };
 
-/* ---- look.c, eval.c, trees.c: the commands ---- */
+/* ---- look.c, eval.c, trees.c, dot.c: the commands ---- */
 
 void run_get(struct job *job, char **arguments);
 void run_glob(struct job *job, char **arguments);
@@ -76,6 +76,7 @@ void run_eval(struct job *job, char **arguments);
 void run_merge(struct job *job, char **arguments);
 void run_filter(struct job *job, char **arguments);
 void run_diff(struct job *job, char **arguments);
+void run_dot(struct job *job, char **arguments);
 
 /* ---- options.c ---- */
 
