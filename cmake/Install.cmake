@@ -31,6 +31,8 @@ function(install_man component page)
   endif()
 endfunction()
 install_man(devel nodetree.3)
+install(FILES tool/gdb/nodetree.py DESTINATION ${CMAKE_INSTALL_DATADIR}/nodetree/gdb
+  COMPONENT devel)
 install_man(tool nodetree-expressions.7)
 
 if(TARGET nodetree_tool)
