@@ -46,9 +46,8 @@ yajl_gen_status write_value(yajl_gen generator, const node *n) {
 }
 
 yajl_gen_status write_entered(yajl_gen generator, const ExpandingWalk &walk) {
-  const node *place = walk.place();
-  if (place->parent && place->parent->type == NODE_OBJECT && !walk.at_top()) {
-    yajl_gen_status status = write_text(generator, place->key);
+  if (const char *name = walk.name()) {
+    yajl_gen_status status = write_text(generator, name);
     if (status != yajl_gen_status_ok)
       return status;
   }
@@ -88,9 +87,8 @@ const char *write_tree(yajl_gen generator, ExpandingWalk &walk) {
       status = write_left(generator, walk.at());
       break;
     case ExpandingWalk::Step::circular:
-      return "a link leads back into itself";
     case ExpandingWalk::Step::failed:
-      return walk.too_many_links() ? "too many links" : "out of memory";
+      return walk.reason();
     case ExpandingWalk::Step::done:
       return nullptr;
     }

@@ -27,10 +27,8 @@ public:
         finish(walk_.at());
         break;
       case ExpandingWalk::Step::circular:
-        report("a link leads back into itself");
-        return false;
       case ExpandingWalk::Step::failed:
-        report(walk_.too_many_links() ? "too many links" : "out of memory");
+        report();
         return false;
       case ExpandingWalk::Step::done:
         return complete_;
@@ -40,9 +38,8 @@ public:
 
 private:
   void write_entered() {
-    const node *place = walk_.place();
-    if (place->parent && place->parent->type == NODE_OBJECT && !walk_.at_top())
-      mpack_write_cstr(writer_, place->key);
+    if (const char *name = walk_.name())
+      mpack_write_cstr(writer_, name);
     write_value(walk_.at());
   }
 
@@ -83,9 +80,10 @@ private:
       mpack_finish_array(writer_);
   }
 
-  void report(const char *reason) {
+  void report() {
     char *path = node_path(walk_.at());
-    log_msg(LOG_ERR, "Failed to encode MessagePack: %s: %s", path ? path : "?", reason);
+    log_msg(LOG_ERR, "Failed to encode MessagePack: %s: %s", path ? path : "?",
+            walk_.reason());
     std::free(path);
   }
 

@@ -32,6 +32,12 @@ public:
   }
   bool at_top() const { return place() == top_; }
 
+  // The name under which the entered value stands in an object of the walk; NULL elsewhere.
+  const char *name() const {
+    bool named = !at_top() && place()->parent->type == NODE_OBJECT;
+    return named ? place()->key : nullptr;
+  }
+
   void advance() {
     walk_.advance();
     settle();
@@ -45,8 +51,12 @@ public:
     settle();
   }
 
-  // Why the step is `failed`: too many links, or else no memory.
-  bool too_many_links() const { return links_.exhausted(); }
+  // Why the step is `circular` or `failed`.
+  const char *reason() const {
+    if (step_ == Step::circular)
+      return "a link leads back into itself";
+    return links_.exhausted() ? "too many links" : "out of memory";
+  }
 
 private:
   // Where to go on after the target that the walk is in, and the nearest ancestor of that
