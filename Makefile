@@ -25,7 +25,7 @@ SOURCES = $(shell find . -name build -prune -o -name '.?*' -prune -o -type f \
   \( -name '*.c' -o -name '*.h' -o -name '*.cpp' -o -name '*.hpp' \) -print | sort)
 # Translation units that the release build compiles, which is where clang-tidy takes their
 # options from; headers are checked through them.
-TIDY_SOURCES = $(filter-out ./bench/% ./tests/consumer/% ./tests/fuzz/%,\
+TIDY_SOURCES = $(filter-out ./bench/% ./tests/consumer/% ./tests/fuzz/% %/coverage_end.cpp,\
   $(filter %.c %.cpp,$(SOURCES)))
 
 .PHONY: all build demo test tsan valgrind lint format bench fuzz coverage install uninstall package \
@@ -81,8 +81,8 @@ bench:
 	$(INSTALL_PACKAGES) $(BENCH_PACKAGES)
 	cmake --preset bench
 	cmake --build build/bench -j $(JOBS) --target nodetree_bench --target nodetree_bench_trees
-	build/bench/bench/nodetree_bench $(FILES)
-	build/bench/bench/nodetree_bench_trees
+	build/bench/bench/nodetree_bench --chart=build/bench/bench.svg $(FILES)
+	build/bench/bench/nodetree_bench_trees --chart=build/bench/trees.svg
 
 fuzz:
 	$(INSTALL_PACKAGES) $(FUZZ_PACKAGES)
@@ -96,7 +96,9 @@ coverage:
 	cmake --build build/coverage -j $(JOBS)
 	find build/coverage -name '*.gcda' -delete
 	ctest --preset coverage -j $(JOBS)
-	gcovr --root . --exclude tests --exclude examples --exclude tool build/coverage
+	gcovr --root . $(patsubst %,--exclude %,tests examples docs tool) --json build/coverage.json build/coverage
+	gcovr --add-tracefile build/coverage.json
+	gcovr --add-tracefile build/coverage.json --exclude-throw-branches --branches
 
 # The binary interface against the description that is kept of it; abi-update renews that.
 abi abi-update:
@@ -113,8 +115,8 @@ install: build
 
 uninstall:
 	sed 's|^|$(DESTDIR)|' build/installed.txt | xargs -d '\n' rm -f
-	sed -n 's|/[^/]*$$||; \|/nodetree|s|^|$(DESTDIR)|p' build/installed.txt | sort -ru | \
-	  xargs -d '\n' -r rmdir --ignore-fail-on-non-empty
+	sed -n ':up; s|/[^/]*$$||; \|/nodetree|{p; b up}' build/installed.txt | sort -ru | \
+	  sed 's|^|$(DESTDIR)|' | xargs -d '\n' -r rmdir --ignore-fail-on-non-empty
 	rm build/installed.txt
 	if [ -z "$(DESTDIR)" ] && [ "$$(id -u)" -eq 0 ]; then ldconfig; fi
 
@@ -140,9 +142,9 @@ help:
 	@echo 'make tsan       distinct objects on distinct threads, under ThreadSanitizer'
 	@echo 'make valgrind   the test programs under valgrind'
 	@echo 'make lint       formatting, folder order and clang-tidy; make format repairs the first'
-	@echo 'make bench      benchmarks; FILES="a.json b.json" adds inputs'
+	@echo 'make bench      benchmarks, also drawn as build/bench/*.svg; FILES="a.json b.json" adds inputs'
 	@echo 'make fuzz       FUZZ_TARGETS, or all, for FUZZ_SECONDS=$(FUZZ_SECONDS) each; findings in build/fuzz/findings'
-	@echo 'make coverage   line coverage of the library'
+	@echo 'make coverage   which lines and branches of the library the tests reach'
 	@echo 'make install    install into PREFIX ($(PREFIX)), below DESTDIR if given; make uninstall'
 	@echo 'make package    Debian packages in build/package/packages'
 	@echo 'make abi        what has changed in the binary interface; make abi-update accepts it'

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <exception>
 #include <malloc.h>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -31,15 +32,33 @@ std::vector<char *> with_defaults(int argc, char **argv) {
   return result;
 }
 
+// Takes the option --chart out: its value, or an empty one.
+std::string take_chart_path(std::vector<char *> &arguments) {
+  constexpr std::string_view option = "--chart=";
+  std::string path;
+  std::erase_if(arguments, [&](const char *argument) {
+    bool found = std::string_view(argument).starts_with(option);
+    if (found)
+      path = argument + option.size();
+    return found;
+  });
+  return path;
+}
+
 } // namespace
 
-int run_program(int argc, char **argv, bool (*body)(std::span<char *const> arguments)) {
+int run_program(int argc, char **argv, program_body compare) {
   keep_heap();
   std::vector<char *> arguments = with_defaults(argc, argv);
+  std::string chart_path = take_chart_path(arguments);
   int count = static_cast<int>(arguments.size());
   benchmark::Initialize(&count, arguments.data());
   try {
-    bool succeeded = body({arguments.data() + 1, static_cast<std::size_t>(count - 1)});
+    chart picture;
+    bool succeeded =
+        compare({arguments.data() + 1, static_cast<std::size_t>(count - 1)}, picture);
+    if (!chart_path.empty())
+      write_svg(chart_path, picture);
     return succeeded ? EXIT_SUCCESS : EXIT_FAILURE;
   } catch (const std::exception &e) {
     std::fprintf(stderr, "%s\n", e.what());

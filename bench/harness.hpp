@@ -1,6 +1,8 @@
 // What the benchmark programs run under: settings that make times comparable.
 #pragma once
 
+#include "chart.hpp"
+
 #include <chrono>
 #include <functional>
 #include <span>
@@ -8,9 +10,13 @@
 
 namespace bench {
 
-// The main function of a benchmark program. `body` gets the arguments that are not options
-// and tells whether all measurements succeeded; what it throws ends the program.
-int run_program(int argc, char **argv, bool (*body)(std::span<char *const> arguments));
+// Measures what the arguments that are no options name, prints the results and draws them:
+// whether all measurements succeeded. What it throws ends the program.
+using program_body = bool (*)(std::span<char *const> arguments, chart &picture);
+
+// The main function of a benchmark program. Options are those of Google Benchmark and
+// --chart=FILE, which is where the picture goes; without it there is none.
+int run_program(int argc, char **argv, program_body compare);
 
 // Registers a measurement, which returns the time it took and may throw.
 void add_benchmark(const std::string &name,

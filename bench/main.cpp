@@ -44,9 +44,10 @@ bool measure(const bench::document &input, bench::collector &results) {
   return complete && !results.failed();
 }
 
-bool compare(std::span<char *const> files) {
+bool compare(std::span<char *const> files, bench::chart &picture) {
   std::vector<std::string> paths{bench::generated_name};
   paths.insert(paths.end(), files.begin(), files.end());
+  picture.series = bench::table_columns();
   bool succeeded = true;
   for (const std::string &path : paths) {
     bench::document input = bench::load_document(path);
@@ -54,6 +55,7 @@ bool compare(std::span<char *const> files) {
     succeeded = measure(input, results) && succeeded;
     print_table(stdout, input, results);
     std::fflush(stdout);
+    picture.panels.push_back(bench::draw_table(input, results));
   }
   return succeeded;
 }

@@ -248,23 +248,35 @@ constexpr comparison comparisons[] = {
     {"filter", "copy", "five patterns included, five excluded; node_clone()"},
 };
 
-void print_table(const bench::collector &measured, std::size_t bytes) {
-  std::printf("\nwhole trees, %zu bytes\n", bytes);
-  for (const comparison &row : comparisons) {
-    double base = measured.median(row.base);
-    if (base > 0)
-      std::printf("%-18s%8.2f  of %-18s%s\n", row.subject,
-                  measured.median(row.subject) / base, row.base, row.note);
-  }
+double ratio_of(const comparison &row, const bench::collector &measured) {
+  double base = measured.median(row.base);
+  return base > 0 ? measured.median(row.subject) / base : 0;
 }
 
-bool compare(std::span<char *const>) {
+void print_table(const bench::collector &measured, std::size_t bytes) {
+  std::printf("\nwhole trees, %zu bytes\n", bytes);
+  for (const comparison &row : comparisons)
+    std::printf("%-18s%8.2f  of %-18s%s\n", row.subject, ratio_of(row, measured), row.base,
+                row.note);
+}
+
+void draw_table(const bench::collector &measured, bench::chart &picture) {
+  picture.series = {"nodetree"};
+  bench::chart_panel &panel = picture.panels.emplace_back();
+  panel.title = "whole trees: times as ratios to the other of each pair, less is faster";
+  for (const comparison &row : comparisons)
+    panel.lanes.push_back(
+        {std::string(row.subject) + " / " + row.base, {ratio_of(row, measured)}});
+}
+
+bool compare(std::span<char *const>, bench::chart &picture) {
   inputs in;
   for (const measurement &row : measurements)
     bench::add_benchmark(row.name, [&] { return row.run(in); });
   bench::collector results;
   benchmark::RunSpecifiedBenchmarks(&results);
   print_table(results, in.text.size());
+  draw_table(results, picture);
   return !results.failed();
 }
 
