@@ -1,4 +1,5 @@
 #include "codec/json_tail.hpp"
+#include "codec/yajl_memory.hpp"
 #include "node/node_internal.hpp"
 #include "string/c_locale.hpp"
 
@@ -12,11 +13,12 @@
 using namespace nodetree;
 
 struct json_stream {
-  yajl_handle parser;
-  unsigned depth;    // containers open at this point of the text
-  node *root;        // the top-level value being built, or without a callback the last one
-  node *current;     // the innermost open container
-  char *pending_key; // the member name that waits for its value, NULL when none does
+  YajlMemory memory;
+  yajl_handle parser; // lives in that memory; NULL once it had too little
+  unsigned depth;     // containers open at this point of the text
+  node *root;         // the top-level value being built, or without a callback the last one
+  node *current;      // the innermost open container
+  char *pending_key;  // the member name that waits for its value, NULL when none does
   node_value_callback callback;
   void *user_data;
   char *key_buffer;       // where the pending key stands
@@ -192,9 +194,10 @@ json_stream *make_stream(const yajl_callbacks *parser_handlers) {
   auto *stream = static_cast<json_stream *>(std::calloc(1, sizeof(json_stream)));
   if (!stream)
     return nullptr;
-  stream->parser = yajl_alloc(parser_handlers, nullptr, stream);
-  if (!stream->parser) {
-    std::free(stream);
+  yajl_alloc_funcs memory = stream->memory.functions();
+  if (!stream->memory.run(
+          [&] { stream->parser = yajl_alloc(parser_handlers, &memory, stream); })) {
+    json_stream_free(stream);
     return nullptr;
   }
   yajl_config(stream->parser, yajl_allow_comments, 1);
@@ -208,35 +211,52 @@ void fail(json_stream *stream) {
   stream->tail.close_token();
 }
 
-// Runs the parser where the decimal sign is a point.
+// Runs the parser where the decimal sign is a point: what it returns, or an error when
+// memory runs out, which is the parser's end.
 template <class Run>
-yajl_status run_parser(json_stream *stream, Run run) {
+bool run_parser(json_stream *stream, Run run) {
   CNumericLocale locale;
   stream->locale = &locale;
-  yajl_status status = run(stream->parser);
+  bool good = false;
+  if (!stream->memory.run([&] { good = run(stream->parser); })) {
+    good = false;
+    stream->parser = nullptr;
+    stream->memory.release();
+  }
   stream->locale = nullptr;
-  return status;
+  return good;
+}
+
+void report(json_stream *stream, const unsigned char *text, size_t size) {
+  unsigned char *reason = nullptr;
+  bool told = stream->parser && stream->memory.run([&] {
+    reason = yajl_get_error(stream->parser, 1, text, size);
+  });
+  log_msg(LOG_ERR, "Failed to parse JSON: %s",
+          told ? reinterpret_cast<const char *>(reason) : "out of memory");
+  if (told)
+    yajl_free_error(stream->parser, reason);
 }
 
 bool feed(json_stream *stream, const unsigned char *text, size_t size) {
-  yajl_status status = run_parser(
-      stream, [&](yajl_handle parser) { return yajl_parse(parser, text, size); });
-  if (status == yajl_status_ok)
+  if (run_parser(stream, [=](yajl_handle parser) {
+        return yajl_parse(parser, text, size) == yajl_status_ok;
+      }))
     return true;
-  unsigned char *reason = yajl_get_error(stream->parser, 1, text, size);
-  log_msg(LOG_ERR, "Failed to parse JSON: %s",
-          reason ? reinterpret_cast<const char *>(reason) : "out of memory");
-  yajl_free_error(stream->parser, reason);
+  report(stream, text, size);
   fail(stream);
   return false;
 }
 
-// The parser overlooks a string that is unfinished behind a value. The newline does not: no
-// string may hold one.
-yajl_status complete(yajl_handle parser) {
+// The parser overlooks what is unfinished behind a value. A newline it does not, where that
+// is a string, which may hold none; and where it takes a bracket as well, that is in a
+// comment, for anywhere else nothing but white space may come.
+bool is_complete(yajl_handle parser) {
   static const unsigned char newline[] = {'\n'};
+  static const unsigned char bracket[] = {']'};
   yajl_parse(parser, newline, sizeof newline);
-  return yajl_complete_parse(parser);
+  return yajl_complete_parse(parser) == yajl_status_ok &&
+         yajl_parse(parser, bracket, sizeof bracket) != yajl_status_ok;
 }
 
 struct StreamFree {
@@ -257,8 +277,9 @@ json_stream *json_stream_new(node_value_callback callback, void *user_data) {
 }
 
 bool json_stream_parse(json_stream *stream, const void *bytes, size_t size) {
-  if (stream->locale)
-    return false; // called back by the parser, which cannot be entered twice
+  // Called back by the parser, which cannot be entered twice, or it is gone.
+  if (stream->locale || !stream->parser)
+    return false;
   auto *text = static_cast<const unsigned char *>(bytes);
   JsonTail &tail = stream->tail;
   if (tail.hold(text, size))
@@ -285,7 +306,7 @@ bool json_stream_parse_string(json_stream *stream, const char *text) {
 void json_stream_free(json_stream *stream) {
   if (!stream)
     return;
-  yajl_free(stream->parser);
+  stream->memory.release();
   node_free(stream->root);
   stream->tail.take_held();
   std::free(stream->key_buffer);
@@ -296,7 +317,7 @@ node *json_parse_buffer(const void *bytes, size_t size) {
   std::unique_ptr<json_stream, StreamFree> stream(make_stream(&handlers));
   if (!stream || !feed(stream.get(), static_cast<const unsigned char *>(bytes), size))
     return nullptr;
-  if (run_parser(stream.get(), complete) != yajl_status_ok) {
+  if (!run_parser(stream.get(), is_complete)) {
     log_msg(LOG_ERR, "Failed to parse JSON: incomplete value");
     return nullptr;
   }

@@ -1,7 +1,9 @@
+#include "codec/yajl_memory.hpp"
 #include "log/report.hpp"
 #include "node/expand.hpp"
 #include "string/c_locale.hpp"
 
+#include <algorithm>
 #include <cstring>
 #include <nodetree/file.h>
 #include <nodetree/json.h>
@@ -13,10 +15,69 @@ using namespace nodetree;
 namespace nodetree {
 namespace {
 
-struct GeneratorFree {
-  void operator()(yajl_gen generator) const { yajl_gen_free(generator); }
+// The text so far. What is written once there is no memory is dropped.
+class Output {
+public:
+  ~Output() { std::free(text_); }
+
+  static void write(void *output, const char *bytes, size_t size) {
+    auto *self = static_cast<Output *>(output);
+    if (size < self->room_ - self->length_ || self->grow(size)) {
+      std::memcpy(self->text_ + self->length_, bytes, size);
+      self->length_ += size;
+    }
+  }
+
+  // The whole text, ended; NULL when there was no memory for it.
+  char *take() {
+    if (failed_ || !text_)
+      return nullptr;
+    text_[length_] = '\0';
+    char *text = text_;
+    text_ = nullptr;
+    void *fitting = std::realloc(text, length_ + 1);
+    return fitting ? static_cast<char *>(fitting) : text;
+  }
+
+private:
+  // Makes room for so many bytes and the end.
+  bool grow(size_t size) {
+    size_t room = std::max<size_t>(2048, room_ * 2);
+    while (room - length_ <= size)
+      room *= 2;
+    void *moved = failed_ ? nullptr : std::realloc(text_, room);
+    failed_ = !moved;
+    if (failed_)
+      return false;
+    text_ = static_cast<char *>(moved);
+    room_ = room;
+    return true;
+  }
+
+  char *text_ = nullptr;
+  size_t length_ = 0, room_ = 0;
+  bool failed_ = false;
 };
-using Generator = std::unique_ptr<std::remove_pointer_t<yajl_gen>, GeneratorFree>;
+
+class Generator {
+public:
+  ~Generator() { memory_.release(); }
+
+  // NULL when memory runs out. The generator needs none later.
+  yajl_gen start(Output &output, bool compact) {
+    yajl_gen generator = nullptr;
+    yajl_alloc_funcs memory = memory_.functions();
+    if (!memory_.run([&] { generator = yajl_gen_alloc(&memory); }))
+      return nullptr;
+    yajl_gen_config(generator, yajl_gen_print_callback, Output::write, &output);
+    yajl_gen_config(generator, yajl_gen_beautify, compact ? 0 : 1);
+    yajl_gen_config(generator, yajl_gen_indent_string, "\t");
+    return generator;
+  }
+
+private:
+  YajlMemory memory_ = {};
+};
 
 yajl_gen_status write_text(yajl_gen generator, const char *text) {
   return yajl_gen_string(generator, reinterpret_cast<const unsigned char *>(text),
@@ -103,28 +164,20 @@ void report(const node *n, const char *reason) {
   std::free(path);
 }
 
-char *take_text(yajl_gen generator) {
-  const unsigned char *text = nullptr;
-  size_t length = 0;
-  if (yajl_gen_get_buf(generator, &text, &length) != yajl_gen_status_ok)
-    return nullptr;
-  return strndup(reinterpret_cast<const char *>(text), length);
-}
-
 } // namespace
 } // namespace nodetree
 
 char *json_stringify(const node *n, bool compact) {
-  Generator generator(yajl_gen_alloc(nullptr));
+  Output output;
+  Generator owner;
+  yajl_gen generator = owner.start(output, compact);
   if (!generator)
     return nullptr;
-  yajl_gen_config(generator.get(), yajl_gen_beautify, compact ? 0 : 1);
-  yajl_gen_config(generator.get(), yajl_gen_indent_string, "\t");
   ExpandingWalk walk(const_cast<node *>(n), true);
   const char *failure = nullptr;
   {
     CNumericLocale locale;
-    failure = write_tree(generator.get(), walk);
+    failure = write_tree(generator, walk);
   }
   if (failure) {
     if (walk.at()->type > NODE_LINK)
@@ -134,7 +187,7 @@ char *json_stringify(const node *n, bool compact) {
       report(failure == too_deep ? n : walk.at(), failure);
     return nullptr;
   }
-  char *text = take_text(generator.get());
+  char *text = output.take();
   if (!text)
     report(n, "out of memory");
   return text;

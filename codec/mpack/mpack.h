@@ -12,14 +12,11 @@
 enum mpack_error_t {
   mpack_ok = 0,
   mpack_error_io = 2,
-  mpack_error_invalid,
-  mpack_error_unsupported,
-  mpack_error_type,
-  mpack_error_too_big,
-  mpack_error_memory,
-  mpack_error_bug,
-  mpack_error_data,
-  mpack_error_eof
+  mpack_error_invalid = 3,
+  mpack_error_type = 5,
+  mpack_error_too_big = 6,
+  mpack_error_memory = 7,
+  mpack_error_data = 9
 };
 
 // The error's name, a constant.

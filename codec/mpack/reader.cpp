@@ -282,13 +282,10 @@ const char *mpack_error_to_string(mpack_error_t error) {
     NODETREE_NAME(mpack_ok);
     NODETREE_NAME(mpack_error_io);
     NODETREE_NAME(mpack_error_invalid);
-    NODETREE_NAME(mpack_error_unsupported);
     NODETREE_NAME(mpack_error_type);
     NODETREE_NAME(mpack_error_too_big);
     NODETREE_NAME(mpack_error_memory);
-    NODETREE_NAME(mpack_error_bug);
     NODETREE_NAME(mpack_error_data);
-    NODETREE_NAME(mpack_error_eof);
 #undef NODETREE_NAME
   }
   return "(unknown mpack_error_t)";

@@ -13,10 +13,6 @@
  * infinite, a node of an unknown kind. The reason is logged at LOG_ERR.
  *
  * Parse failures are logged at LOG_ERR as "Failed to parse JSON: " and the reason.
- *
- * Memory. What is said here of running out of it holds for the library's own requests. The
- * parser and the generator below us ask for some too and do not check it: where that cannot
- * be had, the program crashes.
  */
 #ifndef NODETREE_JSON_H
 #define NODETREE_JSON_H
