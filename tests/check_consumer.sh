@@ -28,8 +28,6 @@ build_by_pkg_config() { # name, flags
   # shellcheck disable=SC2086 # one word a flag
   ${CC:-cc} -std=c11 "$consumer/main.c" -o "$work/$1_c" $flags
   # shellcheck disable=SC2086
-  ${CXX:-c++} -std=c++17 "$consumer/main.cpp" -o "$work/$1_cpp" $flags
-  # shellcheck disable=SC2086
   ${CXX:-c++} -std=c++17 -fno-exceptions -fno-rtti "$consumer/main_hpp.cpp" \
     -o "$work/$1_hpp" $flags
 }
@@ -43,8 +41,7 @@ build_by_pkg_config shared "$(pkg-config --cflags --libs nodetree) -Wl,-rpath,$l
   -DCMAKE_C_COMPILER="${CC:-cc}" -DCMAKE_CXX_COMPILER="${CXX:-c++}" >/dev/null
 "$cmake" --build "$work/cmake" >/dev/null
 
-run "$work/shared_c" "$work/shared_cpp" "$work/shared_hpp" "$work/cmake/shared_c" \
-  "$work/cmake/shared_cpp" "$work/cmake/shared_hpp"
+run "$work/shared_c" "$work/shared_hpp" "$work/cmake/shared_c" "$work/cmake/shared_hpp"
 
 # The installed command, where the build has one, finds the library beside it.
 if [ -x "$prefix/bin/nodetree" ]; then
@@ -60,5 +57,4 @@ fi
 rm "$libdir"/libnodetree.so*
 build_by_pkg_config static "$(pkg-config --cflags --static --libs nodetree)"
 rm "$libdir/libnodetree.a"
-run "$work/static_c" "$work/static_cpp" "$work/static_hpp" "$work/cmake/static_c" \
-  "$work/cmake/static_cpp" "$work/cmake/static_hpp"
+run "$work/static_c" "$work/static_hpp" "$work/cmake/static_c" "$work/cmake/static_hpp"

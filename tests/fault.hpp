@@ -4,9 +4,17 @@
 #include <functional>
 
 // Failing calls on purpose. A program that links fault.cpp has its own malloc family and its
-// own doors to the system, in which a chosen call made by the library's own code fails; what
-// libc, the JSON parser and the test itself ask for is always granted.
+// own doors to the system, in which a chosen call made by the library's own code fails, and
+// what that asks for on behalf of the JSON parser; what libc, PCRE2 and the test itself ask
+// for is always granted.
 namespace fault {
+
+// Whether allocations fail as well: not where AddressSanitizer has its own malloc family.
+#ifdef __SANITIZE_ADDRESS__
+constexpr bool allocations = false;
+#else
+constexpr bool allocations = true;
+#endif
 
 // Whether a call has been failed in the body that is running, or in a child of it.
 bool injected();

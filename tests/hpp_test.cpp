@@ -3,11 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
 using namespace nodetree;
+using namespace std::string_literals;
+using namespace std::string_view_literals;
 
 namespace {
 
@@ -35,20 +36,15 @@ unsigned references(View n) {
 
 // What is released twice or never shows under AddressSanitizer and valgrind.
 TEST(Owner, MovesAndReleasesOnce) {
-  Node a = Node::integer(1);
-  Node b = std::move(a);
-  EXPECT_FALSE(a);
-  EXPECT_EQ(json(b), "1");
+  Node a = Node::integer(1), b = std::move(a);
+  EXPECT_EQ(json(a) + json(b), "nothing1");
   b = Node::integer(2);
   Node &same = b;
   b = std::move(same);
-  EXPECT_EQ(json(b), "2");
   a = Node::adopt(b.release());
-  EXPECT_FALSE(b);
-  std::swap(a, b);
-  EXPECT_EQ(json(b), "2");
-  b.reset();
-  EXPECT_FALSE(b);
+  EXPECT_EQ(json(a) + json(b), "2nothing");
+  a.reset();
+  EXPECT_FALSE(a);
 
   Bytes bytes = Bytes::adopt(strdup("abc"), 3);
   const Bytes taken = std::move(bytes);
@@ -59,19 +55,13 @@ TEST(Owner, MovesAndReleasesOnce) {
 
 TEST(Owner, ContainersTakeChildrenOverOrLeaveThem) {
   const Node object = Node::object(), array = Node::array();
-  Node child = Node::string("x");
+  Node child = Node::string("x"), kept = Node::integer(2);
   EXPECT_TRUE(object.add("a", std::move(child)));
   EXPECT_FALSE(child);
-  EXPECT_FALSE(object.add("a", Node::integer(1)));
-  Node kept = Node::integer(2);
-  EXPECT_FALSE(object.add("a", std::move(kept)));
-  EXPECT_FALSE(object.append(std::move(kept)));
-  EXPECT_FALSE(array.add("a", std::move(kept)));
-  EXPECT_FALSE(object.add("b", Node()));
-  EXPECT_TRUE(kept);
-  EXPECT_TRUE(array.append(std::move(kept)));
-  EXPECT_TRUE(array.prepend(Node::null()));
-  EXPECT_TRUE(object.add(std::string("array"), array.share()));
+  EXPECT_FALSE(object.add("a", std::move(kept)) || object.append(std::move(kept)) ||
+               array.add("a", std::move(kept)) || object.add("b", Node()));
+  EXPECT_TRUE(array.append(std::move(kept)) && array.prepend(Node::null()) &&
+              object.add("array", array.share()));
   EXPECT_EQ(json(object), R"({"a":"x","array":[null,2]})");
   object.del("a");
   object.del("none");
@@ -85,14 +75,12 @@ TEST(Owner, ContainersTakeChildrenOverOrLeaveThem) {
 
 TEST(Owner, ShareAndDetach) {
   Node tree = Node::from_json(R"({"a":{"b":1},"c":2})");
-  Node shared = tree["a"].share();
+  const Node shared = tree["a"].share();
   EXPECT_EQ(references(shared), 2U);
-  EXPECT_FALSE(tree.detach());
-  EXPECT_FALSE(View().detach());
+  EXPECT_FALSE(tree.detach() || View().detach());
   const Node c = tree["c"].detach();
   EXPECT_EQ(references(c), 1U);
   tree["a"]["b"].detach();
-  EXPECT_EQ(json(tree), R"({"a":{}})");
   { const Node dropped = tree["a"].share(); } // an owner leaves the node in its container
   EXPECT_EQ(json(tree), R"({"a":{}})");
   tree.reset();
@@ -113,40 +101,30 @@ TEST(Owner, MergeTakesTheSourceWhereverItStands) {
   EXPECT_EQ(json(target), R"({"a":2,"o":{"x":1,"y":"text"},"b":[3]})");
 
   Node inside = target["o"].share(), self = target.share();
-  EXPECT_FALSE(target.merge(std::move(inside)));
-  EXPECT_FALSE(target["o"].merge(std::move(self)));
-  EXPECT_FALSE(target.merge(std::move(self)));
-  EXPECT_FALSE(target.merge(Node()));
+  EXPECT_FALSE(target.merge(std::move(inside)) || target["o"].merge(std::move(self)) ||
+               target.merge(std::move(self)) || target.merge(Node()));
   EXPECT_TRUE(inside && self);
   EXPECT_EQ(references(target), 2U);
 }
 
 TEST(Views, ReadAndFind) {
   const Node tree = Node::from_json(R"({"i":7,"r":0.5,"b":true,"s":"","a":[1,[2]]})");
-  EXPECT_EQ(tree["i"].get_integer(), 7);
-  EXPECT_EQ(tree["r"].get_real(), 0.5);
-  EXPECT_TRUE(tree["b"].get_boolean());
+  EXPECT_TRUE(tree["i"].get_integer() == 7 && tree["r"].get_real() == 0.5 &&
+              tree["b"].get_boolean());
   EXPECT_NE(tree["s"].get_string().data(), nullptr);
   EXPECT_EQ(tree["i"].get_string().data(), nullptr);
-  EXPECT_EQ(tree["a"][1].lookup("0").get_integer(), 2);
-  EXPECT_EQ(tree["a"].lookup_sl(StringList{"", "a", "0"}).get_integer(), 1);
+  EXPECT_EQ(json(tree["a"][1].lookup("0")), "2");
+  EXPECT_EQ(json(tree["a"].lookup_sl(StringList{"", "a", "0"})), "1");
   EXPECT_EQ(text(tree.lookup("a/1/0").path()), "/a/1/0");
-  EXPECT_EQ(tree["a"].key(), "a");
+  EXPECT_TRUE(tree["a"].key() == "a" && tree["a"].type() == NODE_ARRAY);
   EXPECT_EQ(tree.key().data(), nullptr);
   EXPECT_EQ(tree["a"][0].root().get(), tree.get());
-  EXPECT_EQ(tree["i"].type(), NODE_INTEGER);
   EXPECT_FALSE(tree["none"]["deeper"][0].lookup("/x").get_child("y"));
   EXPECT_TRUE(tree["none"].lookup_glob("*").empty());
-  EXPECT_TRUE(View().members().begin() == View().members().end());
-
-  std::string found;
-  for (View v : tree.lookup_glob("/a/*"))
-    found += json(v) + " ";
-  EXPECT_EQ(found, "1 [2] ");
 
   const View made = tree.lookup_create("/new/path");
   EXPECT_TRUE(made.parent().add("link", Node::link(StringList{"", "i"})));
-  EXPECT_EQ(tree.lookup("/new/link").follow_link().get_integer(), 7);
+  EXPECT_EQ(json(tree.lookup("/new/link").follow_link()), "7");
   EXPECT_EQ(tree.lookup("/new/link").get_link_path().size(), 2U);
   EXPECT_EQ(json(tree["new"].copy(CopyLinks::omit)), R"({"path":{}})");
   EXPECT_TRUE(tree["new"].clone()["link"].is_link());
@@ -162,28 +140,25 @@ TEST(Views, Ranges) {
     seen += json(v) + ";";
   for (View v : tree.leaves())
     seen += text(v.path()) + ";";
-  EXPECT_EQ(seen, "a=1;b=[10,20,30];c={};10;20;30;/;/a;/b/0;/b/1;/b/2;/c;");
+  for (View v : tree["b"].leaves()) // goes no further
+    seen += json(v) + ";";
+  for (View v : tree.lookup_glob("/b/*"))
+    seen += json(v) + ";";
+  EXPECT_EQ(seen, "a=1;b=[10,20,30];c={};10;20;30;/;/a;/b/0;/b/1;/b/2;/c;"
+                  "[10,20,30];10;20;30;10;20;30;");
 
   const auto count = [](auto range) { return std::distance(range.begin(), range.end()); };
-  EXPECT_EQ(
-      count(tree.elements()) + count(tree["b"].members()) + count(tree["a"].children()), 0);
+  EXPECT_EQ(count(tree.elements()) + count(tree["b"].members()) +
+                count(tree["a"].children()) + count(View().members()),
+            0);
   EXPECT_EQ(count(tree.children()) + count(tree["b"].children()), 6);
-  EXPECT_EQ(count(tree["b"].leaves()), 4);
-  const auto members = tree.members();
-  const auto at = std::find_if(members.begin(), members.end(),
-                               [](Member m) { return m.value.is_array(); });
-  EXPECT_EQ((*at).key, "b");
 
-  // The current child may go.
-  const Node kept = Node::array();
+  const Node kept = Node::array(); // the current child may go
   for (View v : tree["b"].elements())
     if (v.get_integer() != 20) {
       EXPECT_TRUE(kept.append(v.detach()));
     }
-  for (auto [key, value] : tree.members())
-    if (key != "b")
-      value.detach();
-  EXPECT_EQ(json(tree) + json(kept), R"({"b":[20]}[10,30])");
+  EXPECT_EQ(json(tree["b"]) + json(kept), "[20][10,30]");
 }
 
 TEST(Texts, OfEveryKindNameTheSame) {
@@ -192,11 +167,8 @@ TEST(Texts, OfEveryKindNameTheSame) {
     const std::string name(size, 'k'), longer = name + "tail";
     const std::string_view part = std::string_view(longer).substr(0, size);
     ASSERT_TRUE(tree.add(part, Node::integer(std::int64_t(size)))) << size;
-    EXPECT_FALSE(tree.add(name, Node::null())) << size;
-    for (const View found : {tree[part], tree[name], tree[name.c_str()]}) {
-      ASSERT_TRUE(found) << size;
-      EXPECT_EQ(found.get_integer(), std::int64_t(size));
-    }
+    for (const View found : {tree[part], tree[name], tree[name.c_str()]})
+      EXPECT_EQ(json(found), std::to_string(size));
   }
   EXPECT_TRUE(tree[std::string_view()]);
   EXPECT_FALSE(tree[static_cast<const char *>(nullptr)]);
@@ -204,19 +176,13 @@ TEST(Texts, OfEveryKindNameTheSame) {
 
 // A text with a NUL is not taken for what stands before the NUL.
 TEST(Texts, WithANulNameNothing) {
-  using namespace std::string_literals;
-  using namespace std::string_view_literals;
   const Node tree = Node::from_json(R"({"a":1,"":2})");
-  EXPECT_FALSE(tree["a\0b"s]);
-  EXPECT_FALSE(tree.lookup("a\0b"sv));
-  EXPECT_FALSE(tree.add("c\0"sv, Node::null()));
-  EXPECT_FALSE(tree.equals_json("null\0"sv));
-  EXPECT_FALSE(Node::read_json("\0"sv));
+  EXPECT_FALSE(tree["a\0b"s] || tree.lookup("a\0b"sv) || Node::read_json("\0"sv));
+  EXPECT_FALSE(tree.add("c\0"sv, Node::null()) || tree.equals_json("null\0"sv));
   tree.del("a\0b"sv);
   EXPECT_EQ(json(tree), R"({"a":1,"":2})");
   EXPECT_EQ(json(Node::string("a\0b"sv)) + json(Node::string({})), R"("a""")");
-  EXPECT_FALSE(Node::from_json({}));
-  EXPECT_FALSE(Node::from_json("1\0"sv));
+  EXPECT_FALSE(Node::from_json({}) || Node::from_json("1\0"sv) || Node::from_msgpack({}));
 }
 
 TEST(Lists, OwnAndIterate) {
@@ -224,19 +190,18 @@ TEST(Lists, OwnAndIterate) {
   EXPECT_TRUE(list.append(std::string_view("cc").substr(1)));
   EXPECT_FALSE(list.append(nullptr));
   list.sort();
-  EXPECT_EQ(text(list.join(",")), "a,b,c");
   const StringList moved = std::move(list);
   EXPECT_TRUE(list.empty());
+  EXPECT_EQ(text(moved.join(",")), "a,b,c");
   EXPECT_EQ(std::vector<std::string_view>(moved.begin(), moved.end()),
             (std::vector<std::string_view>{"a", "b", "c"}));
-  EXPECT_TRUE(moved.contains("b") && moved.equals(moved.copy()));
-  EXPECT_TRUE(moved.equals(StringList::split("a:b:c", ':')));
+  EXPECT_TRUE(moved.contains("b") && moved.equals(moved.copy()) &&
+              moved.equals(StringList::split("a:b:c", ':')));
   const StringList nothing, empty = StringList::adopt(_sl_new(nullptr));
   EXPECT_TRUE(nothing.begin() == nothing.end() && empty.begin() == empty.end());
 
   int one = 1, two = 2, sum = 0;
-  const auto values = ValueList<int *>::adopt(vl_new(&one, &two));
-  for (const int *value : values)
+  for (const int *value : ValueList<int *>::adopt(vl_new(&one, &two)))
     sum += *value;
   EXPECT_EQ(sum, 3);
 }
@@ -249,7 +214,6 @@ TEST(Trees, FilterDifferenceEquality) {
   to.filter(StringList{"/a", "/b"}, StringList{"/b"}, &removed);
   EXPECT_EQ(text(removed.join(" ")), "before /c /b");
   EXPECT_EQ(json(from.diff(to)), R"({"b":null,"c":null})");
-  EXPECT_FALSE(from.diff(from));
   to.filter({});
   EXPECT_EQ(json(to), R"({"a":1})");
 }
@@ -259,21 +223,18 @@ TEST(Trees, EvaluationGivesAReferenceAndAMessage) {
   Text error = Text::adopt(strdup("old"));
   const Node port = Node::from_json(R"(["get","/port"])").eval(context, &error);
   EXPECT_FALSE(error);
-  EXPECT_EQ(references(port), 2U);
-  EXPECT_FALSE(Node::from_json(R"(["frob"])").eval(context, &error));
+  EXPECT_TRUE(references(port) == 2 && port.coerce_bool());
+  EXPECT_FALSE(Node::from_json(R"(["frob"])").eval({}, &error));
   EXPECT_NE(text(error).find("frob"), std::string::npos);
   EXPECT_FALSE(Node::from_json(R"(["frob"])").eval({}));
-  EXPECT_TRUE(port.coerce_bool());
 }
 
 TEST(Codecs, RoundTrips) {
   const Node tree = Node::from_json(R"({"a":[1,"x"]})");
-  std::string two = text(tree.to_msgpack());
-  two += two;
+  const std::string two = text(tree.to_msgpack()) + text(tree.to_msgpack());
   std::size_t used = 0;
   EXPECT_TRUE(Node::from_msgpack(two, &used).equals(tree));
   EXPECT_EQ(used * 2, two.size());
-  EXPECT_FALSE(Node::from_msgpack({}));
   const std::string file = testing::TempDir() + "nodetree_hpp_test.json";
   EXPECT_TRUE(tree.write_json(file, false));
   EXPECT_TRUE(Node::read_json(file).equals(tree));
@@ -291,26 +252,22 @@ struct Counter {
 
 TEST(Streams, CallWhatTheyOwnOrRefer) {
   int calls = 0;
-  {
-    NodeStream owning(NODE_STREAM_JSON, Counter{&calls, {}});
-    EXPECT_TRUE(owning.decode("{\"a\":") && owning.decode("1}[2] ") && owning.decode({}));
-  }
+  NodeStream owning(NODE_STREAM_JSON, Counter{&calls, {}});
+  EXPECT_TRUE(owning.decode("{\"a\":") && owning.decode("1}[2] ") && owning.decode({}));
   EXPECT_EQ(calls, 2);
   Counter counter{&calls, {}};
-  {
-    NodeStream referring(NODE_STREAM_MSGPACK, counter);
-    EXPECT_TRUE(referring.decode("\x01\x02"));
-    EXPECT_EQ(json(counter.last), "2");
-    EXPECT_TRUE(referring.decode(std::string_view("\xc4\x01x", 3)));
-    EXPECT_FALSE(counter.last); // no node form
-    EXPECT_FALSE(referring.decode("\xc1") || referring.decode("\x01"));
-  }
+  NodeStream referring(NODE_STREAM_MSGPACK, counter);
+  EXPECT_TRUE(referring.decode("\x01\x02"));
+  EXPECT_EQ(json(counter.last), "2");
+  EXPECT_TRUE(referring.decode("\xc4\x01x"sv));
+  EXPECT_FALSE(counter.last); // no node form
+  EXPECT_FALSE(referring.decode("\xc1") || referring.decode("\x01"));
   EXPECT_EQ(calls, 5);
 }
 
+// And cannot be fed by what they call.
 TEST(Streams, AnswerInKind) {
-  for (const std::string_view bytes :
-       {std::string_view("{\"a\":1}"), std::string_view("\x81\xa1\x61\x01")}) {
+  for (const auto bytes : {"{\"a\":1}{\"b\":[1]}"sv, "\x81\xa1\x61\x01\x80"sv}) {
     std::string answers;
     NodeStream stream(NODE_STREAM_AUTO, [&answers](Node value, auto &self) {
       EXPECT_FALSE(self.decode("{}"));

@@ -1,5 +1,4 @@
-// Random trees and a short form of JSON, for tests that compare the library with slow
-// models.
+// Random trees, for tests that compare the library with slow models.
 #ifndef NODETREE_TESTS_RANDOM_TREE_HPP
 #define NODETREE_TESTS_RANDOM_TREE_HPP
 
@@ -8,16 +7,6 @@
 #include <random>
 
 namespace test {
-
-inline std::string swap_quotes(std::string text, char from, char to) {
-  std::replace(text.begin(), text.end(), from, to);
-  return text;
-}
-
-// make() with ' for ".
-inline tree quoted(const std::string &text) {
-  return make(swap_quotes(text, '\'', '"'));
-}
 
 class dice {
 public:
@@ -33,7 +22,7 @@ inline node *random_tree(dice &roll, int depth, const std::vector<const char *> 
   static const char *const keys[] = {"a", "b", "0"};
   unsigned kind = depth > 0 ? roll(4) : 0;
   if (kind == 0)
-    return quoted(leaves[roll(leaves.size())]).release();
+    return make(leaves[roll(leaves.size())]).release();
   node *made = kind < 3 ? node_new_object() : node_new_array();
   for (unsigned first = roll(3), i = 0, count = 1 + roll(3); i < count; i++) {
     node *child = random_tree(roll, depth - 1, leaves);

@@ -8,9 +8,12 @@
 #include <gtest/gtest.h>
 #include <locale.h>
 #include <pthread.h>
+#include <sys/time.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <clocale>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -62,6 +65,40 @@ inline void write_file(const std::string &path, const std::string &data) {
 inline std::string file_content(const std::string &path) {
   std::ifstream in(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), {}};
+}
+
+inline std::string drain(int fd) {
+  std::string text;
+  char buffer[4096];
+  for (ssize_t count; (count = read(fd, buffer, sizeof buffer)) > 0;)
+    text.append(buffer, static_cast<size_t>(count));
+  EXPECT_EQ(close(fd), 0);
+  return text;
+}
+
+inline auto open_descriptors() {
+  const std::filesystem::directory_iterator all("/proc/self/fd");
+  return std::distance(begin(all), end(all));
+}
+
+// What `wait` returns while signals come, the tenth of which closes what it waits for.
+inline int wait_through_signals(int descriptor, const std::function<int()> &wait) {
+  static std::atomic<int> signals, held;
+  signals = 0;
+  held = descriptor;
+  struct sigaction action = {}, previous;
+  action.sa_handler = [](int) {
+    if (++signals == 10)
+      close(held);
+  };
+  sigaction(SIGALRM, &action, &previous); // without SA_RESTART
+  const itimerval often = {{0, 5000}, {0, 5000}}, never = {};
+  setitimer(ITIMER_REAL, &often, nullptr);
+  const int result = wait();
+  setitimer(ITIMER_REAL, &never, nullptr);
+  EXPECT_GE(signals, 10) << "a signal has ended the wait";
+  sigaction(SIGALRM, &previous, nullptr);
+  return result;
 }
 
 // A new folder, the working directory while it lives.

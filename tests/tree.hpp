@@ -15,24 +15,26 @@ inline std::string where(const node *n) {
   return n != nullptr ? take(node_path(n)) : "NULL";
 }
 
-inline node *from_entry(const node_list *entry) {
-  auto *bytes = const_cast<char *>(reinterpret_cast<const char *>(entry));
-  return reinterpret_cast<node *>(bytes - offsetof(node, list_entry));
-}
-
 inline std::vector<node *> children(const node *n) {
   std::vector<node *> found;
-  if (n->type != NODE_OBJECT && n->type != NODE_ARRAY)
-    return found;
-  for (const node_list *e = n->value.children.next; e != &n->value.children; e = e->next) {
-    if (found.size() > n->child_count)
-      break; // a broken ring must not hang the test
-    found.push_back(from_entry(e));
-  }
+  if (node_is_container(n)) // a broken ring must not hang the test
+    for (node *child = node_container_first(n);
+         child != nullptr && found.size() <= n->child_count;
+         child = node_container_next(n, child))
+      found.push_back(child);
   return found;
 }
 
-// The segments of a path text, and the list form of segments for a call.
+// All nodes of a tree, containers before what they hold.
+inline std::vector<node *> all_nodes(const node *top) {
+  std::vector<node *> found{const_cast<node *>(top)};
+  for (size_t i = 0; i < found.size(); i++)
+    for (node *child : children(found[i]))
+      found.push_back(child);
+  return found;
+}
+
+// The segments of a path text, and their list form.
 inline std::vector<std::string> split(const std::string &path) {
   std::vector<std::string> segments;
   for (size_t at = 0; at < path.size();) {
@@ -43,45 +45,28 @@ inline std::vector<std::string> split(const std::string &path) {
   return segments;
 }
 
-class segment_list {
-public:
-  explicit segment_list(const std::vector<std::string> &segments) {
-    for (const std::string &s : segments)
-      entries.push_back(const_cast<char *>(s.c_str()));
-    entries.push_back(nullptr);
-  }
-  operator char **() { return entries.data(); }
-
-private:
-  std::vector<char *> entries;
-};
+inline list_owner path_list(const std::string &path) {
+  return list_owner(path.empty() ? _sl_new(nullptr) : sl_split(path.c_str(), '/'));
+}
 
 inline node *new_link(const std::string &path) {
-  std::vector<std::string> segments = split(path);
-  return node_new_link(segment_list(segments));
+  return node_new_link(path_list(path).get());
 }
 
-// The tree of a JSON text in which every string "->PATH" stands for a link to PATH.
-inline node *with_links(const node *n) {
-  if (n->type == NODE_STRING && std::strncmp(n->value.string, "->", 2) == 0)
-    return new_link(n->value.string + 2);
-  if (n->type != NODE_OBJECT && n->type != NODE_ARRAY)
-    return node_copy(n, 0);
-  node *made = n->type == NODE_OBJECT ? node_new_object() : node_new_array();
-  for (const node *child : children(n))
-    EXPECT_TRUE(n->type == NODE_OBJECT
-                    ? node_object_add(made, child->key, with_links(child))
-                    : node_array_append(made, with_links(child)));
-  return made;
+inline std::string swap_quotes(std::string text, char from, char to) {
+  std::replace(text.begin(), text.end(), from, to);
+  return text;
 }
 
+// The tree of a JSON text, which may have ' for ", and in which every string "->PATH"
+// stands for a link to PATH.
 inline tree make(const std::string &text) {
-  tree parsed(json_parse_buffer(text.data(), text.size()));
-  if (parsed == nullptr) {
-    ADD_FAILURE() << "bad test text " << text;
-    return tree(node_new_null());
-  }
-  return tree(with_links(parsed.get()));
+  tree made(json_parse_string(swap_quotes(text, '\'', '"').c_str()));
+  EXPECT_NE(made, nullptr) << "bad test text " << text;
+  for (node *n = made.get(); n != nullptr; n = node_iterate(n))
+    if (n->type == NODE_STRING && std::strncmp(n->value.string, "->", 2) == 0)
+      node_merge(n, new_link(n->value.string + 2));
+  return made != nullptr ? std::move(made) : tree(node_new_null());
 }
 
 inline std::string compact(const node *n) {
@@ -90,6 +75,32 @@ inline std::string compact(const node *n) {
 
 inline std::string shown(const node *n) {
   return n != nullptr ? compact(n) : "NULL";
+}
+
+// A tree in the form that make() takes; labels that are no positions stand before their
+// elements, as "label:".
+inline std::string show(const node *n) {
+  if (n == nullptr)
+    return "NULL";
+  if (node_is_link(n))
+    return "'->" + take(sl_join(n->value.link_path, "/")) + "'";
+  if (!node_is_container(n))
+    return swap_quotes(compact(n), '"', '\'');
+  std::string text;
+  size_t position = 0;
+  for (const node *child : children(n)) {
+    text += text.empty() ? "" : ",";
+    if (node_is_object(n))
+      text += "'" + std::string(child->key) + "':";
+    else if (std::to_string(position++) != child->key)
+      text += std::string(child->key) + ":";
+    text += show(child);
+  }
+  return node_is_object(n) ? "{" + text + "}" : "[" + text + "]";
+}
+
+inline std::string show(const tree &t) {
+  return show(t.get());
 }
 
 // The height of the part of an index that is to be below `parent`, checked; its leaders
@@ -205,21 +216,16 @@ using any_decoder =
     decoder<node_stream, node_stream_new, node_stream_decode, node_stream_free>;
 
 inline void check_tree(const node *root) {
-  std::vector<const node *> pending{root};
-  while (!pending.empty()) {
-    const node *n = pending.back();
-    pending.pop_back();
+  for (const node *n : all_nodes(root)) {
     ASSERT_GE(n->refcount, 1u);
-    std::vector<node *> held = children(n);
+    const std::vector<node *> held = children(n);
     ASSERT_EQ(held.size(), n->child_count);
     const node_list *before = &n->value.children;
     for (const node *child : held) {
-      ASSERT_EQ(child->parent, n);
-      ASSERT_NE(child->key, nullptr);
+      ASSERT_TRUE(child->parent == n && child->key != nullptr);
       ASSERT_EQ(child->list_entry.prev, before);
       before = &child->list_entry;
       ASSERT_EQ(child->index_entry.key, n->type == NODE_OBJECT ? child->key : nullptr);
-      pending.push_back(child);
     }
     if (n->type != NODE_OBJECT) {
       ASSERT_TRUE(n->index.count == 0 && n->index.next == nullptr);
@@ -236,13 +242,13 @@ inline void check_tree(const node *root) {
 
 // `count` containers that hold links to all of them, themselves included.
 inline tree fan_out(size_t count) {
-  std::string all, text;
-  for (size_t i = 0; i < count; i++)
-    all +=
-        (i != 0 ? ",\"" : "\"") + std::to_string(i) + "\":\"->/" + std::to_string(i) + "\"";
-  for (size_t i = 0; i < count; i++)
-    text += (i != 0 ? ",\"" : "\"") + std::to_string(i) + "\":{" + all + "}";
-  return make("{" + text + "}");
+  tree t(node_new_object());
+  for (size_t i = 0; i < count * count; i++) {
+    const std::string from = std::to_string(i / count), to = std::to_string(i % count);
+    node_object_add(node_lookup_create(t.get(), from.c_str()), to.c_str(),
+                    new_link("/" + to));
+  }
+  return t;
 }
 
 // Objects (member "k") and arrays by turns around `leaf`, the outermost an object.
