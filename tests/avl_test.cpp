@@ -2,6 +2,7 @@
 
 #include "tree.hpp"
 
+#include <algorithm>
 #include <deque>
 #include <random>
 
@@ -103,7 +104,8 @@ TEST_F(Avl, AgreesWithASortedArray) {
       const bool growing = step / 500 % 2 == 0;
       if (model.empty() || below(10) < (growing ? 7 : 3)) {
         item &fresh = items.emplace_back(below(150));
-        auto [first, last] = std::ranges::equal_range(model, fresh.key, {}, key_of);
+        const auto first = std::ranges::lower_bound(model, fresh.key, {}, key_of),
+                   last = std::ranges::upper_bound(model, fresh.key, {}, key_of);
         const bool accepted = duplicates || first == last;
         ASSERT_EQ(avl_insert(&tree, &fresh.entry), accepted ? 0 : -1);
         if (accepted)
@@ -122,7 +124,8 @@ TEST_F(Avl, AgreesWithASortedArray) {
       }
       ASSERT_EQ(tree.count, model.size());
       for (int key : {below(154) - 2, below(154) - 2, -1, 150}) {
-        auto [first, last] = std::ranges::equal_range(model, key, {}, key_of);
+        const auto first = std::ranges::lower_bound(model, key, {}, key_of),
+                   last = std::ranges::upper_bound(model, key, {}, key_of);
         ASSERT_EQ(avl_find(&tree, &key), first != last ? *first : nullptr);
         ASSERT_EQ(avl_find_greaterequal(&tree, &key),
                   first != model.end() ? *first : nullptr);
