@@ -211,27 +211,32 @@ void fail(json_stream *stream) {
   stream->tail.close_token();
 }
 
-// Runs the parser where the decimal sign is a point: what it returns, or an error when
-// memory runs out, which is the parser's end.
+// False when memory runs out, which is the parser's end.
+template <class Enter>
+bool enter_parser(json_stream *stream, Enter enter) {
+  if (stream->memory.run(enter))
+    return true;
+  stream->parser = nullptr;
+  stream->memory.release();
+  return false;
+}
+
+// Runs the parser where the decimal sign is a point: what it returns, false without memory.
 template <class Run>
 bool run_parser(json_stream *stream, Run run) {
   CNumericLocale locale;
   stream->locale = &locale;
   bool good = false;
-  if (!stream->memory.run([&] { good = run(stream->parser); })) {
-    good = false;
-    stream->parser = nullptr;
-    stream->memory.release();
-  }
+  bool entered = enter_parser(stream, [&] { good = run(stream->parser); });
   stream->locale = nullptr;
-  return good;
+  return entered && good;
 }
 
 void report(json_stream *stream, const unsigned char *text, size_t size) {
   unsigned char *reason = nullptr;
-  bool told = stream->parser && stream->memory.run([&] {
-    reason = yajl_get_error(stream->parser, 1, text, size);
-  });
+  bool told = stream->parser && enter_parser(stream, [&] {
+                reason = yajl_get_error(stream->parser, 1, text, size);
+              });
   log_msg(LOG_ERR, "Failed to parse JSON: %s",
           told ? reinterpret_cast<const char *>(reason) : "out of memory");
   if (told)
