@@ -424,7 +424,7 @@ std::string dumped() {
 TEST_F(Fault, FilesAreWholeOrNotThere) {
   const std::string content = test::file_content("file"), dump = "DEBUG: log_debug_hex: ",
                     bytes = "0x00000000: 61 62" + std::string(46, ' ') + "ab\n\n\n";
-  const std::string large(5000, 'x');
+  const std::string large(1100, 'x');
   test::write_file("large", large);
   log_set_debug(true);
   check({
