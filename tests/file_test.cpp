@@ -77,14 +77,20 @@ TEST_F(File, IsWrittenOverAndReportedWhenItCannotBe) {
   }
   const char *const cases[][2] = {
       {"no/out", "open file no/out for writing: No such file or directory"},
-      {"/proc/self/exe", "open file /proc/self/exe for writing: Text file busy"},
+      {"read_only", "open file read_only for writing: Permission denied"},
       // Too short a text to leave any buffer before the file is closed.
       {"/dev/full", "write file /dev/full: No space left on device"}};
+  write_file("read_only", "");
+  fs::permissions("read_only", fs::perms(0444));
+  fs::permissions(".", fs::perms(0777));
+  const uid_t user = geteuid();
+  ASSERT_EQ(seteuid(user == 0 ? 65534 : user), 0); // root may write all
   for (const auto &[path, message] : cases) {
     EXPECT_FALSE(file_write_string(path, "x"));
     EXPECT_EQ(log.fresh(),
               std::string("DEBUG: file_write_string: Failed to ") + message + "\n\n");
   }
+  ASSERT_EQ(seteuid(user), 0);
   EXPECT_FALSE(file_write("other", "x", 1));
   EXPECT_FALSE(path_exists("other"));
 }
