@@ -1,4 +1,4 @@
-# What every target of this repository is compiled with: warnings, and the
+# What every target of this repository is compiled with: warnings, hardening, and the
 # instrumentation of the sanitizer and coverage builds.
 add_library(nodetree_build_flags INTERFACE)
 
@@ -9,6 +9,21 @@ target_compile_options(nodetree_build_flags INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wextra-semi -Wnon-virtual-dtor>
   $<$<BOOL:${NODETREE_WERROR}>:-Werror>)
 
+# What attackers of a C program have to get past, as Debian builds its packages. The checks of
+# _FORTIFY_SOURCE need an optimising build; sanitizers have better ones of their own.
+if(NODETREE_HARDEN AND NOT NODETREE_SANITIZE AND NOT NODETREE_SANITIZE_THREADS)
+  include(CheckCXXCompilerFlag)
+  target_compile_options(nodetree_build_flags INTERFACE -fstack-protector-strong
+    $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+  foreach(flag IN ITEMS -fstack-clash-protection -fcf-protection)
+    string(MAKE_C_IDENTIFIER "have${flag}" have)
+    check_cxx_compiler_flag(${flag} ${have})
+    if(${have})
+      target_compile_options(nodetree_build_flags INTERFACE ${flag})
+    endif()
+  endforeach()
+  target_link_options(nodetree_build_flags INTERFACE -Wl,-z,relro,-z,now)
+endif()
 if(NODETREE_SANITIZE)
   target_compile_options(nodetree_build_flags INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -123,6 +123,9 @@ CALL(char *, strdup, (const char *text), (text), nullptr, ENOMEM)
 CALL(char *, strndup, (const char *text, size_t size), (text, size), nullptr, ENOMEM)
 CALL(int, vasprintf, (char **out, const char *format, va_list list), (out, format, list),
      -1, ENOMEM) // and *out stays undefined
+// The same as a hardened build calls it.
+CALL(int, __vasprintf_chk, (char **out, int flag, const char *format, va_list list),
+     (out, flag, format, list), -1, ENOMEM)
 CALL(int, setenv, (const char *name, const char *value, int over), (name, value, over), -1,
      ENOMEM)
 CALL(FILE *, open_memstream, (char **data, size_t *size), (data, size), nullptr, ENOMEM)
