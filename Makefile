@@ -15,7 +15,7 @@ BUILD_PACKAGES = g++ cmake make pkg-config libyajl-dev libpcre2-dev
 TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev locales python3 binutils mandoc bash
 ABI_PACKAGES = $(BUILD_PACKAGES) abigail-tools
 LINT_PACKAGES = $(TEST_PACKAGES) $(ABI_PACKAGES) clang-format clang-tidy
-PACKAGE_PACKAGES = $(BUILD_PACKAGES) dpkg-dev file gzip
+PACKAGE_PACKAGES = $(BUILD_PACKAGES) debhelper dpkg-dev lintian
 BENCH_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev libjansson-dev libjson-c-dev \
   libcjson-dev libmsgpack-dev
 FUZZ_PACKAGES = $(BUILD_PACKAGES) clang libclang-rt-14-dev
@@ -72,6 +72,7 @@ lint:
 	cmake --preset release -DNODETREE_TESTS=ON
 	printf '%s\n' $(TIDY_SOURCES) | xargs -n 1 -P $(JOBS) \
 	  clang-tidy -p build/release --quiet --extra-arg=-Wno-unknown-warning-option
+	@echo 'lint: all is well'
 
 format:
 	$(INSTALL_PACKAGES) clang-format
@@ -108,24 +109,23 @@ abi abi-update:
 	cmake --build build/abi -j $(JOBS) --target nodetree
 	cmake/abi/$@.sh build/abi/libnodetree.so
 
-# Honours DESTDIR. The list of what was installed is kept where no test overwrites it.
+# Honours DESTDIR. The list of what was installed is installed too, so that uninstall needs
+# nothing else. What root builds in somebody's tree is theirs.
+MANIFEST = $(DESTDIR)$(PREFIX)/share/nodetree/installed.txt
 install: build
 	DESTDIR="$(DESTDIR)" cmake --install build/release --prefix "$(PREFIX)"
-	mv build/release/install_manifest.txt build/installed.txt
+	mkdir -p "$(dir $(MANIFEST))"
+	mv build/release/install_manifest.txt "$(MANIFEST)"
+	if [ -n "$$SUDO_UID" ]; then chown -R "$$SUDO_UID:$$SUDO_GID" build; fi
 	if [ -z "$(DESTDIR)" ] && [ "$$(id -u)" -eq 0 ]; then ldconfig; fi
 
 uninstall:
-	sed 's|^|$(DESTDIR)|' build/installed.txt | xargs -d '\n' rm -f
-	sed -n ':up; s|/[^/]*$$||; \|/nodetree|{p; b up}' build/installed.txt | sort -ru | \
-	  sed 's|^|$(DESTDIR)|' | xargs -d '\n' -r rmdir --ignore-fail-on-non-empty
-	rm build/installed.txt
-	if [ -z "$(DESTDIR)" ] && [ "$$(id -u)" -eq 0 ]; then ldconfig; fi
+	@if [ ! -f "$(MANIFEST)" ]; then echo "Nothing of nodetree is installed below $(DESTDIR)$(PREFIX)"; \
+	else cmake/uninstall.sh "$(MANIFEST)" "$(DESTDIR)"; fi
 
 package:
 	$(INSTALL_PACKAGES) $(PACKAGE_PACKAGES)
-	cmake --preset package
-	cmake --build build/package -j $(JOBS)
-	cd build/package && rm -rf packages && cpack
+	cmake/package.sh build/package
 
 # Pages of the public headers' comments; a name without one is an error.
 docs:
@@ -147,7 +147,7 @@ help:
 	@echo 'make fuzz       FUZZ_TARGETS, or all, for FUZZ_SECONDS=$(FUZZ_SECONDS) each; findings in build/fuzz/findings'
 	@echo 'make coverage   which lines and branches of the library the tests reach'
 	@echo 'make install    install into PREFIX ($(PREFIX)), below DESTDIR if given; make uninstall'
-	@echo 'make package    Debian packages in build/package/packages'
+	@echo 'make package    Debian packages in build/package'
 	@echo 'make abi        what has changed in the binary interface; make abi-update accepts it'
 	@echo 'make docs       the reference as pages, build/docs/html/index.html'
 	@echo 'make clean      remove build/'

@@ -1,6 +1,6 @@
 # What `cmake --install` puts where: the libraries, headers, tool and manual pages, and the two
 # files by which other builds find the library. Inside another project nothing of ours is
-# installed. The components are the Debian packages that cmake/Package.cmake makes of them.
+# installed. The components are the parts that a distribution may want in packages of their own.
 if(NOT PROJECT_IS_TOP_LEVEL)
   return()
 endif()
@@ -12,28 +12,16 @@ install(TARGETS nodetree nodetree_static EXPORT nodetreeTargets
 install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT devel
   FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 
-# Manual pages as they are, or compressed, as distributions have them in their packages.
-option(NODETREE_COMPRESS_MAN "Install manual pages compressed" OFF)
-function(install_compressed component file name destination)
-  set(compressed ${CMAKE_CURRENT_BINARY_DIR}/compressed/${component}/${name}.gz)
-  file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/compressed/${component})
-  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
-  execute_process(COMMAND gzip -9 -n -c ${CMAKE_CURRENT_SOURCE_DIR}/${file}
-    OUTPUT_FILE ${compressed} COMMAND_ERROR_IS_FATAL ANY)
-  install(FILES ${compressed} DESTINATION ${destination} COMPONENT ${component})
-endfunction()
 function(install_man component page)
   string(REGEX REPLACE ".*\\." "${CMAKE_INSTALL_MANDIR}/man" section_dir ${page})
-  if(NODETREE_COMPRESS_MAN)
-    install_compressed(${component} docs/man/${page} ${page} ${section_dir})
-  else()
-    install(FILES docs/man/${page} DESTINATION ${section_dir} COMPONENT ${component})
-  endif()
+  install(FILES docs/man/${page} DESTINATION ${section_dir} COMPONENT ${component})
 endfunction()
 install_man(devel nodetree.3)
-install(FILES tool/gdb/nodetree.py DESTINATION ${CMAKE_INSTALL_DATADIR}/nodetree/gdb
-  COMPONENT devel)
-install_man(tool nodetree-expressions.7)
+install_man(devel nodetree-expressions.7)
+# Where gdb looks for what belongs to a shared object, by the object's full name.
+install(FILES tool/gdb/nodetree.py COMPONENT devel
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/gdb/auto-load${CMAKE_INSTALL_FULL_LIBDIR}
+  RENAME libnodetree.so.${PROJECT_VERSION}-gdb.py)
 
 if(TARGET nodetree_tool)
   file(RELATIVE_PATH libdir_from_bindir
@@ -63,20 +51,21 @@ install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/nodetreeConfigVersion.cmake
   DESTINATION ${NODETREE_CMAKE_DIR} COMPONENT devel)
 
-# pkg-config: the directories are told relative to the file, so that an installed tree may be
-# moved and a prefix chosen at install time. What the library itself needs is told for
-# --static only, and by flags: users of the shared object need not have it installed.
-set(NODETREE_PC_DIR ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig)
-foreach(dir IN ITEMS PREFIX LIBDIR INCLUDEDIR)
-  set(full ${CMAKE_INSTALL_FULL_${dir}})
-  if(dir STREQUAL "PREFIX")
-    set(full ${CMAKE_INSTALL_PREFIX})
-  endif()
-  file(RELATIVE_PATH relative ${NODETREE_PC_DIR} ${full})
-  set(NODETREE_PC_${dir} "\${pcfiledir}/${relative}")
-endforeach()
+# pkg-config: written when it is installed, as the prefix may be chosen then. What the library
+# itself needs is told for --static only, and by flags: users of the shared object need not
+# have it installed.
 get_target_property(NODETREE_PC_PRIVATE nodetree_static INTERFACE_LINK_LIBRARIES)
 list(JOIN NODETREE_PC_PRIVATE " " NODETREE_PC_PRIVATE)
-configure_file(cmake/nodetree.pc.in nodetree.pc @ONLY)
+foreach(dir IN ITEMS LIBDIR INCLUDEDIR)
+  set(NODETREE_PC_${dir} ${CMAKE_INSTALL_${dir}})
+  if(NOT IS_ABSOLUTE ${NODETREE_PC_${dir}})
+    string(PREPEND NODETREE_PC_${dir} "\${prefix}/")
+  endif()
+endforeach()
+set(NODETREE_PC_PREFIX "@CMAKE_INSTALL_PREFIX@") # the second round's
+configure_file(cmake/nodetree.pc.in nodetree.pc.in @ONLY)
+install(CODE "
+  configure_file(\"${CMAKE_CURRENT_BINARY_DIR}/nodetree.pc.in\"
+    \"${CMAKE_CURRENT_BINARY_DIR}/nodetree.pc\" @ONLY)" COMPONENT devel)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/nodetree.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT devel)

@@ -2,7 +2,7 @@
 # usage: check_consumer.sh BUILD_DIR CONSUMER_DIR
 # Installs the build below a DESTDIR, moves the result, and builds and runs a C and a C++
 # program against it: found through pkg-config and through CMake, linked to the shared
-# library and to the static one.
+# library and to the static one. Installs it once more and uninstalls it.
 set -eu
 build=$1
 consumer=$2
@@ -34,8 +34,10 @@ build_by_pkg_config() { # name, flags
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name nodetree.pc)")
 export PKG_CONFIG_PATH
-libdir=$(cd "$(pkg-config --variable=libdir nodetree)" && pwd)
-build_by_pkg_config shared "$(pkg-config --cflags --libs nodetree) -Wl,-rpath,$libdir"
+[ "$(pkg-config --variable=prefix nodetree)" = /opt/first ] || fail "nodetree.pc has another prefix"
+pkg_config() { pkg-config --define-prefix "$@" nodetree; }
+libdir=$(pkg_config --variable=libdir)
+build_by_pkg_config shared "$(pkg_config --cflags --libs) -Wl,-rpath,$libdir"
 
 "$cmake" -S "$consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" \
   -DCMAKE_C_COMPILER="${CC:-cc}" -DCMAKE_CXX_COMPILER="${CXX:-c++}" >/dev/null
@@ -55,6 +57,13 @@ fi
 
 # Without the shared library the linker takes the other, and what it has made needs neither.
 rm "$libdir"/libnodetree.so*
-build_by_pkg_config static "$(pkg-config --cflags --static --libs nodetree)"
+build_by_pkg_config static "$(pkg_config --cflags --static --libs)"
+build_by_pkg_config alone "-static $(pkg_config --cflags --static --libs)"
 rm "$libdir/libnodetree.a"
-run "$work/static_c" "$work/static_hpp" "$work/cmake/static_c" "$work/cmake/static_hpp"
+run "$work/static_c" "$work/static_hpp" "$work/cmake/static_c" "$work/cmake/static_hpp" \
+  "$work/alone_c" "$work/alone_hpp"
+
+DESTDIR=$work/root "$cmake" --install "$build" --prefix /usr >/dev/null
+"$(dirname "$0")/../cmake/uninstall.sh" "$build/install_manifest.txt" "$work/root"
+left=$(find "$work/root" ! -type d -o -path '*/nodetree')
+[ -z "$left" ] || fail "uninstalling leaves $left"
