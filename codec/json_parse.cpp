@@ -13,14 +13,14 @@
 using namespace nodetree;
 
 struct json_stream {
-  YajlMemory memory;
-  yajl_handle parser; // lives in that memory; NULL once it had too little
+  yajl_handle parser; // lives in `memory`; NULL once there was too little
   unsigned depth;     // containers open at this point of the text
   node *root;         // the top-level value being built, or without a callback the last one
   node *current;      // the innermost open container
   char *pending_key;  // the member name that waits for its value, NULL when none does
   node_value_callback callback;
   void *user_data;
+  YajlMemory memory;
   char *key_buffer;       // where the pending key stands
   size_t key_room;        // the size of that
   CNumericLocale *locale; // in force while the parser runs, otherwise NULL
@@ -33,7 +33,8 @@ namespace {
 
 constexpr size_t no_event = SIZE_MAX;
 
-// What the handlers return to the parser.
+// What the handlers return to the parser. Where memory runs out they leave it by a jump to
+// run_parser(), so none of their frames, which stand between the two, may own anything then.
 constexpr int go_on = 1;
 constexpr int cancel = 0;
 
@@ -67,10 +68,8 @@ int place_top_level(json_stream *stream, node *value) {
   return go_on;
 }
 
-// Takes over a new value, NULL when it could not be made.
+// Takes over a new value.
 int place(json_stream *stream, node *value) {
-  if (!value)
-    return cancel;
   if (stream->depth == 0)
     return place_top_level(stream, value);
   if (!attach(stream, value)) {
@@ -89,14 +88,16 @@ json_stream *as_stream(void *context) {
 }
 
 node *make(json_stream *stream, node_type kind) {
-  return node_make(kind, stream->pending_key ? stream->pending_key : "");
+  node *made = node_make(kind, stream->pending_key ? stream->pending_key : "");
+  if (!made)
+    stream->memory.run_out();
+  return made;
 }
 
 template <class Set>
 int place_scalar(void *context, node_type kind, Set set) {
   node *value = make(as_stream(context), kind);
-  if (value)
-    set(value);
+  set(value);
   return place(as_stream(context), value);
 }
 
@@ -118,15 +119,14 @@ int on_double(void *context, double real) {
 }
 
 int on_string(void *context, const unsigned char *bytes, size_t length) {
-  char *text = strndup(reinterpret_cast<const char *>(bytes), length);
-  if (!text)
-    return cancel;
-  node *value = make(as_stream(context), NODE_STRING);
-  if (value)
-    value->value.string = text;
-  else
-    std::free(text);
-  return place(as_stream(context), value);
+  json_stream *stream = as_stream(context);
+  node *value = make(stream, NODE_STRING);
+  value->value.string = strndup(reinterpret_cast<const char *>(bytes), length);
+  if (!value->value.string) {
+    node_free(value);
+    stream->memory.run_out();
+  }
+  return place(stream, value);
 }
 
 int on_start_map(void *context) {
@@ -142,7 +142,7 @@ int on_map_key(void *context, const unsigned char *bytes, size_t length) {
   if (length >= stream->key_room) {
     void *buffer = std::realloc(stream->key_buffer, length + 1);
     if (!buffer)
-      return cancel;
+      stream->memory.run_out();
     stream->key_buffer = static_cast<char *>(buffer);
     stream->key_room = length + 1;
   }
@@ -211,7 +211,7 @@ void fail(json_stream *stream) {
   stream->tail.close_token();
 }
 
-// False when memory runs out, which is the parser's end.
+// False when memory runs out, which is the parser's end: all later calls say so.
 template <class Enter>
 bool enter_parser(json_stream *stream, Enter enter) {
   if (stream->memory.run(enter))
@@ -232,25 +232,30 @@ bool run_parser(json_stream *stream, Run run) {
   return entered && good;
 }
 
-void report(json_stream *stream, const unsigned char *text, size_t size) {
+bool report(const char *reason) {
+  log_msg(LOG_ERR, "Failed to parse JSON: %s", reason);
+  return false;
+}
+
+// Reports why the parser has refused the text.
+bool report(json_stream *stream, const unsigned char *text, size_t size) {
   unsigned char *reason = nullptr;
-  bool told = stream->parser && enter_parser(stream, [&] {
-                reason = yajl_get_error(stream->parser, 1, text, size);
-              });
-  log_msg(LOG_ERR, "Failed to parse JSON: %s",
-          told ? reinterpret_cast<const char *>(reason) : "out of memory");
-  if (told)
-    yajl_free_error(stream->parser, reason);
+  if (!stream->parser || !enter_parser(stream, [&] {
+        reason = yajl_get_error(stream->parser, 1, text, size);
+      }))
+    return report("out of memory");
+  report(reinterpret_cast<const char *>(reason));
+  yajl_free_error(stream->parser, reason);
+  return false;
 }
 
 bool feed(json_stream *stream, const unsigned char *text, size_t size) {
-  if (run_parser(stream, [=](yajl_handle parser) {
+  if (stream->parser && run_parser(stream, [=](yajl_handle parser) {
         return yajl_parse(parser, text, size) == yajl_status_ok;
       }))
     return true;
-  report(stream, text, size);
   fail(stream);
-  return false;
+  return report(stream, text, size);
 }
 
 // The parser overlooks what is unfinished behind a value. A newline it does not, where that
@@ -282,9 +287,8 @@ json_stream *json_stream_new(node_value_callback callback, void *user_data) {
 }
 
 bool json_stream_parse(json_stream *stream, const void *bytes, size_t size) {
-  // Called back by the parser, which cannot be entered twice, or it is gone.
-  if (stream->locale || !stream->parser)
-    return false;
+  if (stream->locale)
+    return false; // called back by the parser, which cannot be entered twice
   auto *text = static_cast<const unsigned char *>(bytes);
   JsonTail &tail = stream->tail;
   if (tail.hold(text, size))
@@ -323,7 +327,7 @@ node *json_parse_buffer(const void *bytes, size_t size) {
   if (!stream || !feed(stream.get(), static_cast<const unsigned char *>(bytes), size))
     return nullptr;
   if (!run_parser(stream.get(), is_complete)) {
-    log_msg(LOG_ERR, "Failed to parse JSON: incomplete value");
+    report(stream->parser ? "incomplete value" : "out of memory");
     return nullptr;
   }
   node *value = stream->root;

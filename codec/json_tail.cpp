@@ -8,7 +8,7 @@ namespace nodetree {
 namespace {
 
 // Scanning a shorter token again costs less than holding would.
-constexpr std::size_t long_token = 256;
+constexpr std::size_t long_token = 32;
 
 bool is_digit(unsigned char byte) {
   return byte >= '0' && byte <= '9';

@@ -53,10 +53,9 @@ bool reserve(Chunks *chunks, std::size_t size) {
 
 } // namespace
 
-void mpack_tree_init_chunked(mpack_tree_t *tree, std::size_t max_size,
-                             std::size_t max_nodes) {
+void mpack_tree_init_chunked(mpack_tree_t *tree) {
   auto *chunks = static_cast<Chunks *>(std::calloc(1, sizeof(Chunks)));
-  mpack_tree_init_stream(tree, serve, chunks, max_size, max_nodes);
+  mpack_tree_init_stream(tree, serve, chunks, SIZE_MAX, SIZE_MAX);
   if (chunks)
     mpack_tree_set_teardown(tree, release);
   else

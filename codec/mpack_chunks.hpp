@@ -8,10 +8,9 @@
 
 namespace nodetree {
 
-// Sets a tree up for messages of at most `max_size` bytes and `max_nodes` values that arrive
-// in pieces. The tree is in error when memory runs out.
-void mpack_tree_init_chunked(mpack_tree_t *tree, std::size_t max_size,
-                             std::size_t max_nodes);
+// Sets a tree up for messages of any size that arrive in pieces. The tree is in error when
+// memory runs out.
+void mpack_tree_init_chunked(mpack_tree_t *tree);
 
 // Appends a chunk to the bytes that wait to be parsed. False when the tree is in error, with
 // memory running out one.

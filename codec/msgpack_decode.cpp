@@ -1,11 +1,15 @@
-#include "codec/mpack_chunks.hpp"
 #include "node/node_internal.hpp"
 #include "valuelist/stack.hpp"
 
 #include <algorithm>
 #include <cstring>
+#include <mpack.h>
 #include <nodetree/log.h>
 #include <nodetree/msgpack.h>
+
+#ifdef MPACK_VERSION // MPack's own header, which has no chunks
+#include "codec/mpack_chunks.hpp"
+#endif
 
 using namespace nodetree;
 
@@ -233,14 +237,13 @@ private:
     node_free(made);
   }
 
-  // Whether a text can be a name. MPack is asked to copy only what it will refuse, so that
-  // the message ends with its error.
-  static bool is_name(const Key &key) {
-    if (mpack_node_strlen(key.source) == key.name.size() &&
-        !std::memchr(key.name.data(), '\0', key.name.size()))
-      return true;
-    std::free(mpack_node_cstr_alloc(key.source, longest_key + 1));
-    return false;
+  // Whether a text can be a name; one that cannot fails the message.
+  bool is_name(const Key &key) {
+    if (mpack_node_strlen(key.source) > key.name.size())
+      mpack_tree_flag_error(tree_, mpack_error_too_big);
+    else if (std::memchr(key.name.data(), '\0', key.name.size()))
+      mpack_tree_flag_error(tree_, mpack_error_type);
+    return !failed();
   }
 
   mpack_tree_t *tree_;
@@ -276,7 +279,7 @@ msgpack_stream *msgpack_stream_new(node_value_callback callback, void *user_data
     return nullptr;
   stream->callback = callback;
   stream->user_data = user_data;
-  mpack_tree_init_chunked(&stream->tree, SIZE_MAX, SIZE_MAX);
+  mpack_tree_init_chunked(&stream->tree);
   if (mpack_tree_error(&stream->tree) == mpack_ok)
     return stream;
   msgpack_stream_free(stream);
@@ -310,8 +313,10 @@ node *msgpack_decode(const void *bytes, size_t *size) {
   mpack_tree_parse(&tree);
   node *value = nullptr;
   if (mpack_tree_error(&tree) == mpack_ok) {
-    *size = mpack_tree_size(&tree);
+    size_t used = mpack_tree_size(&tree);
     value = Conversion(&tree).run();
+    if (mpack_tree_error(&tree) != mpack_error_memory)
+      *size = used;
   }
   if (mpack_tree_error(&tree) != mpack_ok)
     log_msg(LOG_ERR, "Failed to decode MessagePack: %s\n", error_text(&tree));

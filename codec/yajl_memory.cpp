@@ -11,7 +11,7 @@ void *YajlMemory::resize(Block *block, std::size_t size) {
   if (size <= SIZE_MAX - sizeof(Block))
     resized = std::realloc(block, sizeof(Block) + size);
   if (!resized)
-    std::longjmp(exit_, 1);
+    run_out();
   auto *held = static_cast<Block *>(resized);
   if (!block) {
     held->next = blocks_;

@@ -14,8 +14,8 @@ class YajlMemory {
 public:
   yajl_alloc_funcs functions() { return {allocate, reallocate, release_block, this}; }
 
-  // Runs `enter`, which calls yajl: false when memory ran out. Between it and yajl may be no
-  // frame that has to be left in order. yajl must not be called again then.
+  // Runs `enter`, which calls yajl: false when memory ran out. No frame between it and what
+  // yajl calls may have to be left in order. yajl must not be called again then.
   template <class Enter>
   bool run(Enter enter) {
     if (setjmp(exit_) != 0)
@@ -23,6 +23,9 @@ public:
     enter();
     return true;
   }
+
+  // For what yajl calls back: ends run(), where memory ran out.
+  [[noreturn]] void run_out() { std::longjmp(exit_, 1); }
 
   // What yajl has is gone.
   void release();

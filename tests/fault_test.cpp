@@ -170,9 +170,20 @@ std::string streamed(const char *text) {
   return good ? granted([&] { return stream.text(); }) : "NULL";
 }
 
-node *decoded(std::string bytes) {
+// The tree of a JSON text, or what the log says without one.
+std::string parsed(const std::string &text) {
+  auto log = granted([] { return test::log_reader(); });
+  node *n = json_parse_string(text.c_str());
+  return n != nullptr ? take(n) : granted([&] { return log.fresh(); });
+}
+
+// The tree of a message; without one the size stays.
+node *decoded(const std::string &message) {
+  const std::string bytes = message + "more";
   size_t size = bytes.size();
-  return msgpack_decode(bytes.data(), &size);
+  node *n = msgpack_decode(bytes.data(), &size);
+  EXPECT_EQ(size, (n != nullptr ? message : bytes).size());
+  return n;
 }
 
 // What the message of a tree is decoded to.
@@ -218,6 +229,8 @@ TEST_F(Fault, TreesAreWholeOrNotThere) {
   ASSERT_NE(deep, nullptr);
   const std::string before = json_of(sample),
                     json = R"({"a":[1,-250.0,true,null,"té"],"a long key":{}})";
+  const std::vector<std::string> no_memory = {
+      "", "ERROR: Failed to parse JSON: out of memory\n"};
   const test::list_owner list(sl_new("a", "b", "c"));
   char **const field = list.get();
   int five = 5, *const cell = &five;
@@ -239,7 +252,8 @@ TEST_F(Fault, TreesAreWholeOrNotThere) {
       {all + followed + "}", [=] { return node_copy(root, 1); }},
       {all + "}", [=] { return node_copy(root, 2); }},
       {before, [=] { return json_stringify(root, true); }},
-      {json, [&] { return json_parse_string(json.c_str()); }},
+      {json, [&] { return parsed(json); }, no_memory},
+      {"42", [&] { return parsed("42"); }, no_memory}, // made of the text's end
       {R"({"a":[1,"two"]})", [] { return json_parse_filename("file"); }},
       {"[1] {\"a\":\"b\"} 7 ", [] { return streamed(R"([1]{"a":"b"} 7 )"); }},
       {json_of(big) + " ", [&] { return streamed(json_of(big).c_str()); }},
@@ -367,6 +381,7 @@ TEST_F(Fault, StreamsDeliverWholeValues) {
   for (const auto &[asked, format, bytes] : rows) {
     int made = 0; // decoders by the next call
     const auto received = [&, asked = asked, format = format, bytes = bytes] {
+      auto log = granted([] { return test::log_reader(); });
       test::any_decoder stream(asked);
       bool good = stream.stream != nullptr;
       for (size_t i = 0; good && i < bytes.size(); i++) {
@@ -375,6 +390,10 @@ TEST_F(Fault, StreamsDeliverWholeValues) {
           made += good = !good && stream.feed({bytes[i]});
       }
       EXPECT_TRUE(!good || node_stream_get_format(stream.stream) == format);
+      const bool failed = !good && stream.stream != nullptr &&
+                          node_stream_get_format(stream.stream) == format;
+      for (int i = 0; failed && i < 3; i++) // for good, and each call says so
+        EXPECT_TRUE(!stream.feed("{}") && granted([&] { return log.fresh(); }) != "");
       return granted([&] { return stream.text(); }) + (good ? "" : "failed");
     };
     check({{R"({"a":"b"} [1,{}] )", received, {"failed", R"({"a":"b"} failed)"}}});

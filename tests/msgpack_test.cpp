@@ -247,14 +247,18 @@ TEST(MsgpackTrees, EveryNodeOfAnUnknownKindIsReported) {
 
 // ---- Size ----
 
+size_t bytes_in_use() {
+  size_t pages = 0;
+  std::ifstream("/proc/self/statm") >> pages;
+  return pages * 4096;
+}
+
 // Runs `body` with little more memory than there is in use, unless under a tool that needs
 // much itself.
 void with_little_memory(const std::function<void()> &body) {
   rlimit before = {};
   getrlimit(RLIMIT_AS, &before);
-  size_t pages = 0;
-  std::ifstream("/proc/self/statm") >> pages;
-  const rlimit low{pages * 4096 + (size_t{64} << 20), before.rlim_max};
+  const rlimit low{bytes_in_use() + (size_t{64} << 20), before.rlim_max};
   setrlimit(RLIMIT_AS, to_the_limit ? &low : &before);
   body();
   setrlimit(RLIMIT_AS, &before);
@@ -281,6 +285,18 @@ TEST(MsgpackSize, WhatIsOnlyAnnouncedOrPastTakesNoMemory) {
       stream.values.clear();
     }
   });
+  const std::string many(30 << 20, '\1');
+  with_little_memory([&] { EXPECT_EQ(shown(decoded(many).get()), "1"); });
+  msgpack_decoder stream;
+  const size_t before = bytes_in_use();
+  for (const std::string &large :
+       {head("db", scaled(40 << 20)) + std::string(scaled(40 << 20), 'x'),
+        head("dd", scaled(1 << 20)) + std::string(scaled(1 << 20), '\1')}) {
+    EXPECT_TRUE(stream.feed(large + '\1', 1 << 20));
+    EXPECT_EQ(stream.values.size(), 2U);
+    stream.values.clear();
+  }
+  EXPECT_TRUE(!to_the_limit || bytes_in_use() < before + (8 << 20)) << "all goes back";
 }
 
 TEST(MsgpackSize, DepthNeedsNoStack) {

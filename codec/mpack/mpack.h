@@ -11,7 +11,6 @@
 
 enum mpack_error_t {
   mpack_ok = 0,
-  mpack_error_io = 2,
   mpack_error_invalid = 3,
   mpack_error_type = 5,
   mpack_error_too_big = 6,
@@ -66,13 +65,6 @@ struct mpack_node_data_t {
   };
 };
 
-struct mpack_tree_t;
-
-// Stores up to `count` bytes of the input and returns how many: 0 when none are there now.
-typedef std::size_t (*mpack_tree_read_t)(mpack_tree_t *tree, char *buffer,
-                                         std::size_t count);
-typedef void (*mpack_tree_teardown_t)(mpack_tree_t *tree);
-
 struct mpack_tree_t {
   mpack_error_t error; // the first one; it stays
   const char *message; // the bytes of the current message and what has come behind it
@@ -83,15 +75,9 @@ struct mpack_tree_t {
   mpack_node_data_t *records;
   std::size_t record_count;
   std::size_t record_room;
-  std::size_t open;   // the innermost container that misses children, or no_record
-  std::size_t values; // of the message so far
-  std::size_t max_size;
-  std::size_t max_values;
-  char *buffer; // streams only; `message` points into it
+  std::size_t open; // the innermost container that misses children, or no_record
+  char *buffer;     // of chunked input; `message` points into it
   std::size_t buffer_room;
-  mpack_tree_read_t read;
-  mpack_tree_teardown_t teardown;
-  void *context;
 };
 
 struct mpack_node_t {
@@ -102,25 +88,19 @@ struct mpack_node_t {
 // Sets a tree up to read the first message of a buffer, which must outlive it.
 void mpack_tree_init_data(mpack_tree_t *tree, const char *data, std::size_t length);
 
-// Sets a tree up to read messages, one after another, through a function.
-void mpack_tree_init_stream(mpack_tree_t *tree, mpack_tree_read_t read, void *context,
-                            std::size_t max_message_size, std::size_t max_message_nodes);
+// Sets a tree up to read messages, one after another, that arrive in pieces.
+void mpack_tree_init_chunked(mpack_tree_t *tree);
 
-inline void *mpack_tree_context(mpack_tree_t *tree) {
-  return tree->context;
-}
-
-// `teardown` is called when the tree is destroyed.
-inline void mpack_tree_set_teardown(mpack_tree_t *tree, mpack_tree_teardown_t teardown) {
-  tree->teardown = teardown;
-}
+// Appends a copy of a chunk to the bytes that wait to be parsed. False when the tree is in
+// error; memory running out is one.
+bool mpack_tree_add_chunk(mpack_tree_t *tree, const char *bytes, std::size_t size);
 
 // Reads the whole message; one that is cut short is an error.
 void mpack_tree_parse(mpack_tree_t *tree);
 
 // Reads on, in the message after the current one if that is complete: whether the message
-// is complete now. Otherwise more bytes are needed or there is an error. Each byte is looked
-// at once, however the message is cut.
+// is complete now. Otherwise more bytes are needed or there is an error, and what a large
+// message took goes back. Each byte is looked at once, however the message is cut.
 bool mpack_tree_try_parse(mpack_tree_t *tree);
 
 // Releases what the tree holds; returns its error.
@@ -194,10 +174,6 @@ inline std::size_t mpack_node_strlen(mpack_node_t n) {
   auto *value = mpack_value_of(n, mpack_type_str);
   return value ? value->count : 0;
 }
-
-// A copy of a text with a NUL behind it, which free() releases; NULL, with an error, when it
-// would take more than `maxsize` bytes or has a NUL inside.
-char *mpack_node_cstr_alloc(mpack_node_t n, std::size_t maxsize);
 
 inline std::size_t mpack_node_array_length(mpack_node_t n) {
   auto *value = mpack_value_of(n, mpack_type_array);

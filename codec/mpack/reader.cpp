@@ -13,7 +13,11 @@ namespace {
 using Record = mpack_node_data_t;
 
 constexpr std::size_t no_record = SIZE_MAX;
+
+// What a tree begins with, and how much of it may stay unused between messages.
 constexpr std::size_t smallest_buffer = 4096;
+constexpr std::size_t fewest_records = 64;
+constexpr std::size_t most_spare_bytes = 65536;
 
 // What a value's first byte says.
 struct Form {
@@ -81,22 +85,32 @@ std::uint64_t number_at(const unsigned char *bytes, const Form &form) {
   }
 }
 
+// Resizes a block of `room` items to hold `wanted` of them. False, with all as it was, when
+// memory runs out.
+template <class Item>
+bool resize(Item *&block, std::size_t &room, std::size_t wanted) {
+  void *resized = std::realloc(block, wanted * sizeof(Item));
+  if (!resized)
+    return false;
+  block = static_cast<Item *>(resized);
+  room = wanted;
+  return true;
+}
+
 // Reads on in the bytes that have come. The state that every value changes is kept here, at
 // hand, and put back into the tree at the end.
 class Reading {
 public:
   explicit Reading(mpack_tree_t *tree)
       : tree_(tree), start_(reinterpret_cast<const unsigned char *>(tree->message)),
-        at_(start_ + tree->position),
-        end_(start_ + std::min(tree->available, tree->max_size)), records_(tree->records),
-        room_(tree->record_room), count_(tree->record_count), values_(tree->values),
+        at_(start_ + tree->position), end_(start_ + tree->available),
+        records_(tree->records), room_(tree->record_room), count_(tree->record_count),
         open_(tree->open) {}
   Reading(const Reading &) = delete;
   Reading &operator=(const Reading &) = delete;
   ~Reading() {
     tree_->position = position();
     tree_->record_count = count_;
-    tree_->values = values_;
     tree_->open = open_;
   }
 
@@ -117,8 +131,6 @@ private:
       return wait_for(form.head);
     if (count_ + 2 > room_ && !grow())
       return fail(mpack_error_memory);
-    if (values_++ == tree_->max_values)
-      return fail(mpack_error_too_big);
     auto &value = records_[count_].value;
     value.type = form.type;
     value.number = number_at(at_ + 1, form);
@@ -145,10 +157,8 @@ private:
     default:
       break;
     }
-    if (size > available) {
-      values_--;
+    if (size > available)
       return wait_for(size);
-    }
     at_ += size;
     count_++;
     return close_completed();
@@ -162,8 +172,6 @@ private:
 
   // Notes how many bytes must have come before the next value can be read.
   bool wait_for(std::uint64_t size) {
-    if (size > tree_->max_size - position())
-      return fail(mpack_error_too_big);
     tree_->needed = position() + size;
     return false;
   }
@@ -173,14 +181,12 @@ private:
     return false;
   }
 
-  // Room in proportion to the bytes that are there, never to what they announce.
+  // Room in proportion to what has been read, never to what that announces.
   bool grow() {
-    std::size_t room = std::max(room_ * 2, 32 + tree_->available / 8);
-    void *records = std::realloc(records_, room * sizeof(Record));
-    if (!records)
+    if (!resize(tree_->records, tree_->record_room, std::max(room_ * 2, fewest_records)))
       return false;
-    tree_->records = records_ = static_cast<Record *>(records);
-    tree_->record_room = room_ = room;
+    records_ = tree_->records;
+    room_ = tree_->record_room;
     return true;
   }
 
@@ -225,7 +231,6 @@ private:
   Record *records_;
   std::size_t room_;
   std::size_t count_;
-  std::size_t values_;
   std::size_t open_;
 };
 
@@ -235,41 +240,43 @@ void begin_message(mpack_tree_t *tree) {
   tree->available -= tree->position;
   tree->position = tree->needed = 0;
   tree->complete = false;
-  tree->record_count = tree->values = 0;
+  tree->record_count = 0;
   tree->open = no_record;
 }
 
-// Makes room behind the bytes of the message: at the cost of the messages before it, so that
-// a byte is moved once at most, or by doubling the buffer.
-bool make_room(mpack_tree_t *tree) {
-  if (tree->message != tree->buffer) {
-    if (tree->available)
-      std::memmove(tree->buffer, tree->message, tree->available);
-    tree->message = tree->buffer;
-  }
-  if (tree->available < tree->buffer_room)
-    return true;
-  std::size_t room = tree->buffer_room ? tree->buffer_room * 2 : smallest_buffer;
-  void *buffer = std::realloc(tree->buffer, room);
-  if (!buffer)
-    return false;
-  tree->message = tree->buffer = static_cast<char *>(buffer);
-  tree->buffer_room = room;
-  return true;
+// Moves what waits to the front of the buffer, which costs each byte one move at most: until
+// the message that it belongs to is complete it stays there.
+void move_to_front(mpack_tree_t *tree) {
+  if (tree->message != tree->buffer && tree->available != 0)
+    std::memmove(tree->buffer, tree->message, tree->available);
+  tree->message = tree->buffer;
 }
 
-// Whether more bytes have come.
-bool fill(mpack_tree_t *tree) {
-  if (!tree->read)
+// Gives most of a block back when it has become far too large for what is used of it.
+template <class Item>
+void trim(Item *&block, std::size_t &room, std::size_t used, std::size_t fewest) {
+  if (room * sizeof(Item) > most_spare_bytes && used < room / 4)
+    resize(block, room, std::max(used, fewest));
+}
+
+void trim(mpack_tree_t *tree) {
+  move_to_front(tree);
+  trim(tree->buffer, tree->buffer_room, tree->available, smallest_buffer);
+  tree->message = tree->buffer;
+  trim(tree->records, tree->record_room, tree->record_count, fewest_records);
+}
+
+bool reserve(mpack_tree_t *tree, std::size_t size) {
+  move_to_front(tree);
+  if (size <= tree->buffer_room - tree->available)
+    return true;
+  if (size > SIZE_MAX / 2 - tree->buffer_room)
     return false;
-  if (!make_room(tree)) {
-    mpack_tree_flag_error(tree, mpack_error_memory);
-    return false;
-  }
-  std::size_t count =
-      tree->read(tree, tree->buffer + tree->available, tree->buffer_room - tree->available);
-  tree->available += count;
-  return count != 0;
+  bool reserved =
+      resize(tree->buffer, tree->buffer_room,
+             std::max({tree->available + size, tree->buffer_room * 2, smallest_buffer}));
+  tree->message = tree->buffer;
+  return reserved;
 }
 
 } // namespace
@@ -280,7 +287,6 @@ const char *mpack_error_to_string(mpack_error_t error) {
   case error:                                                                              \
     return #error
     NODETREE_NAME(mpack_ok);
-    NODETREE_NAME(mpack_error_io);
     NODETREE_NAME(mpack_error_invalid);
     NODETREE_NAME(mpack_error_type);
     NODETREE_NAME(mpack_error_too_big);
@@ -291,66 +297,47 @@ const char *mpack_error_to_string(mpack_error_t error) {
   return "(unknown mpack_error_t)";
 }
 
-void mpack_tree_init_stream(mpack_tree_t *tree, mpack_tree_read_t read, void *context,
-                            std::size_t max_message_size, std::size_t max_message_nodes) {
+void mpack_tree_init_chunked(mpack_tree_t *tree) {
   *tree = {};
   tree->open = no_record;
-  tree->max_size = max_message_size;
-  tree->max_values = max_message_nodes;
-  tree->read = read;
-  tree->context = context;
 }
 
 void mpack_tree_init_data(mpack_tree_t *tree, const char *data, std::size_t length) {
-  mpack_tree_init_stream(tree, nullptr, nullptr, SIZE_MAX, SIZE_MAX);
+  mpack_tree_init_chunked(tree);
   tree->message = data;
   tree->available = length;
 }
 
+bool mpack_tree_add_chunk(mpack_tree_t *tree, const char *bytes, std::size_t size) {
+  if (tree->error == mpack_ok && !reserve(tree, size))
+    tree->error = mpack_error_memory;
+  if (tree->error != mpack_ok)
+    return false;
+  if (size)
+    std::memcpy(tree->buffer + tree->available, bytes, size);
+  tree->available += size;
+  return true;
+}
+
 bool mpack_tree_try_parse(mpack_tree_t *tree) {
-  if (tree->error == mpack_ok && tree->complete)
+  if (tree->error != mpack_ok)
+    return false;
+  if (tree->complete)
     begin_message(tree);
-  while (tree->error == mpack_ok) {
-    if (tree->available >= tree->needed)
-      Reading(tree).run();
-    if (tree->complete)
-      return true;
-    if (tree->error == mpack_ok && !fill(tree))
-      break;
-  }
-  return false;
+  if (tree->available >= tree->needed)
+    Reading(tree).run();
+  if (!tree->complete && tree->buffer)
+    trim(tree);
+  return tree->complete;
 }
 
 void mpack_tree_parse(mpack_tree_t *tree) {
   if (!mpack_tree_try_parse(tree))
-    mpack_tree_flag_error(tree, tree->read ? mpack_error_io : mpack_error_invalid);
+    mpack_tree_flag_error(tree, mpack_error_invalid);
 }
 
 mpack_error_t mpack_tree_destroy(mpack_tree_t *tree) {
   std::free(tree->records);
   std::free(tree->buffer);
-  if (tree->teardown)
-    tree->teardown(tree);
   return tree->error;
-}
-
-char *mpack_node_cstr_alloc(mpack_node_t n, std::size_t maxsize) {
-  const char *text = mpack_node_str(n);
-  std::size_t length = mpack_node_strlen(n);
-  mpack_error_t error = mpack_ok;
-  char *copy = nullptr;
-  if (!text)
-    return nullptr;
-  if (length >= maxsize)
-    error = mpack_error_too_big;
-  else if (std::memchr(text, '\0', length))
-    error = mpack_error_type;
-  else if (!(copy = static_cast<char *>(std::malloc(length + 1))))
-    error = mpack_error_memory;
-  mpack_tree_flag_error(n.tree, error);
-  if (copy) {
-    std::memcpy(copy, text, length);
-    copy[length] = '\0';
-  }
-  return copy;
 }

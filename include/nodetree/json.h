@@ -36,7 +36,8 @@ NODETREE_API json_stream *json_stream_new(node_value_callback callback, void *us
    again; values completed before the error have been delivered. A number at the very end is
    held until the next byte shows where it ends: feed a newline at the end of the input.
    All calls together are O(n) for n bytes in chunks of any sizes; one call may go over a
-   string, number or comment again that began in earlier chunks. */
+   string, number or comment again that began in earlier chunks. Refused (false) inside the
+   callback. */
 NODETREE_API bool json_stream_parse(json_stream *stream, const void *bytes, size_t size);
 NODETREE_API bool json_stream_parse_string(json_stream *stream, const char *text);
 

@@ -37,7 +37,8 @@ NODETREE_API msgpack_stream *msgpack_stream_new(node_value_callback callback,
 
 /* Takes `size` bytes in: true, or false at the first error, after which every call fails
    again; messages completed before the error have been delivered. All calls together are
-   O(n) for n bytes in chunks of any sizes. */
+   O(n) for n bytes in chunks of any sizes. Between messages the stream keeps less than 128
+   KiB. Refused (false) inside the callback. */
 NODETREE_API bool msgpack_stream_decode(msgpack_stream *stream, const void *bytes,
                                         size_t size);
 
@@ -46,9 +47,9 @@ NODETREE_API void msgpack_stream_free(msgpack_stream *stream);
 
 /* The tree of the first message in the `*size` bytes; `*size` is set to the number of bytes
    that the message takes, so that the next one begins there. NULL for a message whose value
-   has no node form, with `*size` set all the same, and for one that fails: there too if
-   all its bytes are there and only a value in it was refused, while bytes that are cut short
-   or no MessagePack leave `*size` as it was. O(*size). */
+   has no node form and for one in which a key or a number is refused, with `*size` set all
+   the same; and, with `*size` as it was, for bytes that are cut short or no MessagePack, and
+   when memory runs out. O(bytes of the message). */
 NODETREE_API node *msgpack_decode(const void *bytes, size_t *size);
 
 /* The message of a tree as a new buffer for free(): true. False, with NULL and 0, on
