@@ -4,8 +4,11 @@
 JOBS ?= $(shell nproc)
 MAKEFLAGS += --no-print-directory
 PREFIX ?= /usr/local
-# JSON files for `make bench`; without any it makes its own input.
+# JSON files for `make bench`, besides the configuration that it makes.
 FILES ?=
+BENCH_OPTIONS = --benchmark_repetitions=15 --benchmark_enable_random_interleaving=true \
+  --benchmark_min_time=0.01 --benchmark_report_aggregates_only=true \
+  --benchmark_out=build/bench/results.json
 # How long `make fuzz` runs each target.
 FUZZ_SECONDS ?= 60
 # Which of tests/fuzz/NAME.cpp it runs; without any it runs all.
@@ -17,7 +20,7 @@ ABI_PACKAGES = $(BUILD_PACKAGES) abigail-tools
 LINT_PACKAGES = $(TEST_PACKAGES) $(ABI_PACKAGES) clang-format clang-tidy
 PACKAGE_PACKAGES = $(BUILD_PACKAGES) debhelper dpkg-dev lintian
 BENCH_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev libjansson-dev libjson-c-dev \
-  libcjson-dev libmsgpack-dev
+  libcjson-dev libmsgpack-dev libjq-dev nlohmann-json3-dev python3-matplotlib
 FUZZ_PACKAGES = $(BUILD_PACKAGES) clang libclang-rt-14-dev
 
 INSTALL_PACKAGES = @cmake/install-packages.sh
@@ -81,9 +84,10 @@ format:
 bench:
 	$(INSTALL_PACKAGES) $(BENCH_PACKAGES)
 	cmake --preset bench
-	cmake --build build/bench -j $(JOBS) --target nodetree_bench --target nodetree_bench_trees
-	build/bench/bench/nodetree_bench --chart=build/bench/bench.svg $(FILES)
-	build/bench/bench/nodetree_bench_trees --chart=build/bench/trees.svg
+	cmake --build build/bench -j $(JOBS) --target nodetree_bench
+	python3 bench/generate.py > build/bench/configuration.json
+	build/bench/bench/nodetree_bench $(BENCH_OPTIONS) build/bench/configuration.json $(FILES) >/dev/null
+	/usr/bin/python3 bench/report.py build/bench/results.json build/bench/bench.svg
 
 fuzz:
 	$(INSTALL_PACKAGES) $(FUZZ_PACKAGES)
@@ -143,7 +147,7 @@ help:
 	@echo 'make tsan       distinct objects on distinct threads, under ThreadSanitizer'
 	@echo 'make valgrind   the test programs under valgrind'
 	@echo 'make lint       formatting, folder order and clang-tidy; make format repairs the first'
-	@echo 'make bench      benchmarks, also drawn as build/bench/*.svg; FILES="a.json b.json" adds inputs'
+	@echo 'make bench      benchmarks, also drawn as build/bench/bench.svg; FILES="a.json b.json" adds inputs'
 	@echo 'make fuzz       FUZZ_TARGETS, or all, for FUZZ_SECONDS=$(FUZZ_SECONDS) each; findings in build/fuzz/findings'
 	@echo 'make coverage   which lines and branches of the library the tests reach'
 	@echo 'make install    install into PREFIX ($(PREFIX)), below DESTDIR if given; make uninstall'

@@ -1,9 +1,7 @@
-#include "contender.hpp"
-#include "path.hpp"
+#include "bench.hpp"
 
 #include <cjson/cJSON.h>
 #include <cstring>
-#include <string>
 
 namespace bench {
 namespace {
@@ -28,34 +26,46 @@ std::size_t stringify(void *tree) {
 }
 
 bool lookup(void *tree, const char *path) {
-  static std::string name; // member names have to be terminated
-  const cJSON *found = tree_of(tree);
-  for (std::string_view rest = path; found != nullptr && !rest.empty();) {
-    std::string_view segment = next_segment(rest);
-    if (cJSON_IsObject(found) != 0) {
-      name = segment;
-      found = cJSON_GetObjectItemCaseSensitive(found, name.c_str());
-    } else {
-      found = cJSON_GetArrayItem(found, static_cast<int>(to_index(segment)));
-    }
-  }
-  return found != nullptr;
+  return find(tree_of(tree), path, [](const cJSON *at, std::string_view segment) {
+           static std::string name; // member names have to be terminated
+           name = segment;
+           return cJSON_IsObject(at) != 0
+                      ? cJSON_GetObjectItemCaseSensitive(at, name.c_str())
+                      : cJSON_GetArrayItem(at, static_cast<int>(to_index(segment)));
+         }) != nullptr;
 }
 
-void *copy(void *tree) {
-  return cJSON_Duplicate(tree_of(tree), true);
-}
-
-bool equal(void *a, void *b) {
-  return cJSON_Compare(tree_of(a), tree_of(b), true) != 0;
+std::size_t answer(std::string_view text) {
+  cJSON *request = tree_of(parse(text));
+  const cJSON *params = cJSON_GetObjectItemCaseSensitive(request, "params");
+  const cJSON *guest =
+      cJSON_GetArrayItem(cJSON_GetObjectItemCaseSensitive(params, "guests"), 0);
+  auto number = [](const cJSON *object, const char *name) {
+    return cJSON_GetNumberValue(cJSON_GetObjectItemCaseSensitive(object, name));
+  };
+  cJSON *reply = cJSON_CreateObject();
+  cJSON_AddNumberToObject(reply, "id", number(request, "id"));
+  cJSON_AddStringToObject(reply, "status", "ok");
+  cJSON_AddStringToObject(reply, "guest", cJSON_GetStringValue(guest));
+  cJSON_AddNumberToObject(reply, "total",
+                          number(params, "nights") * number(params, "price"));
+  const std::size_t length = stringify(reply);
+  release(reply);
+  release(request);
+  return length;
 }
 
 } // namespace
 
-const contender &cjson_contender() {
-  static constexpr contender self{"cJSON",   json_rows, parse, release,
-                                  stringify, lookup,    copy,  equal};
-  return self;
-}
+const library cjson{
+    .name = "cJSON",
+    .parse = parse,
+    .release = release,
+    .write = stringify,
+    .lookup = lookup,
+    .copy = [](void *tree) -> void * { return cJSON_Duplicate(tree_of(tree), true); },
+    .equal = [](void *a,
+                void *b) { return cJSON_Compare(tree_of(a), tree_of(b), true) != 0; },
+    .answer = answer};
 
 } // namespace bench

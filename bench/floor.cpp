@@ -1,252 +1,287 @@
-// One zeroed record a value, one copy a name, one copy a string, all linked in lists: no
-// index, no labels, no checks.
-#include "floor.hpp"
-#include "contender.hpp"
-#include "events.hpp"
-#include "packed.hpp"
+// The floors of the comparison: yajl's parser alone, and the cheapest tree that its events can
+// be turned into and written from: one zeroed record of a full-featured tree's size a value,
+// one copy a name and a text, all linked in lists; no index, no labels, no checks. The same
+// tree is made of MessagePack.
+#include "bench.hpp"
 
+#include <bit>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <endian.h>
+#include <memory>
+#include <utility>
+#include <yajl/yajl_gen.h>
+#include <yajl/yajl_parse.h>
 
 namespace bench {
 namespace {
 
+enum class kind { null, boolean, integer, real, string, array, object };
+
+struct record {
+  record *next, *first, *last, *parent;
+  char *name; // of a member
+  kind type;
+  union {
+    long long integer;
+    double real;
+    char *text;
+  };
+  char rest[136]; // indexes and counters that a full-featured tree keeps
+};
+
+char *copy_text(const void *text, std::size_t size) {
+  auto *copy = static_cast<char *>(std::malloc(size + 1));
+  std::memcpy(copy, text, size);
+  copy[size] = '\0';
+  return copy;
+}
+
+const unsigned char *bytes_of(const char *text) {
+  return static_cast<const unsigned char *>(static_cast<const void *>(text));
+}
+
+// Each of its functions is a handler of yajl's events and gives 1 to go on.
 struct builder {
-  floor_value *root;
-  floor_value *current; // the innermost open container
-  char *name;           // of the member to come
+  record *root = nullptr, *current = nullptr; // the innermost open container
+  char *next_name = nullptr;
+
+  record *add(kind type) {
+    auto *value = static_cast<record *>(std::calloc(1, sizeof(record)));
+    value->type = type;
+    value->name = std::exchange(next_name, nullptr);
+    value->parent = current;
+    if (current == nullptr)
+      root = value;
+    else if (current->last != nullptr)
+      current->last = current->last->next = value;
+    else
+      current->first = current->last = value;
+    return value;
+  }
+  int scalar(kind type, long long value) { return add(type)->integer = value, 1; }
+  int real(double value) { return add(kind::real)->real = value, 1; }
+  int string(const void *text, std::size_t size) {
+    char *copy = copy_text(text, size);
+    return add(kind::string)->text = copy, 1;
+  }
+  int name(const void *text, std::size_t size) {
+    return next_name = copy_text(text, size), 1;
+  }
+  int open(kind type) { return current = add(type), 1; }
+  int close() { return current = current->parent, 1; }
 };
 
-floor_value *allocate(floor_kind kind) {
-  auto *value = static_cast<floor_value *>(std::calloc(1, sizeof(floor_value)));
-  if (value == nullptr)
-    std::abort();
-  value->kind = kind;
-  return value;
-}
-
-void append(floor_value *parent, floor_value *value) {
-  value->parent = parent;
-  if (parent->last != nullptr)
-    parent->last->next = value;
-  else
-    parent->first = value;
-  parent->last = value;
-}
-
-floor_value *add(void *context, floor_kind kind) {
-  auto *build = static_cast<builder *>(context);
-  floor_value *value = allocate(kind);
-  value->name = build->name;
-  build->name = nullptr;
-  if (build->current != nullptr)
-    append(build->current, value);
-  else
-    build->root = value;
-  return value;
-}
-
-int open(void *context, floor_kind kind) {
-  static_cast<builder *>(context)->current = add(context, kind);
-  return 1;
-}
-
-int close(void *context) {
-  auto *build = static_cast<builder *>(context);
-  build->current = build->current->parent;
-  return 1;
-}
-
-const char *chars(const unsigned char *bytes) {
-  return static_cast<const char *>(static_cast<const void *>(bytes));
-}
-
-int add_null(void *context) {
-  add(context, floor_kind::null);
-  return 1;
-}
-
-int add_boolean(void *context, int value) {
-  add(context, floor_kind::boolean)->boolean = value != 0;
-  return 1;
-}
-
-int add_integer(void *context, long long value) {
-  add(context, floor_kind::integer)->integer = value;
-  return 1;
-}
-
-int add_real(void *context, double value) {
-  add(context, floor_kind::real)->real = value;
-  return 1;
-}
-
-int add_string(void *context, const unsigned char *bytes, std::size_t length) {
-  auto *text = static_cast<char *>(std::malloc(length + 1));
-  if (text == nullptr)
-    std::abort();
-  std::memcpy(text, bytes, length);
-  text[length] = '\0';
-  add(context, floor_kind::string)->string = text;
-  return 1;
-}
-
-int keep_name(void *context, const unsigned char *bytes, std::size_t length) {
-  static_cast<builder *>(context)->name = strndup(chars(bytes), length);
-  return 1;
-}
-
-int open_object(void *context) {
-  return open(context, floor_kind::object);
-}
-
-int open_array(void *context) {
-  return open(context, floor_kind::array);
-}
-
-constexpr yajl_callbacks build_tree{
-    add_null,    add_boolean, add_integer, add_real,   nullptr, add_string,
-    open_object, keep_name,   close,       open_array, close,
+// Every kind has its handler, or yajl would skip the conversion of numbers.
+struct nothing {
+  int scalar(kind, long long) { return 1; }
+  int real(double) { return 1; }
+  int string(const void *, std::size_t) { return 1; }
+  int name(const void *, std::size_t) { return 1; }
+  int open(kind) { return 1; }
+  int close() { return 1; }
 };
 
-const unsigned char *unsigned_chars(std::string_view text) {
-  return static_cast<const unsigned char *>(static_cast<const void *>(text.data()));
+template <class T>
+T &to(void *context) {
+  return *static_cast<T *>(context);
 }
 
-void build_next(builder *build, packed_reader &in) {
-  const packed_value value = in.next();
-  switch (value.kind) {
-  case floor_kind::null:
-    add_null(build);
-    break;
-  case floor_kind::boolean:
-    add_boolean(build, value.boolean);
-    break;
-  case floor_kind::integer:
-    add_integer(build, value.integer);
-    break;
-  case floor_kind::real:
-    add_real(build, value.real);
-    break;
-  case floor_kind::string:
-    add_string(build, unsigned_chars(in.take(value.count)), value.count);
-    break;
-  case floor_kind::array:
-  case floor_kind::object:
-    open(build, value.kind);
-    for (std::uint64_t i = 0; i < value.count; ++i) {
-      if (value.kind == floor_kind::object) {
-        const std::string_view name = in.take(in.next().count);
-        keep_name(build, unsigned_chars(name), name.size());
-      }
-      build_next(build, in);
-    }
-    close(build);
-    break;
-  }
-}
+template <class T>
+constexpr yajl_callbacks handlers{
+    [](void *c) { return to<T>(c).scalar(kind::null, 0); },
+    [](void *c, int value) { return to<T>(c).scalar(kind::boolean, value); },
+    [](void *c, long long value) { return to<T>(c).scalar(kind::integer, value); },
+    [](void *c, double value) { return to<T>(c).real(value); },
+    nullptr,
+    [](void *c, const unsigned char *text, std::size_t n) {
+      return to<T>(c).string(text, n);
+    },
+    [](void *c) { return to<T>(c).open(kind::object); },
+    [](void *c, const unsigned char *text, std::size_t n) {
+      return to<T>(c).name(text, n);
+    },
+    [](void *c) { return to<T>(c).close(); },
+    [](void *c) { return to<T>(c).open(kind::array); },
+    [](void *c) { return to<T>(c).close(); },
+};
 
-void *decode(std::string_view message) {
-  builder build{};
-  packed_reader in(message);
-  build_next(&build, in);
-  return build.root;
-}
-
-floor_value *duplicate(const floor_value *value) {
-  floor_value *result = allocate(value->kind);
-  if (value->name != nullptr)
-    result->name = strdup(value->name);
-  if (value->kind == floor_kind::string)
-    result->string = strdup(value->string);
-  else
-    result->integer = value->integer; // whichever scalar it is
-  for (const floor_value *child = value->first; child != nullptr; child = child->next)
-    append(result, duplicate(child));
-  return result;
-}
-
-bool same_scalar(const floor_value *a, const floor_value *b) {
-  switch (a->kind) {
-  case floor_kind::boolean:
-    return a->boolean == b->boolean;
-  case floor_kind::integer:
-    return a->integer == b->integer;
-  case floor_kind::real:
-    return a->real == b->real;
-  case floor_kind::string:
-    return std::strcmp(a->string, b->string) == 0;
-  default:
-    return true;
-  }
-}
-
-// Pair by pair, in order.
-bool same(const floor_value *a, const floor_value *b) {
-  if (a->kind != b->kind || (a->name == nullptr) != (b->name == nullptr) ||
-      (a->name != nullptr && std::strcmp(a->name, b->name) != 0) || !same_scalar(a, b))
-    return false;
-  a = a->first;
-  b = b->first;
-  for (; a != nullptr && b != nullptr; a = a->next, b = b->next) {
-    if (!same(a, b))
+template <class T>
+bool parse_events(std::string_view text, std::size_t piece, T &taker) {
+  const std::unique_ptr<yajl_handle_t, decltype(&yajl_free)> parser(
+      yajl_alloc(&handlers<T>, nullptr, &taker), yajl_free);
+  yajl_config(parser.get(), yajl_allow_comments, 1);
+  yajl_config(parser.get(), yajl_dont_validate_strings, 1);
+  yajl_config(parser.get(), yajl_allow_multiple_values, 1);
+  for (; !text.empty(); text.remove_prefix(std::min(piece, text.size())))
+    if (yajl_parse(parser.get(), bytes_of(text.data()), std::min(piece, text.size())) !=
+        yajl_status_ok)
       return false;
-  }
-  return a == b;
-}
-
-void *parse(std::string_view text) {
-  return floor_parse(text);
+  return yajl_complete_parse(parser.get()) == yajl_status_ok;
 }
 
 void release(void *tree) {
-  floor_release(static_cast<floor_value *>(tree));
-}
-
-void *copy(void *tree) {
-  return duplicate(static_cast<const floor_value *>(tree));
-}
-
-bool equal(void *a, void *b) {
-  return same(static_cast<const floor_value *>(a), static_cast<const floor_value *>(b));
-}
-
-} // namespace
-
-floor_value *floor_parse(std::string_view text) {
-  builder build{};
-  if (parse_events(text, build_tree, &build))
-    return build.root;
-  std::free(build.name);
-  if (build.root != nullptr)
-    floor_release(build.root);
-  return nullptr;
-}
-
-void floor_release(floor_value *value) {
-  for (floor_value *child = value->first; child != nullptr;) {
-    floor_value *next = child->next;
-    floor_release(child);
-    child = next;
-  }
-  if (value->kind == floor_kind::string)
-    std::free(value->string);
+  auto *value = static_cast<record *>(tree);
+  for (record *child = value->first; child != nullptr;)
+    release(std::exchange(child, child->next));
+  if (value->type == kind::string)
+    std::free(value->text);
   std::free(value->name);
   std::free(value);
 }
 
-const contender &floor_contender() {
-  static constexpr std::array rows{row::parse, row::release, row::copy, row::equality};
-  static constexpr contender self{"floor", rows,    parse, release,
-                                  nullptr, nullptr, copy,  equal};
-  return self;
+void duplicate(const record *value, builder &out) {
+  if (value->name != nullptr)
+    out.name(value->name, std::strlen(value->name));
+  if (value->type == kind::string) {
+    out.string(value->text, std::strlen(value->text));
+  } else if (value->type < kind::array) {
+    out.scalar(value->type, value->integer); // a real's bits, too
+  } else {
+    out.open(value->type);
+    for (const record *child = value->first; child != nullptr; child = child->next)
+      duplicate(child, out);
+    if (out.current != out.root)
+      out.close();
+  }
 }
 
-const contender &floor_msgpack_contender() {
-  static constexpr std::array rows{row::decode};
-  static constexpr contender self{"floor", rows,    decode,  release, nullptr,
-                                  nullptr, nullptr, nullptr, true};
-  return self;
+void write_text(const char *text, yajl_gen out) {
+  yajl_gen_string(out, bytes_of(text), std::strlen(text));
 }
+
+void write(const record *value, yajl_gen out) {
+  if (value->name != nullptr)
+    write_text(value->name, out);
+  const bool object = value->type == kind::object;
+  if (value->type == kind::null)
+    yajl_gen_null(out);
+  else if (value->type == kind::boolean)
+    yajl_gen_bool(out, value->integer != 0);
+  else if (value->type == kind::integer)
+    yajl_gen_integer(out, value->integer);
+  else if (value->type == kind::real)
+    yajl_gen_double(out, value->real);
+  else if (value->type == kind::string)
+    write_text(value->text, out);
+  else {
+    object ? yajl_gen_map_open(out) : yajl_gen_array_open(out);
+    for (const record *child = value->first; child != nullptr; child = child->next)
+      write(child, out);
+    object ? yajl_gen_map_close(out) : yajl_gen_array_close(out);
+  }
+}
+
+std::size_t stringify(void *tree) {
+  yajl_gen generator = yajl_gen_alloc(nullptr);
+  write(static_cast<const record *>(tree), generator);
+  const unsigned char *text = nullptr;
+  std::size_t size = 0;
+  yajl_gen_get_buf(generator, &text, &size);
+  std::free(copy_text(text, size)); // the caller's own
+  yajl_gen_free(generator);
+  return size;
+}
+
+// The forms of MessagePack that JSON needs. Those with a number behind the tag stand in groups
+// by its width.
+struct unpacker {
+  const char *at;
+  builder &out;
+
+  void value() {
+    const auto tag = static_cast<std::uint8_t>(*at++);
+    if (tag < 0x80 || tag >= 0xe0)
+      out.scalar(kind::integer, static_cast<std::int8_t>(tag));
+    else if (tag < 0xa0)
+      children(tag < 0x90 ? kind::object : kind::array, tag & 0x0f);
+    else if (tag < 0xc0)
+      string(tag & 0x1f);
+    else if (tag == 0xc0)
+      out.scalar(kind::null, 0);
+    else if (tag < 0xc4)
+      out.scalar(kind::boolean, tag & 1);
+    else if (tag == 0xcb)
+      out.real(std::bit_cast<double>(number(8)));
+    else if (tag < 0xd0)
+      out.scalar(kind::integer, static_cast<long long>(number(1U << (tag - 0xcc))));
+    else if (tag < 0xd4)
+      out.scalar(kind::integer, negative(1U << (tag - 0xd0)));
+    else if (tag < 0xdc)
+      string(number(1U << (tag - 0xd9)));
+    else
+      children(tag < 0xde ? kind::array : kind::object, number(2U << (tag & 1)));
+  }
+
+  std::uint64_t number(unsigned width) {
+    std::uint64_t bytes = 0;
+    std::memcpy(&bytes, at, sizeof bytes); // the text has room behind it
+    at += width;
+    return be64toh(bytes) >> (64 - 8 * width);
+  }
+
+  long long negative(unsigned width) {
+    const unsigned unused = 64 - 8 * width;
+    return static_cast<long long>(number(width) << unused) >> unused;
+  }
+
+  void string(std::size_t size) {
+    out.string(at, size);
+    at += size;
+  }
+
+  void children(kind type, std::size_t count) {
+    out.open(type);
+    for (; count > 0; --count) {
+      if (type == kind::object) {
+        const auto tag = static_cast<std::uint8_t>(*at++);
+        const std::size_t size = tag < 0xc0 ? tag & 0x1f : number(1U << (tag - 0xd9));
+        out.name(at, size);
+        at += size;
+      }
+      value();
+    }
+    out.close();
+  }
+};
+
+void *decode(std::string_view message) {
+  builder tree;
+  unpacker{message.data(), tree}.value();
+  return tree.root;
+}
+
+void *parse(std::string_view text) {
+  builder tree;
+  return parse_events(text, text.size(), tree) ? tree.root : nullptr;
+}
+
+void *copy(void *tree) {
+  builder out;
+  duplicate(static_cast<const record *>(tree), out);
+  return out.root;
+}
+
+nothing no_tree;
+
+bool stream(std::string_view text, std::size_t piece) {
+  return parse_events(text, piece, no_tree);
+}
+
+void *parse_only(std::string_view text) {
+  return stream(text, text.size()) ? &no_tree : nullptr;
+}
+
+} // namespace
+
+const library floor_events{
+    .name = "events", .parse = parse_only, .release = [](void *) {}, .stream = stream};
+
+const library floor_tree{
+    .name = "floor", .parse = parse, .release = release, .write = stringify, .copy = copy};
+
+const library floor_msgpack{
+    .name = "floor", .packed = true, .parse = decode, .release = release};
 
 } // namespace bench

@@ -1,4 +1,4 @@
-#include "contender.hpp"
+#include "bench.hpp"
 
 #include <json-c/json.h>
 #include <json-c/json_pointer.h>
@@ -30,8 +30,27 @@ std::size_t stringify(void *tree) {
   return text != nullptr ? length : 0;
 }
 
-bool lookup(void *tree, const char *path) {
-  return json_pointer_get(tree_of(tree), path, nullptr) == 0;
+std::size_t answer(std::string_view text) {
+  json_object *request = tree_of(parse(text));
+  json_object *params = json_object_object_get(request, "params");
+  const double nights = json_object_get_int(json_object_object_get(params, "nights"));
+  json_object *guest =
+      json_object_array_get_idx(json_object_object_get(params, "guests"), 0);
+  json_object *reply = json_object_new_object();
+  json_object_object_add(
+      reply, "id",
+      json_object_new_int64(json_object_get_int64(json_object_object_get(request, "id"))));
+  json_object_object_add(reply, "status", json_object_new_string("ok"));
+  json_object_object_add(reply, "guest",
+                         json_object_new_string(json_object_get_string(guest)));
+  json_object_object_add(
+      reply, "total",
+      json_object_new_double(
+          nights * json_object_get_double(json_object_object_get(params, "price"))));
+  const std::size_t length = stringify(reply);
+  json_object_put(reply);
+  json_object_put(request);
+  return length;
 }
 
 void *copy(void *tree) {
@@ -40,16 +59,20 @@ void *copy(void *tree) {
   return result;
 }
 
-bool equal(void *a, void *b) {
-  return json_object_equal(tree_of(a), tree_of(b)) != 0;
-}
-
 } // namespace
 
-const contender &jsonc_contender() {
-  static constexpr contender self{"json-c",  json_rows, parse, release,
-                                  stringify, lookup,    copy,  equal};
-  return self;
-}
+const library jsonc{
+    .name = "json-c",
+    .parse = parse,
+    .release = release,
+    .write = stringify,
+    .lookup =
+        [](void *tree, const char *path) {
+          return json_pointer_get(tree_of(tree), path, nullptr) == 0;
+        },
+    .copy = copy,
+    .equal = [](void *a,
+                void *b) { return json_object_equal(tree_of(a), tree_of(b)) != 0; },
+    .answer = answer};
 
 } // namespace bench

@@ -1,4 +1,4 @@
-#include "contender.hpp"
+#include "bench.hpp"
 
 #include <memory>
 #include <msgpack.h>
@@ -37,11 +37,10 @@ std::size_t encode(void *tree) {
 
 } // namespace
 
-const contender &msgpackc_contender() {
-  static constexpr std::array rows{row::decode, row::encode};
-  static constexpr contender self{"msgpack-c", rows,    decode,  release, encode,
-                                  nullptr,     nullptr, nullptr, true};
-  return self;
-}
+const library msgpackc{.name = "msgpack-c",
+                       .packed = true,
+                       .parse = decode,
+                       .release = release,
+                       .write = encode};
 
 } // namespace bench
