@@ -144,11 +144,20 @@ void remove_from_tree(avl_tree *tree, avl_node *n) {
   take_place(tree, n, successor);
 }
 
+// The followers are passed over: the group ends before the next leader of the tree.
 avl_node *last_of_group(const avl_tree *tree, avl_node *leader) {
-  avl_node *last = leader;
-  while (last->next != anchor(tree) && !last->next->leader)
-    last = last->next;
-  return last;
+  if (leader->next == anchor(tree) || leader->next->leader)
+    return leader;
+  avl_node *next = leader->right;
+  if (next) {
+    while (next->left)
+      next = next->left;
+  } else {
+    avl_node *below = leader;
+    for (next = leader->parent; next && next->right == below; next = next->parent)
+      below = next;
+  }
+  return next ? next->prev : tree->prev;
 }
 
 Descent descend(const avl_tree *tree, const void *key) {

@@ -9,7 +9,7 @@
 /* Prints the leaves at and below a node. The walk visits the node itself first, then
    whatever has no children. It keeps no state but the cursor, at any depth. */
 static bool print_leaves(node *top) {
-  for (node *n = top; !node_iterate_end(top, n); n = node_iterate(n)) {
+  for (node *n = top; n != NULL; n = node_iterate_within(top, n)) {
     if (node_is_container(n))
       continue;                /* the top, or an empty container */
     char *path = node_path(n); /* made for us, so ours to free */

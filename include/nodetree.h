@@ -16,7 +16,9 @@
  *  3. Growing lists. A function that grows, shrinks or joins a list may move it and returns
  *     the list to use from then on. Where it fails it returns NULL and the list passed in
  *     is untouched and still the caller's.
- *  4. NULL. A NULL string list or value list is an empty one. For every other pointer
+ *  4. NULL. A NULL string list or value list is an empty one. A NULL node is of no kind and
+ *     has no value, key, parent or children, so that what a lookup has not found can be
+ *     asked at once: every question about it gives 0, false or NULL. For every other pointer
  *     argument NULL is allowed only where the function says so.
  *  5. Wrong kinds. Asking a node for what its kind does not have is not an error: getters
  *     return their default and container operations do nothing and return false, 0 or NULL.

@@ -9,7 +9,7 @@ namespace nodetree {
 namespace {
 
 node *element_at(const node *array, size_t index) {
-  if (array->type != NODE_ARRAY || index >= array->child_count)
+  if (!has_kind(array, NODE_ARRAY) || index >= array->child_count)
     return nullptr;
   const node_list *head = &array->value.children;
   node_list *entry = head->next;
@@ -75,7 +75,7 @@ void array_append_free(node *array, node *child) {
 } // namespace nodetree
 
 node *node_container_first(const node *container) {
-  return first_child(container);
+  return container && has_children(container) ? first_child(container) : nullptr;
 }
 
 node *node_container_next(const node *, const node *child) {
@@ -83,7 +83,7 @@ node *node_container_next(const node *, const node *child) {
 }
 
 bool node_object_add(node *object, const char *key, node *child) {
-  if (!object || !key || object->type != NODE_OBJECT || !is_free_child(object, child))
+  if (!has_kind(object, NODE_OBJECT) || !key || !is_free_child(object, child))
     return false;
   const std::string_view name = key;
   char *own = key_behind(child);
@@ -100,21 +100,19 @@ bool node_object_add(node *object, const char *key, node *child) {
 }
 
 size_t node_object_count(const node *object) {
-  return object->type == NODE_OBJECT ? object->child_count : 0;
+  return has_kind(object, NODE_OBJECT) ? object->child_count : 0;
 }
 
 node *node_object_first(const node *object) {
-  return object->type == NODE_OBJECT ? first_child(object) : nullptr;
+  return has_kind(object, NODE_OBJECT) ? first_child(object) : nullptr;
 }
 
 node *node_object_next(const node *object, const node *child) {
-  return object->type == NODE_OBJECT ? node_container_next(object, child) : nullptr;
+  return has_kind(object, NODE_OBJECT) ? node_container_next(object, child) : nullptr;
 }
 
 node *node_object_get(const node *object, const char *key) {
-  if (object->type != NODE_OBJECT)
-    return nullptr;
-  return find_member(object, key);
+  return has_kind(object, NODE_OBJECT) ? find_member(object, key) : nullptr;
 }
 
 void node_object_del(node *object, const char *key) {
@@ -122,7 +120,7 @@ void node_object_del(node *object, const char *key) {
 }
 
 void node_object_move_children(node *destination, node *source) {
-  if (destination->type != NODE_OBJECT || source->type != NODE_OBJECT ||
+  if (!has_kind(destination, NODE_OBJECT) || !has_kind(source, NODE_OBJECT) ||
       is_inside(destination, source))
     return;
   while (node *child = first_child(source))
@@ -132,14 +130,14 @@ void node_object_move_children(node *destination, node *source) {
 }
 
 bool node_array_append(node *array, node *child) {
-  if (!array || array->type != NODE_ARRAY || !is_free_child(array, child))
+  if (!has_kind(array, NODE_ARRAY) || !is_free_child(array, child))
     return false;
   array_append_free(array, child);
   return true;
 }
 
 bool node_array_prepend(node *array, node *child) {
-  if (!array || array->type != NODE_ARRAY || !is_free_child(array, child))
+  if (!has_kind(array, NODE_ARRAY) || !is_free_child(array, child))
     return false;
   set_label(child, array->child_count);
   link_child(array, child, &array->value.children);
@@ -147,15 +145,15 @@ bool node_array_prepend(node *array, node *child) {
 }
 
 size_t node_array_count(const node *array) {
-  return array->type == NODE_ARRAY ? array->child_count : 0;
+  return has_kind(array, NODE_ARRAY) ? array->child_count : 0;
 }
 
 node *node_array_first(const node *array) {
-  return array->type == NODE_ARRAY ? first_child(array) : nullptr;
+  return has_kind(array, NODE_ARRAY) ? first_child(array) : nullptr;
 }
 
 node *node_array_next(const node *array, const node *child) {
-  return array->type == NODE_ARRAY ? node_container_next(array, child) : nullptr;
+  return has_kind(array, NODE_ARRAY) ? node_container_next(array, child) : nullptr;
 }
 
 node *node_array_get(const node *array, size_t index) {

@@ -16,7 +16,7 @@ public:
   bool run(const node *start, Segments path, void **&matches) {
     node *at = const_cast<node *>(start);
     matches = nullptr;
-    if (path.empty())
+    if (!start || path.empty())
       return true;
     Segments behind_root = path;
     std::string_view first;

@@ -11,10 +11,11 @@ using namespace nodetree;
 namespace nodetree {
 
 node *child_named(const node *container, std::string_view segment) {
-  if (container->type == NODE_OBJECT)
+  if (has_kind(container, NODE_OBJECT))
     return find_member(container, segment);
   int position = 0;
-  if (container->type != NODE_ARRAY || !segment_to_int(segment, &position) || position < 0)
+  if (!has_kind(container, NODE_ARRAY) || !segment_to_int(segment, &position) ||
+      position < 0)
     return nullptr;
   return node_array_get(container, static_cast<std::size_t>(position));
 }
@@ -93,5 +94,5 @@ node *Links::resolve(node *n, bool behind) {
 
 node *node_follow_link(const node *n) {
   Links links;
-  return n->type == NODE_LINK ? links.follow(n) : nullptr;
+  return has_kind(n, NODE_LINK) ? links.follow(n) : nullptr;
 }

@@ -54,7 +54,7 @@ node *lenient_lookup(const node *start, char **list) {
   node *at = const_cast<node *>(start);
   ListSegments path(list);
   std::string_view segment;
-  for (bool more = begin(path, segment, at, links); more; more = path.next(segment)) {
+  for (bool more = begin(path, segment, at, links); more && at; more = path.next(segment)) {
     node *next = lenient_step(at, segment, links);
     if (!next)
       break;

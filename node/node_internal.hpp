@@ -18,6 +18,11 @@ struct NodeFree {
 };
 using NodeOwner = std::unique_ptr<node, NodeFree>;
 
+// Callers' nodes may be NULL, which is of no kind.
+inline bool has_kind(const node *n, node_type kind) {
+  return n && n->type == kind;
+}
+
 inline bool is_container(const node *n) {
   return n->type == NODE_OBJECT || n->type == NODE_ARRAY;
 }

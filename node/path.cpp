@@ -6,7 +6,7 @@
 using namespace nodetree;
 
 node *node_parent(const node *n) {
-  return n->parent;
+  return n ? n->parent : nullptr;
 }
 
 node *node_root(const node *n) {
@@ -16,6 +16,8 @@ node *node_root(const node *n) {
 }
 
 char *node_path(const node *n) {
+  if (!n)
+    return nullptr;
   if (!n->parent)
     return strdup("/");
   size_t length = 0;
@@ -36,6 +38,8 @@ char *node_path(const node *n) {
 }
 
 char **node_path_sl(const node *n) {
+  if (!n)
+    return nullptr;
   size_t depth = 0;
   for (const node *at = n; at->parent && at->key; at = at->parent)
     depth++;

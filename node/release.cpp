@@ -88,7 +88,7 @@ void node_free(node *n) {
 }
 
 void node_detach(node *n) {
-  node *parent = n->parent;
+  node *parent = node_parent(n);
   if (!parent)
     return;
   if (n->index_entry.key) {
@@ -100,6 +100,8 @@ void node_detach(node *n) {
 }
 
 void node_clear(node *n) {
+  if (!n)
+    return;
   if (is_container(n))
     release_children(n);
   else
@@ -110,11 +112,11 @@ void node_clear(node *n) {
 }
 
 void node_object_clear(node *object) {
-  if (object->type == NODE_OBJECT)
+  if (has_kind(object, NODE_OBJECT))
     release_children(object);
 }
 
 void node_array_clear(node *array) {
-  if (array->type == NODE_ARRAY)
+  if (has_kind(array, NODE_ARRAY))
     release_children(array);
 }

@@ -89,8 +89,7 @@ char **sl_slice(char **list, int start, int end) {
   for (ptrdiff_t i = 0; i < from; ++i)
     free(list[i]);
   for (ptrdiff_t i = to; i < length; ++i)
-    free(list[i]);
-  list[to] = nullptr;
+    free(std::exchange(list[i], nullptr));
   if (from == 0)
     return list;
 

@@ -136,6 +136,14 @@ TEST_F(Avl, AgreesWithASortedArray) {
   }
 }
 
+TEST_F(Avl, InsertionPassesOverAGroup) {
+  avl_init(&tree, compare_ints, true, nullptr);
+  test::on_small_stack([this] {
+    for (size_t i = 0; i < 2 * test::wide_count; i++)
+      add({i == 1 ? 2 : 1});
+  });
+}
+
 TEST(AvlStrcmp, OrdersTextsByUnsignedBytes) {
   EXPECT_LT(avl_strcmp("\x7f", "\xff", nullptr), 0);
   EXPECT_GT(avl_strcmp("ab", "a", nullptr), 0);

@@ -2,7 +2,8 @@
 # usage: check_consumer.sh BUILD_DIR CONSUMER_DIR
 # Installs the build below a DESTDIR, moves the result, and builds and runs a C and a C++
 # program against it: found through pkg-config and through CMake, linked to the shared
-# library and to the static one. Installs it once more and uninstalls it.
+# library, with and without PIE, and to the static one. Installs it once more and uninstalls
+# it.
 set -eu
 build=$1
 consumer=$2
@@ -37,13 +38,16 @@ export PKG_CONFIG_PATH
 [ "$(pkg-config --variable=prefix nodetree)" = /opt/first ] || fail "nodetree.pc has another prefix"
 pkg_config() { pkg-config --define-prefix "$@" nodetree; }
 libdir=$(pkg_config --variable=libdir)
-build_by_pkg_config shared "$(pkg_config --cflags --libs) -Wl,-rpath,$libdir"
+shared="$(pkg_config --cflags --libs) -Wl,-rpath,$libdir"
+build_by_pkg_config shared "$shared"
+build_by_pkg_config fixed "$shared -fno-pie -no-pie"
 
 "$cmake" -S "$consumer" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" \
   -DCMAKE_C_COMPILER="${CC:-cc}" -DCMAKE_CXX_COMPILER="${CXX:-c++}" >/dev/null
 "$cmake" --build "$work/cmake" >/dev/null
 
-run "$work/shared_c" "$work/shared_hpp" "$work/cmake/shared_c" "$work/cmake/shared_hpp"
+run "$work/shared_c" "$work/shared_hpp" "$work/fixed_c" "$work/fixed_hpp" \
+  "$work/cmake/shared_c" "$work/cmake/shared_hpp"
 
 # The installed command, where the build has one, finds the library beside it.
 if [ -x "$prefix/bin/nodetree" ]; then

@@ -1,6 +1,7 @@
 #!/bin/sh
 # usage: check_headers.sh INCLUDE_DIR
-# Every public header compiles on its own, without a warning, in each language it promises.
+# Every public header compiles on its own, without a warning, in each language it promises,
+# and so does what C programs write.
 set -u
 include=$1
 failed=0
@@ -19,4 +20,6 @@ done
 for standard in c++20 c++23; do
   check c++ "$standard" "${CXX:-c++}" nodetree.hpp
 done
+"${CC:-cc}" -std=c11 -Wall -Wextra -Wpedantic -Werror -I "$include" -fsyntax-only \
+  "${0%.sh}.c" || failed=1
 exit $failed

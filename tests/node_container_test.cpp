@@ -112,10 +112,13 @@ TEST(Iterate, VisitsTheRootAndThenTheLeavesInDocumentOrder) {
   for (const auto &[text, start, expected] : rows) {
     const tree t = make(text);
     node *root = node_lookup(t.get(), start);
-    std::string visited;
+    std::string visited, within;
     for (node *n = root; !node_iterate_end(root, n); n = node_iterate(n))
       visited += where(n) + " ";
+    for (node *n = root; n != nullptr; n = node_iterate_within(root, n))
+      within += where(n) + " ";
     EXPECT_EQ(visited, expected) << text;
+    EXPECT_EQ(within, expected) << text;
   }
 }
 
@@ -129,7 +132,7 @@ TEST(Iterate, NeedsNoStackAndLinearTime) {
       comb = std::move(outer);
     }
     int64_t leaves = 0;
-    for (node *n = node_iterate(comb.get()); n != nullptr; n = node_iterate(n), leaves++)
+    for (node *n = comb.get(); (n = node_iterate_within(comb.get(), n)); leaves++)
       ASSERT_EQ(node_get_integer(n), leaves);
     EXPECT_EQ(leaves, static_cast<int64_t>(deep_levels));
   });

@@ -46,6 +46,17 @@ TEST(NodeValues, TextsAndPathsAreCopiedUpToTheirLengthOrNul) {
   EXPECT_EQ(shown(node_get_link_path(empty.get())), "");
 }
 
+TEST(NodeValues, RecordsAreZeroWhereNothingIsSet) {
+  auto *used = static_cast<volatile unsigned char *>(std::malloc(sizeof(node) + 8));
+  std::fill_n(used, sizeof(node) + 8, 0xff);
+  std::free(const_cast<unsigned char *>(used)); // for the next node
+  const tree n(node_new_null());
+  n->refcount--;
+  const auto *byte = reinterpret_cast<const unsigned char *>(n.get());
+  EXPECT_EQ(std::count(byte, byte + sizeof(node), 0), static_cast<long>(sizeof(node)));
+  n->refcount++;
+}
+
 TEST(NodeReferences, FreeLeavesTheContainerButUnrefStaysInIt) {
   const tree root = make("{'a':1,'b':[2],'c':3}");
   node *a = node_object_get(root.get(), "a"), *b = node_object_get(root.get(), "b");

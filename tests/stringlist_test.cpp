@@ -118,15 +118,26 @@ TEST(StringListSlice, Positions) {
   const struct {
     int start, end;
     const char *slice;
-  } cases[] = {{1, 3, "b;c;"},  {0, 2, "a;b;"},    {-2, -1, "b;"},
-               {2, 10, "c;"},   {-10, 2, "a;b;"},  {3, 5, "NULL"},
-               {0, -3, "NULL"}, {0, -9, "NULL"},   {-1, INT_MAX, "c;"},
-               {1, 1, "NULL"},  {-3, 3, "a;b;c;"}, {INT_MAX, INT_MIN, "NULL"}};
+  } cases[] = {{1, 3, "b;c;"},
+               {0, 2, "a;b;"},
+               {0, 1, "a;"},
+               {-2, -1, "b;"},
+               {2, 10, "c;"},
+               {-10, 2, "a;b;"},
+               {3, 5, "NULL"},
+               {0, -3, "NULL"},
+               {0, -9, "NULL"},
+               {-1, INT_MAX, "c;"},
+               {1, 1, "NULL"},
+               {-3, 3, "a;b;c;"},
+               {INT_MAX, INT_MIN, "NULL"}};
   for (const auto &[start, end, expected] : cases) {
     char **list = list_of("a;b;c").release();
     const auto before = reinterpret_cast<uintptr_t>(list);
     list = sl_slice(list, start, end);
     EXPECT_EQ(shown(list), expected) << start << ", " << end;
+    for (size_t i = sl_len(list); *expected == 'a' && i < 4; i++)
+      EXPECT_EQ(list[i], nullptr) << "a released string";
     EXPECT_EQ(reinterpret_cast<uintptr_t>(list) == before, *expected == 'a') << start;
     if (list != nullptr) { // what was cut still grows
       EXPECT_EQ(take(sl_append(list, "d", "e", "f", "g")),

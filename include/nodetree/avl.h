@@ -15,7 +15,8 @@
  *
  * No operation checks its arguments: trees are initialised, pointers are not NULL, a key
  * keeps its order while its element is held, and an element is in one tree at a time. A
- * tree must not be moved or copied while it holds elements. To discard a tree, forget it.
+ * tree must not be moved or copied, an empty one either: it points at itself. To discard a
+ * tree, forget it.
  */
 #ifndef NODETREE_AVL_H
 #define NODETREE_AVL_H
@@ -71,7 +72,7 @@ NODETREE_API avl_node *avl_find_greaterequal(const avl_tree *tree, const void *k
 
 /* Puts `element`, its `key` set, into the tree: 0, or -1 when the key is held already and
    duplicates are not allowed; nothing but the element's own tree fields has changed then.
-   O(log n) and the followers of the element that it is placed beside. */
+   O(log n). */
 NODETREE_API int avl_insert(avl_tree *tree, avl_node *element);
 
 /* Takes `element` out of the tree that holds it and sets its `next` and `prev` to NULL. The

@@ -102,7 +102,8 @@ NODETREE_API node *node_new_link(char **path);
 
 /* ---- Kinds and values ---- */
 
-/* Whether the node is of this kind; a container is an object or an array. */
+/* Whether the node is of this kind; a container is an object or an array. NULL is of none,
+   not of kind null either. */
 NODETREE_API bool node_is_null(const node *n);
 NODETREE_API bool node_is_object(const node *n);
 NODETREE_API bool node_is_array(const node *n);
@@ -114,11 +115,11 @@ NODETREE_API bool node_is_link(const node *n);
 NODETREE_API bool node_is_container(const node *n);
 
 /* "null", "object", "array", "integer", "real", "string", "boolean", "link", or "unknown"
-   for a record whose kind has another number. A constant. */
+   for a record whose kind has another number and for NULL. A constant. */
 NODETREE_API const char *node_type_to_string(const node *n);
 
-/* The value of a node of this kind; for another kind 0, 0.0, false, or NULL for a text and a
-   path. Kinds are never converted: the integer of a real is 0. Texts and lists are the
+/* The value of a node of this kind; for another kind and for a NULL node 0, 0.0, false, or
+   NULL for a text and a path. Kinds are never converted: the integer of a real is 0. Texts and lists are the
    node's own. */
 NODETREE_API int64_t node_get_integer(const node *n);
 NODETREE_API double node_get_real(const node *n);
@@ -126,7 +127,7 @@ NODETREE_API const char *node_get_string(const node *n);
 NODETREE_API bool node_get_boolean(const node *n);
 NODETREE_API char **node_get_link_path(const node *n);
 
-/* The node's own key; NULL for a root. */
+/* The node's own key; NULL for a root and for NULL. */
 NODETREE_API const char *node_key(const node *n);
 
 /* ---- References and release ---- */
@@ -145,16 +146,16 @@ NODETREE_API bool node_unref(node *n);
 NODETREE_API void node_free(node *n);
 
 /* Takes the node out of its container; the container's reference passes to the caller. A
-   root is left alone. O(log n) in an object's members. */
+   root is left alone, and so is NULL. O(log n) in an object's members. */
 NODETREE_API void node_detach(node *n);
 
 /* Releases value and children and makes the node null where it stands: its parent, key,
-   place and references remain. O(n) in the subtree. */
+   place and references remain. NULL is ignored. O(n) in the subtree. */
 NODETREE_API void node_clear(node *n);
 
-/* ---- Containers: the children of objects and arrays, in order ---- */
+/* ---- Containers: the children of objects and arrays, in order; NULL is no container ---- */
 
-/* The first child, NULL when there is none. The argument must be a container. */
+/* The first child, NULL when there is none and for a node that is no container. */
 NODETREE_API node *node_container_first(const node *container);
 
 /* The child after `child`; NULL after the last one and for a NULL child. A walk that removes
@@ -216,13 +217,28 @@ NODETREE_API void node_array_del(node *array, size_t index);
 NODETREE_API void node_array_clear(node *array);
 
 /* One step of a walk over the leaves (nodes without children) of a tree in document order.
-   The walk over the subtree of `root`, which visits the root first, reads
-       for (node *n = root; !node_iterate_end(root, n); n = node_iterate(n)) ...
    NULL gives NULL. A step costs the levels that it passes, O(1) averaged over a walk. */
 NODETREE_API node *node_iterate(node *n);
 
-/* True when `cursor` is NULL or lies outside the subtree of `root`. O(depth). */
+/* True when `cursor` is NULL or lies outside the subtree of `root`. O(depth): as the end of
+   a walk through a deep tree it takes quadratic time, node_iterate_within() does not. */
 NODETREE_API bool node_iterate_end(const node *root, const node *cursor);
+
+/* The same step that ends with the subtree of `root`, which holds `n`: NULL behind its last
+   leaf. The walk over a subtree, which visits its root first, reads
+       for (node *n = root; n; n = node_iterate_within(root, n)) ...
+   O(1) averaged over the walk. */
+static inline node *node_iterate_within(const node *root, node *n) {
+  if (n->child_count == 0) {
+    node *next = NULL;
+    while (n != root && !(next = node_container_next(n->parent, n)))
+      n = n->parent;
+    if (!next || next->child_count == 0)
+      return next;
+    n = next;
+  }
+  return node_iterate(n);
+}
 
 /*
  * ---- Paths, lookup and links ----
@@ -232,19 +248,19 @@ NODETREE_API bool node_iterate_end(const node *root, const node *cursor);
  * the node itself. ".." is the parent, "." the node itself, "*" in glob lookups every child;
  * any other segment is a member's key or an element's position in the forms of strtol with
  * base 0 ("010" is 8). A trailing "/" in a text is ignored; nothing is escaped. An empty or
- * NULL path finds nothing. A lookup that passes through a link goes on in the link's target.
+ * NULL path finds nothing, as does any path from NULL. A lookup that passes through a link goes on in the link's target.
  * Found nodes are borrowed. A lookup costs one search a segment: O(log n) in an object, O(n)
  * in an array.
  */
 
-/* The container that holds the node; NULL for a root. */
+/* The container that holds the node; NULL for a root and for NULL. */
 NODETREE_API node *node_parent(const node *n);
 
 /* The top of the node's tree; NULL for NULL. O(depth). */
 NODETREE_API node *node_root(const node *n);
 
-/* The node's absolute path as a new text, "/" for a root; NULL when memory runs out. Starts
-   below the nearest ancestor-or-self that has no key, if there is one. O(depth). */
+/* The node's absolute path as a new text, "/" for a root; NULL for NULL and when memory runs out.
+   Starts below the nearest ancestor-or-self that has no key, if there is one. O(depth). */
 NODETREE_API char *node_path(const node *n);
 
 /* The same as a new string list: "" and the keys from the top down. */

@@ -74,6 +74,11 @@ static inline bool string_fields_equal(const char *const *a, const char *const *
   return _string_equals(*a, *b);
 }
 
+#ifndef __cplusplus
+/* In C the address of a `char *` does not pass for that of a `const char *`. */
+#define string_fields_equal(a, b) _string_equals(*(a), *(b))
+#endif
+
 NODETREE_END
 
 #endif

@@ -116,6 +116,17 @@ NODETREE_API char **sl_slice(char **list, int start, int end);
 #define sl_new(...) _sl_new(__VA_ARGS__, SL_END)
 #define sl_append(list, ...) _sl_append(list, __VA_ARGS__, SL_END)
 
+#ifndef __cplusplus
+/* In C a `char **` does not pass for a `const char *const *`. */
+#define sl_appendn(list, strings, count)                                                   \
+  sl_appendn(list,                                                                         \
+             _Generic((strings),                                                           \
+                 char **: (const char *const *)(strings),                                  \
+                 char *const *: (const char *const *)(strings),                            \
+                 default: (strings)),                                                      \
+             count)
+#endif
+
 /* _sl_equals() under a plain name. */
 static inline bool sl_equals(char *const *a, char *const *b) {
   return _sl_equals(a, b);

@@ -89,6 +89,18 @@ NODETREE_API void vl_free(void **list, void (*release)(void *element));
 #define vl_new(...) _vl_new(__VA_ARGS__, VL_END)
 #define vl_append(list, ...) _vl_append(list, __VA_ARGS__, VL_END)
 
+#ifndef __cplusplus
+/* In C an array of pointers to records does not pass for one of `void *`. What is no array
+   of pointers is refused all the same, by the sizeof. */
+#define vl_appendn(list, elements, count)                                                  \
+  vl_appendn(list,                                                                         \
+             ((void)sizeof((const void *)*_Generic((elements),                             \
+                                                   void *: (void **)0,                     \
+                                                   default: (elements))),                  \
+              (const void *)(elements)),                                                   \
+             count)
+#endif
+
 NODETREE_END
 
 #endif

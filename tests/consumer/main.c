@@ -11,6 +11,9 @@ int main(void) {
   free(text);
   node_unref(result);
   node_free(rule);
+  bool one_address =
+      tree->index.compare == avl_strcmp && log_open_file("/dev/null", "w") && log_file;
   node_free(tree);
-  return log_file ? 1 : 0;
+  log_close();
+  return one_address ? 0 : 1;
 }
