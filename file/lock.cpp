@@ -8,6 +8,9 @@
 
 using namespace nodetree;
 
+// A lock belongs to the open file, which a child just made by fork() shares until it calls
+// exec. Closing a descriptor does not end the lock while the child has its copy: LOCK_UN does.
+
 namespace {
 
 constexpr mode_t lock_file_mode = 0600;
@@ -28,9 +31,12 @@ int file_lock(const char *path, int operation, const char *kind) {
 bool would_wait(const char *path, int operation) {
   // O_NONBLOCK: a pipe in the file's place must not make a probe wait.
   const Descriptor file(path, O_RDONLY | O_NONBLOCK);
-  return file.is_open() &&
-         uninterrupted([&] { return flock(file.get(), operation | LOCK_NB); }) == -1 &&
-         errno == EWOULDBLOCK;
+  if (!file.is_open())
+    return false;
+  if (uninterrupted([&] { return flock(file.get(), operation | LOCK_NB); }) == -1)
+    return errno == EWOULDBLOCK;
+  flock(file.get(), LOCK_UN);
+  return false;
 }
 
 } // namespace
@@ -44,8 +50,10 @@ int file_write_lock(const char *path) {
 }
 
 void file_unlock(int descriptor) {
-  if (descriptor >= 0)
-    close(descriptor);
+  if (descriptor < 0)
+    return;
+  flock(descriptor, LOCK_UN);
+  close(descriptor);
 }
 
 bool file_read_is_locked(const char *path) {

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <memory>
 #include <unistd.h>
+#include <utility>
 
 namespace nodetree {
 
@@ -26,29 +27,27 @@ auto uninterrupted(Call call) {
 
 class Descriptor {
 public:
+  Descriptor() = default;
   Descriptor(const char *path, int flags, mode_t mode = 0)
       : fd_(uninterrupted([=] { return open(path, flags | O_CLOEXEC, mode); })) {}
-  // Keeps errno: it tells the caller what failed before.
-  ~Descriptor() {
-    if (fd_ == -1)
-      return;
-    const int failure = errno;
-    close(fd_);
-    errno = failure;
-  }
+  ~Descriptor() { reset(); }
   Descriptor(const Descriptor &) = delete;
   Descriptor &operator=(const Descriptor &) = delete;
 
   bool is_open() const { return fd_ != -1; }
   int get() const { return fd_; }
-  int release() {
-    const int fd = fd_;
-    fd_ = -1;
-    return fd;
+  int release() { return std::exchange(fd_, -1); }
+  // Keeps errno, which tells the caller what failed before.
+  void reset(int fd = -1) {
+    const int failure = errno;
+    if (fd_ != -1)
+      close(fd_);
+    fd_ = fd;
+    errno = failure;
   }
 
 private:
-  int fd_;
+  int fd_ = -1;
 };
 
 } // namespace nodetree

@@ -8,7 +8,6 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 
 namespace {
 
@@ -70,24 +69,21 @@ bool write_dump(FILE *out, const unsigned char *bytes, size_t length) {
   return fputc('\n', out) != EOF && fflush(out) == 0;
 }
 
-struct FreeStream {
-  void operator()(stringstream *stream) const { stringstream_free(stream); }
-};
-
 } // namespace
 
 void log_debug_hex(const void *data, size_t length) {
   const int caller_errno = errno;
-  const std::unique_ptr<stringstream, FreeStream> dump(stringstream_open());
-  if (!dump || !write_dump(stringstream_file(dump.get()),
+  stringstream *dump = stringstream_open();
+  if (!dump || !write_dump(stringstream_file(dump),
                            static_cast<const unsigned char *>(data), length)) {
     NODETREE_DEBUG("no memory for the dump of %zu bytes", length);
   } else {
-    char *text = stringstream_data(dump.get());
-    size_t size = stringstream_size(dump.get());
+    char *text = stringstream_data(dump);
+    size_t size = stringstream_size(dump);
     if (size > max_text)
       text[size = max_text] = '\0';
     NODETREE_DEBUG("%*s", static_cast<int>(size), text);
   }
+  stringstream_free(dump);
   errno = caller_errno;
 }

@@ -5,7 +5,6 @@
 #include "log/report.hpp"
 
 #include <cstring>
-#include <grp.h>
 #include <pwd.h>
 #include <sys/wait.h>
 
@@ -37,8 +36,11 @@ bool process_drop_privilege(const char *user) {
     user = "nobody";
   if (getuid() != 0 || strcmp(user, "root") == 0)
     return true;
+  errno = 0;
   const passwd *entry = getpwnam(user);
   if (!entry) {
+    if (errno == 0)
+      errno = ENOENT;
     NODETREE_DEBUG("Could not find uid/gid of user %s. Continuing as root.", user);
     return false;
   }

@@ -2,16 +2,16 @@
 #include <nodetree/process.h>
 #include <nodetree/stringlist.h>
 
+#include "file/owners.hpp"
 #include "log/report.hpp"
 
-#include <cerrno>
 #include <csignal>
-#include <cstdlib>
-#include <fcntl.h>
 #include <initializer_list>
 #include <iterator>
+#include <pthread.h>
 #include <stdio_ext.h>
-#include <unistd.h>
+
+using namespace nodetree;
 
 namespace {
 
@@ -27,18 +27,16 @@ constexpr Stream streams[] = {
 constexpr int stream_count = std::size(streams);
 using Descriptors = int[stream_count];
 
-// What a write without a reader does. Put back by hand: exec runs no destructors.
-class BrokenPipes {
+// While it lives the calling thread is not cancelled. A child made meanwhile is neither.
+class Uncancelled {
 public:
-  void ignore() {
-    struct sigaction action = {};
-    action.sa_handler = SIG_IGN;
-    sigaction(SIGPIPE, &action, &inherited_);
-  }
-  void restore() const { sigaction(SIGPIPE, &inherited_, nullptr); }
+  Uncancelled() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state_); }
+  ~Uncancelled() { pthread_setcancelstate(state_, nullptr); }
+  Uncancelled(const Uncancelled &) = delete;
+  Uncancelled &operator=(const Uncancelled &) = delete;
 
 private:
-  struct sigaction inherited_ = {};
+  int state_;
 };
 
 // Another descriptor of the same file, above those of the standard streams.
@@ -51,7 +49,7 @@ int duplicate_above_streams(int fd) {
 // Does `action` to the streams that messages are written to. What other streams have in
 // their buffers is the parent's to write.
 void for_each_own_stream(int (*action)(FILE *)) {
-  for (FILE *stream : {stdout, stderr, log_file})
+  for (FILE *stream : {stderr, log_file})
     if (stream)
       static_cast<void>(action(stream));
 }
@@ -73,11 +71,32 @@ void flush_messages() {
   _exit(EXIT_FAILURE);
 }
 
+// The default for every signal that the caller handles: its handlers are not the child's.
+void forget_signal_handlers() {
+  for (int number = 1; number < NSIG; ++number) {
+    struct sigaction action;
+    if (sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN &&
+        action.sa_handler != SIG_DFL)
+      signal(number, SIG_DFL);
+  }
+}
+
 // Puts `fd` where a standard stream stands, for the program to inherit.
 bool put_in_place(int fd, int target) {
   if (fd == target) // where dup2() would change nothing
     return fcntl(fd, F_SETFD, 0) != -1;
   return dup2(fd, target) != -1;
+}
+
+// Where the table of descriptors is full, at the place itself, whose file is given up.
+int open_null_device(int place) {
+  const auto attempt = [=] {
+    return open("/dev/null", streams[place].null_mode | O_CLOEXEC);
+  };
+  int fd = attempt();
+  if (fd == -1 && errno == EMFILE && close(place) == 0)
+    fd = attempt();
+  return fd;
 }
 
 // Returns the name of the stream that could not be redirected, or nullptr.
@@ -92,8 +111,7 @@ const char *redirect(Descriptors &fds) {
       if ((fds[i] = duplicate_above_streams(fds[i])) == -1)
         return streams[i].name;
   for (int i = 0; i < stream_count; ++i) {
-    const int fd =
-        fds[i] >= 0 ? fds[i] : open("/dev/null", streams[i].null_mode | O_CLOEXEC);
+    const int fd = fds[i] >= 0 ? fds[i] : open_null_device(i);
     if (fd == -1 || !put_in_place(fd, i))
       return streams[i].name;
   }
@@ -102,37 +120,20 @@ const char *redirect(Descriptors &fds) {
 
 // ---- In the parent ----
 
-void close_keeping_errno(int fd) {
-  const int failure = errno;
-  close(fd);
-  errno = failure;
-}
-
-void close_all(Descriptors &fds) {
-  for (int &fd : fds) {
-    if (fd != -1)
-      close_keeping_errno(fd);
-    fd = -1;
-  }
-}
-
 // Whoever writes to standard output while that is closed must not write into a pipe.
-int moved_above_streams(int fd) {
-  if (fd >= stream_count)
-    return fd;
-  const int moved = duplicate_above_streams(fd);
-  close_keeping_errno(fd);
-  return moved;
+bool move_above_streams(Descriptor &fd) {
+  if (fd.get() < stream_count)
+    fd.reset(duplicate_above_streams(fd.get()));
+  return fd.is_open();
 }
 
-// On failure one of the ends may be open all the same.
-bool open_pipe(const Stream &stream, int &child, int &caller) {
+bool open_pipe(const Stream &stream, Descriptor &child, Descriptor &caller) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) == -1)
     return false;
-  child = moved_above_streams(ends[stream.child_end]);
-  caller = moved_above_streams(ends[1 - stream.child_end]);
-  return child != -1 && caller != -1;
+  child.reset(ends[stream.child_end]);
+  caller.reset(ends[1 - stream.child_end]);
+  return move_above_streams(child) && move_above_streams(caller);
 }
 
 } // namespace
@@ -141,18 +142,23 @@ pid_t process_spawn_fd(char *const *command, char *const *environment, const cha
                        int in, int out, int err) {
   if (sl_empty(command)) {
     NODETREE_DEBUG("Cannot spawn process with empty command.");
+    errno = EINVAL;
     return -1;
   }
+  const Uncancelled uncancelled;
+  sigset_t all, mask;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &mask);
   const pid_t pid = fork();
-  if (pid == -1)
-    NODETREE_DEBUG("Fork failed: %m");
-  if (pid != 0)
+  if (pid != 0) {
+    pthread_sigmask(SIG_SETMASK, &mask, nullptr);
+    if (pid == -1)
+      NODETREE_DEBUG("Fork failed: %m");
     return pid;
+  }
 
   forget_parents_output();
-  // A message that nobody reads must not decide how the child ends.
-  BrokenPipes broken_pipes;
-  broken_pipes.ignore();
+  forget_signal_handlers();
   Descriptors fds = {in, out, err};
   if (const char *name = redirect(fds)) {
     NODETREE_DEBUG("Failed to allocate file descriptor for %s: %m", name);
@@ -170,9 +176,13 @@ pid_t process_spawn_fd(char *const *command, char *const *environment, const cha
   if (user && !process_drop_privilege(user))
     end_child();
   flush_messages();
-  broken_pipes.restore();
+  // A message that nobody reads must not decide how the child ends: ignoring the signal drops
+  // one that is pending.
+  const auto broken_pipe = signal(SIGPIPE, SIG_IGN);
+  signal(SIGPIPE, broken_pipe);
+  pthread_sigmask(SIG_SETMASK, &mask, nullptr);
   execvp(command[0], command);
-  broken_pipes.ignore();
+  signal(SIGPIPE, SIG_IGN);
   // __extension__ lets "%m" pass.
   __extension__ log_msg(LOG_ERR, "Failed to exec %s: %m", command[0]);
   end_child();
@@ -186,10 +196,12 @@ pid_t process_spawn_pipe(char *const *command, char *const *environment, const c
                          int *in, int *out, int *err) {
   if (sl_empty(command)) {
     NODETREE_DEBUG("Cannot spawn process with empty command.");
+    errno = EINVAL;
     return -1;
   }
+  const Uncancelled uncancelled;
   int *const wanted[] = {in, out, err};
-  Descriptors child = {-1, -1, -1}, caller = {-1, -1, -1};
+  Descriptor child[stream_count], caller[stream_count];
   bool ready = true;
   for (int i = 0; i < stream_count && ready; ++i) {
     ready = !wanted[i] || open_pipe(streams[i], child[i], caller[i]);
@@ -198,12 +210,10 @@ pid_t process_spawn_pipe(char *const *command, char *const *environment, const c
   }
   pid_t pid = -1;
   if (ready)
-    pid = process_spawn_fd(command, environment, user, child[0], child[1], child[2]);
-  close_all(child);
-  if (pid == -1)
-    close_all(caller);
+    pid = process_spawn_fd(command, environment, user, child[0].get(), child[1].get(),
+                           child[2].get());
   for (int i = 0; i < stream_count; ++i)
     if (wanted[i])
-      *wanted[i] = caller[i];
+      *wanted[i] = pid == -1 ? -1 : caller[i].release();
   return pid;
 }

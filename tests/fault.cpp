@@ -157,6 +157,12 @@ pid_t fork() {
   return pid;
 }
 
+// Closes all the same, as what it would leave open could not be closed any more.
+int fclose(FILE *file) {
+  const int result = next<int(FILE *)>("fclose")(file);
+  return fails(CALLER, EIO) ? EOF : result;
+}
+
 // As libc itself does, these take an argument that may not be there.
 
 int open(const char *path, int flags, ...) {

@@ -435,7 +435,9 @@ std::string directory_made() {
 std::string dumped() {
   if (log_open_file("log", "w") == nullptr)
     return "NULL";
+  errno = EDOM;
   log_debug_hex("ab", 2);
+  EXPECT_EQ(errno, EDOM);
   log_close();
   return test::without_lines(test::file_content("log"));
 }

@@ -141,6 +141,21 @@ TEST_F(File, LocksExcludeEachOther) {
   EXPECT_FALSE(file_write_is_locked("pipe"));
 }
 
+TEST_F(File, LocksEndAlthoughAChildHasInheritedThem) {
+  const test::list_owner command(sl_new("true"));
+  std::atomic<bool> done = false;
+  std::thread spawner([&] {
+    while (!done)
+      process_wait(process_spawn(command.get()));
+  });
+  for (size_t i = 0; i < test::scaled(2000); ++i) {
+    file_unlock(file_read_lock("lock"));
+    ASSERT_FALSE(file_write_is_locked("lock") || file_write_is_locked("lock")) << i;
+  }
+  done = true;
+  spawner.join();
+}
+
 TEST_F(File, LockWaitsThroughSignals) {
   const int held = file_read_lock("lock");
   file_unlock(test::wait_through_signals(held, [] { return file_write_lock("lock"); }));

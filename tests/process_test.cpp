@@ -96,7 +96,9 @@ TEST_F(Process, EmptyCommandsAreRefused) {
   const list_owner empty(_sl_new(nullptr));
   for (char **command : {static_cast<char **>(nullptr), empty.get()}) {
     int end = 77;
+    errno = 0;
     EXPECT_EQ(process_spawn(command), -1);
+    EXPECT_EQ(errno, EINVAL);
     EXPECT_EQ(process_spawn_pipe(command, nullptr, nullptr, &end, &end, &end), -1);
     EXPECT_EQ(end, 77);
     const std::string message = ": Cannot spawn process with empty command.\n";
@@ -259,6 +261,49 @@ TEST_F(Process, ChildThatFailsKeepsOffWhatTheParentHasBuffered) {
     EXPECT_EQ(file_content("log"), "ERROR: Failed to exec ./missing: No such file or "
                                    "directory\nINFO: logged\n");
     EXPECT_FALSE(fs::exists("handler"));
+  });
+}
+
+TEST_F(Process, NothingOfTheCallersRunsInTheChild) {
+  const list_owner grep(sl_new("grep", "Sig[BI]", "/proc/self/status")),
+      seven = shell("exit 7");
+  isolated([&] {
+    atexit([] { test::write_file("handler", "ran"); });
+    // A signal that comes right behind fork(), in the second child only.
+    signal(SIGUSR1, [](int) { test::write_file("handler", "ran"); });
+    static bool armed = false;
+    pthread_atfork(nullptr, nullptr, [] { armed &&raise(SIGUSR1); });
+    signal(SIGINT, SIG_IGN);
+    sigset_t blocked;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGUSR2);
+    pthread_sigmask(SIG_SETMASK, &blocked, nullptr);
+    std::thread([&] {
+      pthread_cancel(pthread_self());
+      const pid_t pid = process_spawn(seven.get());
+      const Child child(grep);
+      int state = 0;
+      pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
+      EXPECT_EQ(state, PTHREAD_CANCEL_ENABLE);
+      // What the program has is what the caller has.
+      const std::string status = file_content("/proc/self/status"), end = child.end();
+      EXPECT_NE(status.find(end.substr(2, end.size() - 3)), status.npos) << end;
+      EXPECT_EQ(process_wait(pid), 7);
+    }).join();
+    armed = true;
+    EXPECT_EQ(process_wait(process_spawn(grep.get())), -SIGUSR1);
+    EXPECT_FALSE(fs::exists("handler"));
+  });
+}
+
+TEST_F(Process, AFullDescriptorTableIsEnough) {
+  isolated([] {
+    const list_owner good = shell("exit 7");
+    while (fcntl(0, F_DUPFD_CLOEXEC, 3) != -1)
+      continue;
+    const int status = process_wait(process_spawn(good.get()));
+    closefrom(200); // UBSan needs descriptors too
+    EXPECT_EQ(status, 7);
   });
 }
 

@@ -50,8 +50,8 @@ NODETREE_API bool file_write_string(const char *path, const char *text);
  * A lock is a descriptor that holds a flock() lock: it shuts out other users of these calls
  * and of flock(), within the same process too, and is never turned into the other kind.
  * Waiting for a write lock while holding a read lock on the same file therefore never ends.
- * A child made by fork() holds its parent's locks as well until it closes them or calls
- * exec: the lock is released with the last of them. */
+ * A child made by fork() shares its parent's locks until it closes the descriptors or calls
+ * exec. */
 
 /* Takes a shared (read) or exclusive (write) lock, waiting as long as needed, and returns
    the descriptor to be given to file_unlock(); -1 on failure. Creates a missing file with
@@ -59,7 +59,8 @@ NODETREE_API bool file_write_string(const char *path, const char *text);
 NODETREE_API int file_read_lock(const char *path);
 NODETREE_API int file_write_lock(const char *path);
 
-/* Closes the descriptor and so releases its lock; -1 is ignored. */
+/* Releases the lock at once, for children and duplicates that share it too, and closes the
+   descriptor; -1 is ignored. A child that is only to give up its own share calls close(). */
 NODETREE_API void file_unlock(int descriptor);
 
 /* Whether a shared (read) or exclusive (write) lock would have to wait at this moment.

@@ -5,7 +5,7 @@
  * and which becomes the program's arguments as it is; no shell reads it. Whoever spawns a
  * child has to wait for it, with process_wait() or waitpid(): until then it stays in the
  * process table. Failures in the caller's own process report at LOG_DEBUG and leave their
- * cause in errno.
+ * cause in errno: EINVAL for an empty command line.
  *
  * The child runs the program
  *  - with its standard streams as asked for, always open;
@@ -14,13 +14,13 @@
  *  - with the caller's signal mask and ignored signals, limits, working directory and, unless
  *    `user` says otherwise, user.
  *
- * What goes wrong in the child is no longer the caller's to see: the child logs it, once its
- * streams are in place to the child's standard error if that is where messages go, and ends
- * with status 1. It ends by _exit() and drops the inherited contents of the buffers of
- * stdout, stderr and `log_file` when it begins, so that nothing the caller has buffered is
- * written twice and none of its exit handlers runs; its own messages are flushed. A reader
- * of the error pipe that is gone does not change that status. A log file that was opened
- * while 0, 1 or 2 was closed, and so got that number, does not get the child's messages.
+ * The caller does not see what goes wrong in the child: the child logs it and ends with
+ * status 1. Once its streams are in place, a log on standard error is the child's own. The
+ * child ends by _exit(), and when it begins it drops what it inherited in the buffers of
+ * stderr and `log_file`: nothing that the caller has buffered is written twice, and none of
+ * the caller's exit handlers runs. The child flushes its own messages. An error pipe without
+ * a reader does not change the status. A log file that was opened while 0, 1 or 2 was
+ * closed, and so got that number, does not get the child's messages.
  *
  * Threads. Any thread may spawn at any time; pipes do not leak into what others spawn
  * meanwhile. Until the program starts, the child makes only calls that are safe whatever
@@ -30,7 +30,10 @@
  *  - looking users up, if `user` is given;
  *  - writing to syslog, if that is the log and the child has something to report.
  *
- * Handlers of the caller's signals are in force in the child for as long.
+ * Until then no signal handler of the caller runs in the child either: signals are blocked,
+ * and what the caller handles is set to its default. A signal that came meanwhile is
+ * delivered just before the program starts. A thread that is cancelled while it spawns acts
+ * on it after the call; the child never does.
  */
 #ifndef NODETREE_PROCESS_H
 #define NODETREE_PROCESS_H
@@ -59,8 +62,9 @@ NODETREE_BEGIN
  * /dev/null. All three are meant as the caller knows them before any is put in place, so 0
  * to 2 may be given in any order and any descriptor more than once: (0, 2, 2) sends the
  * output where the caller's errors go. They stay open in the caller. One that is not open
- * is a failure in the child. A descriptor above 2 also stays open in the program under its
- * own number unless it is close-on-exec.
+ * is a failure in the child, and so is a full table of descriptors where 0 to 2 change
+ * places, which takes another descriptor for a moment. A descriptor above 2 also stays open
+ * in the program under its own number unless it is close-on-exec.
  */
 NODETREE_API pid_t process_spawn_fd(char *const *command, char *const *environment,
                                     const char *user, int in, int out, int err);
@@ -110,8 +114,8 @@ NODETREE_API int process_interpret_status(int status);
  * Makes root another user for good, first the group and then the user id. True if the
  * process may go on: it has become `user`, "root" was asked for, or its real user is not
  * root, and then nothing is changed, whatever the effective one is. False, reported at
- * LOG_DEBUG, if the user is unknown or the system refuses; the process is then still root,
- * though perhaps with the other group. NULL stands for "nobody".
+ * LOG_DEBUG, if the user is unknown (ENOENT) or the system refuses; the process is then
+ * still root, though perhaps with the other group. NULL stands for "nobody".
  *
  * Keeps the supplementary groups: a process that has root's gives them up with setgroups()
  * before. Keeps the environment, HOME included. Looks the user up with getpwnam(), so not in
