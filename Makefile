@@ -11,6 +11,8 @@ BENCH_OPTIONS = --benchmark_repetitions=15 --benchmark_enable_random_interleavin
   --benchmark_out=build/bench/results.json
 # How long `make fuzz` runs each target.
 FUZZ_SECONDS ?= 60
+# The folder of an MPack with which `make test` runs all tests as well.
+NODETREE_MPACK_DIR ?= $(wildcard ../shared/mpack)
 # Which of tests/fuzz/NAME.cpp it runs; without any it runs all.
 FUZZ_TARGETS ?=
 
@@ -31,7 +33,7 @@ SOURCES = $(shell find . -name build -prune -o -name '.?*' -prune -o -type f \
 TIDY_SOURCES = $(filter-out ./bench/% ./tests/consumer/% ./tests/fuzz/% %/coverage_end.cpp,\
   $(filter %.c %.cpp,$(SOURCES)))
 
-.PHONY: all build demo test tsan valgrind lint format bench fuzz coverage install uninstall package \
+.PHONY: all build demo test test-mpack tsan valgrind lint format bench fuzz coverage install uninstall package \
   abi abi-update docs clean help
 
 all: build
@@ -53,6 +55,15 @@ test:
 	cmake --build build/release -j $(JOBS)
 	ctest --preset asan -j $(JOBS)
 	ctest --preset release -j $(JOBS)
+	$(if $(NODETREE_MPACK_DIR),$(MAKE) test-mpack)
+
+# All tests with that MPack in place of codec/mpack.
+test-mpack:
+	$(if $(NODETREE_MPACK_DIR),,$(error NODETREE_MPACK_DIR names no MPack))
+	$(INSTALL_PACKAGES) $(TEST_PACKAGES)
+	cmake --preset mpack -DNODETREE_MPACK_DIR="$(abspath $(NODETREE_MPACK_DIR))"
+	cmake --build build/mpack -j $(JOBS)
+	ctest --preset mpack -j $(JOBS)
 
 tsan:
 	$(INSTALL_PACKAGES) $(TEST_PACKAGES)
@@ -144,6 +155,7 @@ help:
 	@echo 'make            build the library, the tool and the examples in build/release'
 	@echo 'make demo       build, then run examples/demo.sh'
 	@echo 'make test       all tests, plain and under AddressSanitizer and UBSan'
+	@echo 'make test-mpack all tests with the MPack in NODETREE_MPACK_DIR'
 	@echo 'make tsan       distinct objects on distinct threads, under ThreadSanitizer'
 	@echo 'make valgrind   the test programs under valgrind'
 	@echo 'make lint       formatting, folder order and clang-tidy; make format repairs the first'

@@ -14,6 +14,15 @@ std::string hex(const std::string &digits) {
   return bytes;
 }
 
+// What an MPack that the builder names does otherwise; told in docs/design.md.
+#ifdef NODETREE_OTHER_MPACK
+constexpr bool other_mpack = true;
+#else
+constexpr bool other_mpack = false;
+#endif
+constexpr bool errors_come_late = other_mpack, announced_sizes_are_reserved = other_mpack,
+               large_messages_stay = other_mpack;
+
 // The head of a form with a length of four bytes.
 std::string head(const char *form, size_t length) {
   return hex(take(string_printf("%s%08zx", form, length)));
@@ -179,6 +188,8 @@ TEST(MsgpackReports, FailuresDeliverWhatCameBeforeAndLast) {
     EXPECT_EQ(decoded(bytes + '\7', &used), nullptr);
     EXPECT_EQ(used, bytes.size() + (row[2] == "invalid"));
     EXPECT_EQ(log.fresh(), reports(row[1]) + one_shot + error);
+    if (errors_come_late && row[0] == "ddffffffffc1")
+      continue;
     for (const size_t chunk : {bytes.size() + 2, size_t{1}}) {
       msgpack_decoder stream;
       EXPECT_FALSE(stream.feed('\6' + bytes + '\7', chunk));
@@ -273,6 +284,8 @@ TEST(MsgpackSize, WhatIsOnlyAnnouncedOrPastTakesNoMemory) {
         log_reader log;
         EXPECT_EQ(decoded(bytes), nullptr);
         EXPECT_EQ(log.fresh(), one_shot + invalid) << start;
+        if (announced_sizes_are_reserved)
+          return;
         msgpack_decoder stream;
         EXPECT_TRUE(stream.feed(bytes, 1)) << start;
         EXPECT_EQ(stream.text() + log.fresh(), "");
@@ -296,7 +309,8 @@ TEST(MsgpackSize, WhatIsOnlyAnnouncedOrPastTakesNoMemory) {
     EXPECT_EQ(stream.values.size(), 2U);
     stream.values.clear();
   }
-  EXPECT_TRUE(!to_the_limit || bytes_in_use() < before + (8 << 20)) << "all goes back";
+  EXPECT_TRUE(large_messages_stay || !to_the_limit || bytes_in_use() < before + (8 << 20))
+      << "all goes back";
 }
 
 TEST(MsgpackSize, DepthNeedsNoStack) {
