@@ -45,7 +45,7 @@ public:
     size_t count = root ? child_count(root, source) : 0;
     if (count == 0)
       return root;
-    if (!open(source, root, {}, count))
+    if (!open(source, root, count))
       return nullptr;
     for (;;) {
       Container &container = open_.back();
@@ -56,11 +56,11 @@ public:
       case Progress::opened:
         break;
       case Progress::complete: {
-        const Container complete = container;
+        node *complete = container.made;
         open_.pop();
         if (open_.empty())
-          return complete.made;
-        if (!put(open_.back(), complete.key, complete.made))
+          return complete;
+        if (!put(open_.back(), complete))
           return nullptr;
       }
       }
@@ -68,19 +68,20 @@ public:
   }
 
 private:
-  // What a member is held under; of no meaning in an array.
-  struct Key {
-    mpack_node_t source;
-    std::string_view name; // as much of the text as a name may have
-    bool is_text;
-  };
-
   struct Container {
     mpack_node_t source;
     node *made;
-    Key key;
     size_t count;
     size_t next; // the child to convert next
+  };
+
+  // What a member is held under.
+  struct Key {
+    std::string_view text;
+    bool is_text;
+
+    // As much of it as a name may have.
+    std::string_view name() const { return text.substr(0, longest_key); }
   };
 
   // How far the children of a container are converted: up to one that has children itself,
@@ -97,9 +98,9 @@ private:
         if (failed())
           return Progress::refused;
       } else if (size_t count = child_count(made, source)) {
-        return open(source, made, {}, count) ? Progress::opened : Progress::refused;
+        return open(source, made, count) ? Progress::opened : Progress::refused;
       } else {
-        put_element(array, made);
+        array_append_free(array.made, made);
       }
     }
     return Progress::complete;
@@ -107,15 +108,14 @@ private:
 
   Progress convert_members(Container &object) {
     while (object.next < object.count) {
-      size_t index = object.next++;
-      Key key = read_key(mpack_node_map_key_at(object.source, index));
-      mpack_node_t source = mpack_node_map_value_at(object.source, index);
-      node *made = make(source, key.name);
+      mpack_node_t source = mpack_node_map_value_at(object.source, object.next++);
+      Key key = key_of_last(object);
+      node *made = make(source, key.name());
       if (!made) {
         if (failed())
           return Progress::refused;
       } else if (size_t count = child_count(made, source)) {
-        return open(source, made, key, count) ? Progress::opened : Progress::refused;
+        return open(source, made, count) ? Progress::opened : Progress::refused;
       } else if (!put_member(object.made, key, made)) {
         return Progress::refused;
       }
@@ -123,12 +123,12 @@ private:
     return Progress::complete;
   }
 
-  // Puts a finished value into the container that it belongs to. False when the message is
-  // refused.
-  bool put(const Container &container, const Key &key, node *made) {
+  // Puts a finished value, the last one converted, into its container. False when the message
+  // is refused.
+  bool put(const Container &container, node *made) {
     if (container.made->type != NODE_ARRAY)
-      return put_member(container.made, key, made);
-    put_element(container, made);
+      return put_member(container.made, key_of_last(container), made);
+    array_append_free(container.made, made);
     return true;
   }
 
@@ -148,11 +148,11 @@ private:
     return !failed();
   }
 
-  static Key read_key(mpack_node_t source) {
+  static Key key_of_last(const Container &object) {
+    mpack_node_t source = mpack_node_map_key_at(object.source, object.next - 1);
     if (mpack_node_type(source) != mpack_type_str)
-      return {source, {}, false};
-    size_t length = mpack_node_strlen(source);
-    return {source, {mpack_node_str(source), std::min(length, longest_key)}, true};
+      return {{}, false};
+    return {{mpack_node_str(source), mpack_node_strlen(source)}, true};
   }
 
   // The node of a value, of a container an empty one; NULL where there is none or the
@@ -222,26 +222,19 @@ private:
   }
 
   // Takes a new node over until it has its children. False when memory runs out.
-  bool open(mpack_node_t source, node *made, const Key &key, size_t count) {
-    if (open_.push({source, made, key, count, 0}))
+  bool open(mpack_node_t source, node *made, size_t count) {
+    if (open_.push({source, made, count, 0}))
       return true;
     mpack_tree_flag_error(tree_, mpack_error_memory);
     node_free(made);
     return false;
   }
 
-  static void put_element(const Container &array, node *made) {
-    if (node_array_append(array.made, made))
-      return;
-    log_msg(LOG_ERR, "Skipping array element with index \"%zu\"", array.next - 1);
-    node_free(made);
-  }
-
   // Whether a text can be a name; one that cannot fails the message.
   bool is_name(const Key &key) {
-    if (mpack_node_strlen(key.source) > key.name.size())
+    if (key.text.size() > longest_key)
       mpack_tree_flag_error(tree_, mpack_error_too_big);
-    else if (std::memchr(key.name.data(), '\0', key.name.size()))
+    else if (std::memchr(key.text.data(), '\0', key.text.size()))
       mpack_tree_flag_error(tree_, mpack_error_type);
     return !failed();
   }

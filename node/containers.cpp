@@ -24,18 +24,23 @@ node *element_at(const node *array, size_t index) {
   return node_of(entry);
 }
 
+[[gnu::noinline]] char *long_label(std::size_t number) {
+  char digits[24] = {};
+  std::to_chars(digits, digits + sizeof digits, number);
+  return strdup(digits);
+}
+
 // Gives the child a label: the number of elements before it came. There is none when memory
 // runs out.
 void set_label(node *child, std::size_t number) {
   constexpr std::size_t short_labels = 10000000; // those of up to seven digits
-  char digits[24] = {};
-  std::to_chars(digits, digits + sizeof digits, number);
-  if (number < short_labels) {
-    child->key = key_behind(child);
-    std::memcpy(child->key, digits, key_room);
-  } else {
-    child->key = strdup(digits);
+  if (number >= short_labels) {
+    child->key = long_label(number);
+    return;
   }
+  child->key = key_behind(child);
+  std::memset(child->key, 0, key_room);
+  std::to_chars(child->key, child->key + key_room, number);
 }
 
 } // namespace

@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <endian.h>
 #include <memory>
 #include <nodetree/node.h>
 #include <string_view>
@@ -71,9 +73,11 @@ inline char *key_behind(node *n) {
 // Writes a key with all the NULs that belong behind it.
 inline void write_key(char *to, std::string_view key) {
   if (key.size() < key_room) {
-    char padded[key_room] = {};
-    std::copy(key.begin(), key.end(), padded);
-    std::memcpy(to, padded, key_room);
+    std::uint64_t padded = 0; // no array, for which compilers guard the stack
+    for (std::size_t i = key.size(); i-- != 0;)
+      padded = padded << 8 | static_cast<unsigned char>(key[i]);
+    padded = htole64(padded);
+    std::memcpy(to, &padded, key_room);
   } else {
     std::memmove(to, key.data(), key.size());
     to[key.size()] = '\0';

@@ -51,8 +51,8 @@ struct mpack_node_data_t {
     std::uint64_t number;
   };
   struct Open { // while the container's children are still being read
-    std::uint64_t missing;
     std::size_t parent;
+    std::uint64_t missing; // of the parent's children, this one included
   };
   struct Cursor { // afterwards
     std::size_t index;
@@ -75,8 +75,9 @@ struct mpack_tree_t {
   mpack_node_data_t *records;
   std::size_t record_count;
   std::size_t record_room;
-  std::size_t open; // the innermost container that misses children, or no_record
-  char *buffer;     // of chunked input; `message` points into it
+  std::size_t open;      // the innermost container that misses children, or no_record
+  std::uint64_t missing; // how many of them
+  char *buffer;          // of chunked input; `message` points into it
   std::size_t buffer_room;
 };
 

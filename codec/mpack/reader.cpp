@@ -105,13 +105,14 @@ public:
       : tree_(tree), start_(reinterpret_cast<const unsigned char *>(tree->message)),
         at_(start_ + tree->position), end_(start_ + tree->available),
         records_(tree->records), room_(tree->record_room), count_(tree->record_count),
-        open_(tree->open) {}
+        open_(tree->open), missing_(tree->missing) {}
   Reading(const Reading &) = delete;
   Reading &operator=(const Reading &) = delete;
   ~Reading() {
     tree_->position = position();
     tree_->record_count = count_;
     tree_->open = open_;
+    tree_->missing = missing_;
   }
 
   void run() {
@@ -190,19 +191,20 @@ private:
     return true;
   }
 
-  bool open(mpack_node_data_t::Value &container) {
+  bool open(Record::Value &container) {
     std::uint64_t children = container.number;
     container.count = static_cast<std::uint32_t>(children);
     if (container.type == mpack_type_map)
       children *= 2;
-    records_[count_ + 1].open = {children, open_};
+    records_[count_ + 1].open = {open_, missing_};
     open_ = count_;
+    missing_ = children;
     count_ += 2;
     return true;
   }
 
   // Notes a container without children.
-  bool close(mpack_node_data_t::Value &container) {
+  bool close(Record::Value &container) {
     container.count = 0;
     container.number = ++count_;
     return close_completed();
@@ -211,17 +213,19 @@ private:
   // Closes the containers that the value just read completes. False when it was the last
   // one of the message.
   bool close_completed() {
-    while (open_ != no_record) {
+    while (--missing_ == 0) {
+      if (open_ == no_record) {
+        tree_->complete = true;
+        return false;
+      }
       Record *container = records_ + open_;
-      if (--container[1].open.missing != 0)
-        return true;
-      std::size_t parent = container[1].open.parent;
+      const Record::Open outer = container[1].open;
       container[0].value.number = count_;
       container[1].cursor = {0, open_ + 2};
-      open_ = parent;
+      open_ = outer.parent;
+      missing_ = outer.missing;
     }
-    tree_->complete = true;
-    return false;
+    return true;
   }
 
   mpack_tree_t *tree_;
@@ -232,6 +236,7 @@ private:
   std::size_t room_;
   std::size_t count_;
   std::size_t open_;
+  std::uint64_t missing_;
 };
 
 // Forgets the current message and begins the one behind it.
@@ -242,6 +247,7 @@ void begin_message(mpack_tree_t *tree) {
   tree->complete = false;
   tree->record_count = 0;
   tree->open = no_record;
+  tree->missing = 1; // the message
 }
 
 // Moves what waits to the front of the buffer, which costs each byte one move at most: until
@@ -299,7 +305,7 @@ const char *mpack_error_to_string(mpack_error_t error) {
 
 void mpack_tree_init_chunked(mpack_tree_t *tree) {
   *tree = {};
-  tree->open = no_record;
+  begin_message(tree);
 }
 
 void mpack_tree_init_data(mpack_tree_t *tree, const char *data, std::size_t length) {
