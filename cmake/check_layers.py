@@ -12,15 +12,19 @@ MAY_INCLUDE = {
     "stringstream": set(),
     "log": {"stringstream"},
     "valuelist": {"stringstream"},
-    "file": {"string", "stringlist", "avl", "log", "valuelist"},
+    "file": {"string", "stringlist", "avl", "log"},
     "process": {"stringlist", "log", "file"},
     "node": {"string", "stringlist", "avl", "stringstream", "log", "valuelist"},
 }
 MAY_INCLUDE["expr"] = {"string", "node"}
 MAY_INCLUDE["codec"] = set(MAY_INCLUDE) - {"process", "expr"}
 MAY_INCLUDE["convert"] = {"stringlist", "log", "node"}
-# Families whose public headers have other names.
-HEADERS_OF = {"codec": ["json", "msgpack", "node_stream"]}
+# What they share stands on nothing.
+for family in MAY_INCLUDE:
+    MAY_INCLUDE[family].add("shared")
+MAY_INCLUDE["shared"] = set()
+# Families whose public headers have other names, or none.
+HEADERS_OF = {"codec": ["json", "msgpack", "node_stream"], "shared": []}
 
 family_of_header = {
     f"nodetree/{header}.h": family

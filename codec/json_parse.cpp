@@ -1,7 +1,7 @@
 #include "codec/json_tail.hpp"
 #include "codec/yajl_memory.hpp"
 #include "node/node_internal.hpp"
-#include "string/c_locale.hpp"
+#include "shared/c_locale.hpp"
 
 #include <cstdint>
 #include <cstring>

@@ -1,7 +1,7 @@
 #include "codec/yajl_memory.hpp"
 #include "log/report.hpp"
 #include "node/expand.hpp"
-#include "string/c_locale.hpp"
+#include "shared/c_locale.hpp"
 
 #include <algorithm>
 #include <cstring>

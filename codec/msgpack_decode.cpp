@@ -1,5 +1,5 @@
 #include "node/node_internal.hpp"
-#include "valuelist/stack.hpp"
+#include "shared/stack.hpp"
 
 #include <algorithm>
 #include <cstring>

@@ -1,5 +1,5 @@
 #include "expr/evaluation.hpp"
-#include "string/c_locale.hpp"
+#include "shared/c_locale.hpp"
 
 #include <cmath>
 #include <nodetree/string.h>

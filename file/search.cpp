@@ -3,7 +3,7 @@
 #include <nodetree/file.h>
 #include <nodetree/string.h>
 
-#include "valuelist/stack.hpp"
+#include "shared/stack.hpp"
 
 #include <cerrno>
 #include <climits>

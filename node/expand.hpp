@@ -4,7 +4,7 @@
 
 #include "node/links.hpp"
 #include "node/walk.hpp"
-#include "valuelist/stack.hpp"
+#include "shared/stack.hpp"
 
 namespace nodetree {
 

@@ -1,7 +1,7 @@
 #include "node/glob.hpp"
 #include "node/merge.hpp"
 #include "node/walk.hpp"
-#include "valuelist/stack.hpp"
+#include "shared/stack.hpp"
 
 #include <nodetree/stringlist.h>
 

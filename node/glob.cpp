@@ -1,7 +1,7 @@
 #include "node/glob.hpp"
 #include "node/links.hpp"
 #include "node/segments.hpp"
-#include "valuelist/stack.hpp"
+#include "shared/stack.hpp"
 
 using namespace nodetree;
 

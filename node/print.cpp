@@ -1,5 +1,5 @@
 #include "node/walk.hpp"
-#include "string/c_locale.hpp"
+#include "shared/c_locale.hpp"
 
 #include <cinttypes>
 

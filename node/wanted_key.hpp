@@ -4,7 +4,7 @@
 
 #include "avl/avl_internal.hpp"
 #include "node/node_internal.hpp"
-#include "string/big_endian.hpp"
+#include "shared/big_endian.hpp"
 
 namespace nodetree {
 

@@ -1,5 +1,6 @@
 #include <nodetree/string.h>
 
+#include "shared/memory.hpp"
 #include "string/parse_int.hpp"
 
 #include <cctype>
@@ -9,15 +10,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <fnmatch.h>
-#include <memory>
 
 using namespace nodetree;
 
 namespace {
-
-struct Free {
-  void operator()(void *memory) const { free(memory); }
-};
 
 /* Whether `pointer` points at one of the `size` bytes at `start`. */
 bool points_into(const char *pointer, const char *start, size_t size) {
@@ -84,7 +80,7 @@ char *string_replace(char *string, const char *find, const char *replacement) {
   const size_t new_length = length - find_length + replacement_length;
 
   /* Part of the string itself would move while it is needed. */
-  std::unique_ptr<char, Free> copy;
+  Text copy;
   if (points_into(replacement, string, length + 1)) {
     copy.reset(strdup(replacement));
     if (!copy)

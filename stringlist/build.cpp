@@ -1,26 +1,20 @@
 /* Making, growing and releasing string lists. */
 #include <nodetree/stringlist.h>
 
+#include "shared/null_ended.hpp"
 #include "stringlist/builder.hpp"
 
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 
 using namespace nodetree;
 
 namespace {
 
-/* Grows `list` by `count` strings, which it takes over. NULL, with `list` untouched and the
-   strings still the caller's, when the array cannot be grown. */
-char **append_moved(char **list, char *const *strings, size_t count) {
-  const size_t length = sl_len(list);
-  char **grown = static_cast<char **>(realloc(list, (length + count + 1) * sizeof(char *)));
+/* Appends a string of the heap, which it takes over even if it fails; so it does for NULL. */
+char **append_own(char **list, char *string) {
+  char **grown = string ? null_ended::append(list, &string, 1) : nullptr;
   if (!grown)
-    return nullptr;
-  if (count > 0)
-    memcpy(grown + length, strings, count * sizeof(char *));
-  grown[length + count] = nullptr;
+    free(string);
   return grown;
 }
 
@@ -31,7 +25,7 @@ char **append_built(char **list, ListBuilder &built) {
     return built.take();
   const size_t count = built.size();
   char **added = built.take();
-  char **grown = append_moved(list, added, count);
+  char **grown = null_ended::append(list, added, count);
   if (grown)
     free(added);
   else
@@ -40,15 +34,9 @@ char **append_built(char **list, ListBuilder &built) {
 }
 
 char **append_args(char **list, const char *first, va_list args) {
-  size_t count = 0;
-  if (first) {
-    va_list rest;
-    va_copy(rest, args);
-    do
-      ++count;
-    while (va_arg(rest, const char *));
-    va_end(rest);
-  }
+  const size_t count = null_ended::count_arguments(first, args);
+  if (count == 1)
+    return append_own(list, strdup(first));
   ListBuilder built(count);
   if (!built.ok())
     return nullptr;
@@ -80,6 +68,8 @@ char **_sl_append(char **list, ...) {
 char **sl_appendn(char **list, const char *const *strings, size_t count) {
   if (count == 0)
     return list;
+  if (count == 1 && *strings)
+    return append_own(list, strdup(*strings));
   size_t present = 0;
   for (size_t i = 0; i < count; ++i)
     present += strings[i] != nullptr;
@@ -94,12 +84,7 @@ char **sl_appendn(char **list, const char *const *strings, size_t count) {
 
 char **sl_append_vprintf(char **list, const char *format, va_list args) {
   char *text;
-  if (vasprintf(&text, format, args) < 0)
-    return list;
-  char **grown = append_moved(list, &text, 1);
-  if (!grown)
-    free(text);
-  return grown;
+  return vasprintf(&text, format, args) < 0 ? list : append_own(list, text);
 }
 
 char **sl_append_printf(char **list, const char *format, ...) {
@@ -128,14 +113,7 @@ char **sl_copy(char *const *list) {
 }
 
 char **sl_concat(char **a, char **b) {
-  if (sl_empty(b)) {
-    free(b);
-    return a;
-  }
-  char **joined = append_moved(a, b, sl_len(b));
-  if (joined)
-    free(b);
-  return joined;
+  return null_ended::concat(a, b);
 }
 
 void sl_free(char **list) {

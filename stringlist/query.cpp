@@ -1,13 +1,12 @@
 /* Questions about string lists. */
 #include <nodetree/stringlist.h>
 
-#include <cstring>
+#include "shared/null_ended.hpp"
+
+using namespace nodetree;
 
 size_t sl_len(char *const *list) {
-  size_t length = 0;
-  while (list && list[length])
-    ++length;
-  return length;
+  return null_ended::length(list);
 }
 
 bool sl_empty(char *const *list) {
@@ -15,13 +14,8 @@ bool sl_empty(char *const *list) {
 }
 
 bool _sl_equals(char *const *a, char *const *b) {
-  if (a == b)
-    return true;
-  if (!a || !b)
-    return false;
-  while (*a && *b && strcmp(*a, *b) == 0)
-    ++a, ++b;
-  return !*a && !*b;
+  return null_ended::equal(a, b,
+                           [](const char *x, const char *y) { return strcmp(x, y) == 0; });
 }
 
 bool __sl_equals(char ***a, char ***b) {

@@ -1,34 +1,16 @@
 #include <nodetree/stringstream.h>
 #include <nodetree/valuelist.h>
 
-#include <memory>
-#include <stdarg.h>
-#include <stdint.h>
-#include <stdlib.h>
-#include <string.h>
+#include "shared/null_ended.hpp"
+
+using namespace nodetree;
 
 namespace {
 
-/* `array`, or a fresh one for NULL, resized to hold `count` elements and the end. NULL,
-   with `array` untouched, when that fails. */
-void **resize(void **array, size_t count) {
-  if (count >= PTRDIFF_MAX / sizeof(void *))
-    return nullptr;
-  return static_cast<void **>(realloc(array, (count + 1) * sizeof(void *)));
-}
-
 void **append_args(void **list, void *first, va_list args) {
   const size_t length = vl_len(list);
-  size_t count = 0;
-  if (first) {
-    va_list rest;
-    va_copy(rest, args);
-    do
-      ++count;
-    while (va_arg(rest, void *));
-    va_end(rest);
-  }
-  void **grown = resize(list, length + count);
+  const size_t count = null_ended::count_arguments(first, args);
+  void **grown = null_ended::resize(list, length + count);
   if (!grown)
     return nullptr;
   void **end = grown + length;
@@ -72,30 +54,21 @@ void **_vl_append(void **list, ...) {
 void **vl_appendn(void **list, void *const *elements, size_t count) {
   if (count == 0)
     return list;
+  // In an array of their own first: they may lie in the list, which moves.
+  void **kept = null_ended::resize<void>(nullptr, count);
+  if (!kept)
+    return nullptr;
   size_t added = 0;
   for (size_t i = 0; i < count; ++i)
-    added += elements[i] != nullptr;
-  // A new array instead of a grown one: `elements` may lie in the old one.
-  const size_t length = vl_len(list);
-  void **joined = resize(nullptr, length + added);
-  if (!joined)
-    return nullptr;
-  if (length > 0)
-    memcpy(joined, list, length * sizeof(void *));
-  void **end = joined + length;
-  for (size_t i = 0; i < count; ++i)
     if (elements[i])
-      *end++ = elements[i];
-  *end = nullptr;
-  free(list);
-  return joined;
+      kept[added++] = elements[i];
+  void **grown = null_ended::append(list, kept, added);
+  free(kept);
+  return grown;
 }
 
 size_t vl_len(void *const *list) {
-  size_t length = 0;
-  while (list && list[length])
-    ++length;
-  return length;
+  return null_ended::length(list);
 }
 
 bool vl_empty(void *const *list) {
@@ -103,23 +76,11 @@ bool vl_empty(void *const *list) {
 }
 
 bool vl_equals(void *const *a, void *const *b) {
-  if (a == b)
-    return true;
-  if (!a || !b)
-    return false;
-  while (*a && *a == *b)
-    ++a, ++b;
-  return *a == *b;
+  return null_ended::equal(a, b, [](const void *x, const void *y) { return x == y; });
 }
 
 void **vl_copyn(void *const *list, size_t count) {
-  void **copy = resize(nullptr, count);
-  if (!copy)
-    return nullptr;
-  if (count > 0)
-    memcpy(copy, list, count * sizeof(void *));
-  copy[count] = nullptr;
-  return copy;
+  return null_ended::append<void>(nullptr, list, count);
 }
 
 void **vl_copy(void *const *list) {
@@ -127,26 +88,15 @@ void **vl_copy(void *const *list) {
 }
 
 void **vl_concat(void **a, void **b) {
-  if (vl_empty(b)) {
-    free(b);
-    return a;
-  }
-  const size_t a_length = vl_len(a);
-  const size_t b_length = vl_len(b);
-  void **joined = resize(a, a_length + b_length);
-  if (!joined)
-    return nullptr;
-  memcpy(joined + a_length, b, (b_length + 1) * sizeof(void *));
-  free(b);
-  return joined;
+  return null_ended::concat(a, b);
 }
 
 char *vl_stringify(void *const *list) {
-  std::unique_ptr<stringstream, decltype(&stringstream_free)> stream(stringstream_open(),
-                                                                     stringstream_free);
-  if (!stream || !write_elements(stringstream_file(stream.get()), list))
-    return nullptr;
-  return stringstream_take_data(stream.get());
+  stringstream *stream = stringstream_open();
+  const bool written = stream && write_elements(stringstream_file(stream), list);
+  char *text = written ? stringstream_take_data(stream) : nullptr;
+  stringstream_free(stream);
+  return text;
 }
 
 void vl_sort(void **list, int (*compare)(const void *, const void *)) {

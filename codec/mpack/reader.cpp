@@ -1,5 +1,5 @@
 #include "codec/mpack/mpack.h"
-#include "string/big_endian.hpp"
+#include "shared/big_endian.hpp"
 
 #include <algorithm>
 #include <array>

@@ -1,10 +1,10 @@
 // Numbers whose most significant byte comes first, as messages hold them and texts compare.
-#ifndef NODETREE_STRING_BIG_ENDIAN_HPP
-#define NODETREE_STRING_BIG_ENDIAN_HPP
+#ifndef NODETREE_SHARED_BIG_ENDIAN_HPP
+#define NODETREE_SHARED_BIG_ENDIAN_HPP
 
-#include <bit>
 #include <cstdint>
 #include <cstring>
+#include <endian.h>
 #include <type_traits>
 
 namespace nodetree {
@@ -13,14 +13,14 @@ namespace nodetree {
 template <class Unsigned>
 Unsigned swap_big_endian(Unsigned number) {
   static_assert(std::is_unsigned_v<Unsigned>);
-  if constexpr (std::endian::native == std::endian::big || sizeof number == 1)
+  if constexpr (sizeof number == 1)
     return number;
   else if constexpr (sizeof number == 2)
-    return __builtin_bswap16(number);
+    return be16toh(number);
   else if constexpr (sizeof number == 4)
-    return __builtin_bswap32(number);
+    return be32toh(number);
   else
-    return __builtin_bswap64(number);
+    return be64toh(number);
 }
 
 template <class Unsigned>

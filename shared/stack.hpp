@@ -1,6 +1,6 @@
 // A growing array for work that waits and results that gather.
-#ifndef NODETREE_VALUELIST_STACK_HPP
-#define NODETREE_VALUELIST_STACK_HPP
+#ifndef NODETREE_SHARED_STACK_HPP
+#define NODETREE_SHARED_STACK_HPP
 
 #include <cstddef>
 #include <cstdlib>

@@ -1,5 +1,5 @@
-#ifndef NODETREE_STRING_C_LOCALE_HPP
-#define NODETREE_STRING_C_LOCALE_HPP
+#ifndef NODETREE_SHARED_C_LOCALE_HPP
+#define NODETREE_SHARED_C_LOCALE_HPP
 
 #include <cerrno>
 #include <clocale>
