@@ -4,96 +4,108 @@
 namespace nodetree {
 namespace {
 
-Value boolean(bool value) {
-  return Value(node_new_boolean(value));
+Step answer(bool truth, Value &value) {
+  value = Value::boolean(truth);
+  return Step::value;
 }
 
-// "and" and "or": the first operand whose truth is `decisive` decides.
-Value eval_until(Evaluation &evaluation, node *expr, bool decisive) {
-  for (node *operand = first_operand(expr); operand; operand = next_operand(operand)) {
-    Value value = evaluation.eval(operand);
-    if (!value)
-      return nullptr;
-    if (expr_coerce_bool(value.get()) == decisive)
-      return boolean(decisive);
-  }
-  return boolean(!decisive);
+Step finish_true(Evaluation &, Frame &, Value &value) {
+  return answer(true, value);
+}
+
+Step finish_false(Evaluation &, Frame &, Value &value) {
+  return answer(false, value);
+}
+
+Step take_eq(Evaluation &, Frame &frame, Value &value) {
+  if (frame.index > 0)
+    return value.equals(frame.held[0]) ? Step::more : answer(false, value);
+  frame.held[0] = std::move(value);
+  return Step::more;
+}
+
+Step take_and(Evaluation &, Frame &, Value &value) {
+  return value.is_true() ? Step::more : answer(false, value);
+}
+
+Step take_or(Evaluation &, Frame &, Value &value) {
+  return value.is_true() ? answer(true, value) : Step::more;
+}
+
+Step take_not(Evaluation &, Frame &, Value &value) {
+  return answer(!value.is_true(), value);
+}
+
+Step begin_atom(Evaluation &, Frame &frame, Value &value) {
+  value = Value::found(frame.operand);
+  return Step::value;
+}
+
+Step take_assert(Evaluation &evaluation, Frame &frame, Value &value) {
+  if (frame.index == 0 && value.is_true())
+    return Step::value;
+  if (frame.index == 0)
+    return Step::more;
+  if (!value.is_string())
+    return evaluation.fail(frame.expr,
+                           "'assert' message parameter must evaluate to a string.");
+  return evaluation.fail(frame.expr, "%s", std::move(value));
+}
+
+Step finish_assert(Evaluation &evaluation, Frame &frame, Value &) {
+  return evaluation.fail(frame.expr, "Assertion failed.");
 }
 
 } // namespace
 
-Value eval_eq(Evaluation &evaluation, node *expr) {
-  if (node_array_count(expr) < 3)
-    return evaluation.fail(expr, "'eq' expression requires two or more operands.");
-  node *operand = first_operand(expr);
-  Value first = evaluation.eval(operand);
-  if (!first)
-    return nullptr;
-  while ((operand = next_operand(operand))) {
-    Value value = evaluation.eval(operand);
-    if (!value)
-      return nullptr;
-    if (!node_equals(value.get(), first.get()))
-      return boolean(false);
-  }
-  return boolean(true);
-}
+const Operation eq_operation = {
+    .least = 3,
+    .too_few = "'eq' expression requires two or more operands.",
+    .take = take_eq,
+    .finish = finish_true,
+};
 
-Value eval_and(Evaluation &evaluation, node *expr) {
-  if (node_array_count(expr) < 3)
-    return evaluation.fail(expr, "'and' expression requires two or more operands.");
-  return eval_until(evaluation, expr, false);
-}
+const Operation and_operation = {
+    .least = 3,
+    .too_few = "'and' expression requires two or more operands.",
+    .take = take_and,
+    .finish = finish_true,
+};
 
-Value eval_or(Evaluation &evaluation, node *expr) {
-  if (node_array_count(expr) < 3)
-    return evaluation.fail(expr, "'or' expression requires two or more operands.");
-  return eval_until(evaluation, expr, true);
-}
+const Operation or_operation = {
+    .least = 3,
+    .too_few = "'or' expression requires two or more operands.",
+    .take = take_or,
+    .finish = finish_false,
+};
 
-Value eval_not(Evaluation &evaluation, node *expr) {
-  if (node_array_count(expr) != 2)
-    return evaluation.fail(expr, "'not' expression requires exactly one operand.");
-  Value value = evaluation.eval(first_operand(expr));
-  return value ? boolean(!expr_coerce_bool(value.get())) : nullptr;
-}
+const Operation not_operation = {
+    .least = 2,
+    .most = 2,
+    .too_few = "'not' expression requires exactly one operand.",
+    .too_many = "'not' expression requires exactly one operand.",
+    .take = take_not,
+};
 
-Value eval_atom(Evaluation &evaluation, node *expr) {
-  if (node_array_count(expr) != 2)
-    return evaluation.fail(expr, "'atom' expression requires exactly one parameter.");
-  return value_of(first_operand(expr));
-}
+const Operation atom_operation = {
+    .least = 2,
+    .most = 2,
+    .too_few = "'atom' expression requires exactly one parameter.",
+    .too_many = "'atom' expression requires exactly one parameter.",
+    .begin = begin_atom,
+};
 
-Value eval_assert(Evaluation &evaluation, node *expr) {
-  size_t parameters = node_array_count(expr) - 1;
-  if (parameters < 1)
-    return evaluation.fail(expr,
-                           "'assert' expression requires at least value expression "
-                           "parameter, %zu were given.",
-                           parameters);
-  if (parameters > 2)
-    return evaluation.fail(expr,
-                           "'assert' expression requires at most one value expression and "
-                           "one error message parameter, %zu were given.",
-                           parameters);
-  node *operand = first_operand(expr);
-  Value value = evaluation.eval(operand);
-  if (!value || expr_coerce_bool(value.get()))
-    return value;
-  value.reset();
-  node *message_operand = next_operand(operand);
-  if (!message_operand)
-    return evaluation.fail(expr, "Assertion failed.");
-  Value message = evaluation.eval(message_operand);
-  if (!message)
-    return nullptr;
-  if (!node_is_string(message.get()))
-    return evaluation.fail(expr, "'assert' message parameter must evaluate to a string.");
-  return evaluation.fail(expr, "%s", node_get_string(message.get()));
-}
+const Operation assert_operation = {
+    .least = 2,
+    .most = 3,
+    .too_few = "'assert' expression requires at least value expression parameter, "
+               "%s were given.",
+    .too_many = "'assert' expression requires at most one value expression and one error "
+                "message parameter, %s were given.",
+    .take = take_assert,
+    .finish = finish_assert,
+};
 
-Value eval_unique(Evaluation &, node *) {
-  return boolean(true);
-}
+const Operation unique_operation = {.begin = finish_true};
 
 } // namespace nodetree

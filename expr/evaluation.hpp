@@ -2,90 +2,96 @@
 #ifndef NODETREE_EXPR_EVALUATION_HPP
 #define NODETREE_EXPR_EVALUATION_HPP
 
-#include "node/node_internal.hpp"
+#include "expr/value.hpp"
 
-#include <cstdlib>
-#include <memory>
 #include <nodetree/expr.h>
-#include <utility>
 
 namespace nodetree {
 
-struct Unref {
-  void operator()(node *n) const { node_unref(n); }
+class Evaluation;
+struct Operation;
+
+// An operation that waits for the values of its operands.
+struct Frame {
+  node *expr;
+  const Operation *operation;
+  node *operand;         // the next one to be evaluated; NULL behind the last
+  std::size_t index = 0; // of that operand
+  node *at = nullptr;    // where a chain of paths has come to
+  bool within = true;    // whether all numbers so far lie within the bounds
+  Value held[2] = {};    // values of earlier operands, or what has been made of them
 };
 
-// A reference of our own to a node.
-using Value = std::unique_ptr<node, Unref>;
+// What an operation does next: ask for its next operand, or end.
+enum class Step { more, value, failure };
 
-inline Value value_of(node *n) {
-  node_ref(n);
-  return Value(n);
-}
+// A part of an operation. `value` comes in as the value of the operand, if one was asked
+// for, and goes out as the operation's own with Step::value.
+using Part = Step (*)(Evaluation &, Frame &, Value &value);
 
+struct Operation {
+  std::size_t least = 1, most = SIZE_MAX; // elements of the array
+  const char *too_few = nullptr, *too_many = nullptr;
+  Part begin = nullptr;  // before the first operand, if there is something to do
+  Part take = nullptr;   // with the value of each operand
+  Part rescue = nullptr; // after an operand that failed; without it the operation fails
+  Part finish = nullptr; // behind the last operand
+};
+
+extern const Operation eq_operation, and_operation, or_operation, not_operation,
+    atom_operation, assert_operation, unique_operation;
+extern const Operation get_operation, path_operation, exists_operation, length_operation;
+extern const Operation range_operation, regex_operation;
+
+// Operations wait in an array of frames, so that the depth of an expression takes no stack
+// of the program.
 class Evaluation {
 public:
-  Evaluation(node *context, bool wants_message)
-      : context_(context), wants_message_(wants_message) {}
+  Evaluation(node *context, char **error) : context_(context), error_(error) {}
   Evaluation(const Evaluation &) = delete;
   Evaluation &operator=(const Evaluation &) = delete;
-  ~Evaluation() { std::free(message_); }
+  ~Evaluation();
 
   node *context() const { return context_; }
 
-  // The value of an expression; NULL on failure.
-  Value eval(node *expr);
+  // The value of the whole expression; false on failure.
+  bool run(node *expr, Value &value);
 
-  // Leaves the message of a failure of the operation `expr` in place of an earlier one, and
-  // is the failure's NULL.
-  Value fail(const node *expr, const char *format, ...) NODETREE_PRINTF(3, 4);
+  // Notes that the operation `expr` fails, in place of an earlier failure. `detail` stands
+  // for "%s" in the message and stays where it is until report(). The same for the text of
+  // a value, which is kept.
+  Step fail(const node *expr, const char *message, const char *detail = nullptr);
+  Step fail(const node *expr, const char *message, Value &&detail);
 
-  // Whether failures from now on leave a message; an earlier one is discarded. Returns
-  // whether they did so far.
-  bool want_messages(bool wanted) {
-    drop_message();
-    return std::exchange(wants_message_, wanted);
+  // Fails the evaluation as a whole: no operation around this one goes on.
+  Step give_up() {
+    given_up_ = true;
+    return Step::failure;
   }
 
-  bool has_message() const { return has_message_; }
-  char *take_message() { return std::exchange(message_, nullptr); }
-
-private:
-  Value run(node *operation);
+  // Discards the message, also one that the caller has left in *error.
   void drop_message();
 
+  // Stores the message of what failed last, if there is one. Comes last.
+  void report();
+
+private:
+  Step enter(node *expr, Value &value);
+  Frame &top() { return frames_[depth_ - 1]; }
+  void pop();
+
   node *context_;
-  bool wants_message_;
-  bool has_message_ = false;
-  char *message_ = nullptr; // may be NULL for want of memory also when there is one
-  unsigned depth_ = 0;
+  char **error_;
+  bool given_up_ = false;
+  std::size_t depth_ = 0;
+  const node *failed_ = nullptr;
+  const char *message_ = nullptr;
+  const char *detail_ = nullptr;
+  Value kept_;
+  union { // the first depth_ of them are there
+    Frame frames_[EXPR_NESTING_MAX];
+  };
 };
-
-// The operations. Each takes the operation array, whose name has been seen.
-using Operation = Value (*)(Evaluation &, node *);
-
-Value eval_eq(Evaluation &evaluation, node *expr);
-Value eval_and(Evaluation &evaluation, node *expr);
-Value eval_or(Evaluation &evaluation, node *expr);
-Value eval_not(Evaluation &evaluation, node *expr);
-Value eval_atom(Evaluation &evaluation, node *expr);
-Value eval_assert(Evaluation &evaluation, node *expr);
-Value eval_get(Evaluation &evaluation, node *expr);
-Value eval_path(Evaluation &evaluation, node *expr);
-Value eval_exists(Evaluation &evaluation, node *expr);
-Value eval_length(Evaluation &evaluation, node *expr);
-Value eval_range(Evaluation &evaluation, node *expr);
-Value eval_regex(Evaluation &evaluation, node *expr);
-Value eval_unique(Evaluation &evaluation, node *expr);
-
-// The operands of an operation, one after the other; NULL behind the last.
-inline node *next_operand(const node *operand) {
-  return next_sibling(operand);
-}
-
-inline node *first_operand(const node *expr) {
-  return next_operand(first_child(expr));
-}
 
 } // namespace nodetree
 

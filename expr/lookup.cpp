@@ -1,68 +1,86 @@
-// The operations that find nodes of the context.
+// The operations that find nodes of the context by a chain of paths.
 #include "expr/evaluation.hpp"
 
 namespace nodetree {
 namespace {
 
-// Resolves the operation's chain of path operands: the node of the context that it reaches,
-// not yet referred to; NULL on failure.
-node *resolve(Evaluation &evaluation, node *expr) {
-  node *at = evaluation.context();
-  if (!at)
-    return nullptr;
-  for (node *operand = first_operand(expr); operand; operand = next_operand(operand)) {
-    Value path = evaluation.eval(operand);
-    if (!path)
-      return nullptr;
-    if (!node_is_string(path.get())) {
-      evaluation.fail(expr,
-                      "'get' expression path parameter expecting string or link, got %s.",
-                      node_type_to_string(path.get()));
-      return nullptr;
-    }
-    at = node_lookup(at, node_get_string(path.get()));
-    if (!at) {
-      evaluation.fail(expr, "'get' path %s did not resolve to data in the context.",
-                      node_get_string(path.get()));
-      return nullptr;
-    }
-  }
-  return node_is_link(at) ? node_follow_link(at) : at;
+// A chain that cannot go on: "exists" and "length" do all the same.
+Step nothing_found(Evaluation &evaluation, Frame &frame, Value &value) {
+  frame.at = nullptr;
+  return frame.operation->rescue ? frame.operation->finish(evaluation, frame, value)
+                                 : Step::failure;
 }
 
-// For operations that discard every message: none is made in the first place.
-node *resolve_quietly(Evaluation &evaluation, node *expr) {
-  const bool wanted = evaluation.want_messages(false);
-  node *found = resolve(evaluation, expr);
-  evaluation.want_messages(wanted);
-  return found;
+Step begin(Evaluation &evaluation, Frame &frame, Value &value) {
+  frame.at = evaluation.context();
+  return frame.at ? Step::more : nothing_found(evaluation, frame, value);
+}
+
+Step take_path(Evaluation &evaluation, Frame &frame, Value &value) {
+  if (!value.is_string()) {
+    evaluation.fail(frame.expr,
+                    "'get' expression path parameter expecting string or link, got %s.",
+                    value.type_name());
+    return nothing_found(evaluation, frame, value);
+  }
+  frame.at = node_lookup(frame.at, value.string());
+  if (frame.at)
+    return Step::more;
+  evaluation.fail(frame.expr, "'get' path %s did not resolve to data in the context.",
+                  std::move(value));
+  return nothing_found(evaluation, frame, value);
+}
+
+// What the chain leads to, or NULL.
+node *target(const Frame &frame) {
+  return frame.at && frame.at->type == NODE_LINK ? node_follow_link(frame.at) : frame.at;
+}
+
+Step finish_get(Evaluation &, Frame &frame, Value &value) {
+  node *found = target(frame);
+  if (!found)
+    return Step::failure;
+  value = Value::found(found);
+  return Step::value;
+}
+
+Step finish_path(Evaluation &evaluation, Frame &frame, Value &value) {
+  const node *found = target(frame);
+  if (!found)
+    return Step::failure;
+  char *path = node_path(found);
+  if (!path)
+    return evaluation.give_up();
+  value = Value::string(path);
+  return Step::value;
+}
+
+Step finish_exists(Evaluation &evaluation, Frame &frame, Value &value) {
+  evaluation.drop_message();
+  value = Value::boolean(target(frame) != nullptr);
+  return Step::value;
+}
+
+Step finish_length(Evaluation &evaluation, Frame &frame, Value &value) {
+  evaluation.drop_message();
+  const node *found = target(frame);
+  if (!found || !is_container(found))
+    return evaluation.fail(frame.expr,
+                           "'length' expression can only be used on containers.");
+  value = Value::integer(static_cast<std::int64_t>(found->child_count));
+  return Step::value;
 }
 
 } // namespace
 
-Value eval_get(Evaluation &evaluation, node *expr) {
-  return value_of(resolve(evaluation, expr));
-}
+const Operation get_operation = {.begin = begin, .take = take_path, .finish = finish_get};
 
-Value eval_path(Evaluation &evaluation, node *expr) {
-  node *found = resolve(evaluation, expr);
-  if (!found)
-    return nullptr;
-  char *path = node_path(found);
-  Value value(path ? node_new_string(path) : nullptr);
-  std::free(path);
-  return value;
-}
+const Operation path_operation = {.begin = begin, .take = take_path, .finish = finish_path};
 
-Value eval_exists(Evaluation &evaluation, node *expr) {
-  return Value(node_new_boolean(resolve_quietly(evaluation, expr) != nullptr));
-}
+const Operation exists_operation = {
+    .begin = begin, .take = take_path, .rescue = nothing_found, .finish = finish_exists};
 
-Value eval_length(Evaluation &evaluation, node *expr) {
-  const node *found = resolve_quietly(evaluation, expr);
-  if (!found || !node_is_container(found))
-    return evaluation.fail(expr, "'length' expression can only be used on containers.");
-  return Value(node_new_integer(static_cast<int64_t>(found->child_count)));
-}
+const Operation length_operation = {
+    .begin = begin, .take = take_path, .rescue = nothing_found, .finish = finish_length};
 
 } // namespace nodetree

@@ -32,13 +32,13 @@
  *  8. Threads. There are no locks inside. Reference counts and the logging configuration
  *     are plain variables: one thread at a time uses a tree, a list or a stream, and
  *     logging is set up before other threads log. Distinct objects may be used by distinct
- *     threads.
+ *     threads; an expression is read only, as expr_eval() says.
  *  9. Locale. JSON numbers and tree dumps are read and written as in the "C" locale
  *     whatever the program's locale is; no call changes the locale of the process or of
  *     another thread.
  * 10. Depth. No function recurses on the depth of a tree or of a text: a tree 1,000,000
- *     levels deep is built, walked, copied and released on a small stack. expr_eval() does on
- *     that of an expression, and refuses those nested deeper than EXPR_NESTING_MAX.
+ *     levels deep is built, walked, copied and released on a small stack. Expressions nested
+ *     deeper than EXPR_NESTING_MAX are refused.
  * 11. Cost. A function whose comment names no cost takes constant time, apart from copying
  *     the texts it is given. n is the number of children, elements or bytes at hand.
  * 12. Links. Every operation that follows link nodes ends. A link whose path passes through

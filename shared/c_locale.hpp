@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <clocale>
+#include <cstdlib>
 #include <locale.h>
 
 namespace nodetree {
@@ -38,6 +39,15 @@ private:
   locale_t c_;
   locale_t caller_;
 };
+
+/* The number at the start of a text, as strtod() reads it in the "C" locale. */
+inline double to_double_in_c(const char *text) {
+  const locale_t c = newlocale(LC_ALL_MASK, "C", nullptr);
+  const double number = c ? strtod_l(text, nullptr, c) : std::strtod(text, nullptr);
+  if (c)
+    freelocale(c);
+  return number;
+}
 
 } // namespace nodetree
 

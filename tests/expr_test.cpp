@@ -16,13 +16,13 @@ using test::tree;
 using outcome = std::pair<std::string, std::string>;
 
 outcome eval(node *expr, node *context) {
-  char stale[] = "stale", *error = stale;
+  char *error = nullptr;
   node *result = expr_eval(expr, context, &error);
   const bool borrowed = result != nullptr && result->refcount > 1;
   const char *whose =
       borrowed && node_root(result) == node_root(context) ? "context " : "expr ";
   outcome got(borrowed ? whose + test::where(result) : test::shown(result),
-              error != stale ? test::take(error) : "");
+              error ? test::take(error) : "");
   EXPECT_TRUE(!borrowed || result->refcount == 2) << got.first;
   EXPECT_EQ(node_unref(result), borrowed) << got.first;
   return got;
@@ -189,6 +189,30 @@ TEST(Expr, AMessageLeftBehindGivesWayToTheNextOrIsCleared) {
   )");
 }
 
+TEST(Expr, TheCallersMessageIsLeftReplacedOrReleased) {
+  const struct {
+    const char *expr;
+    bool kept, released;
+  } rows[] = {{"['get','a']", true, false},
+              {"['get','dangling']", true, false},
+              {"['get','y']", false, false},
+              {"['exists','a']", false, true},
+              {"['length']", false, true},
+              {"['exists','y']", false, false},
+              {"['and',['range',1,2,['get','y']],['exists']]", false, false}};
+  const tree context = make(data);
+  for (const auto &row : rows) {
+    char *const before = strdup("before"), *error = before;
+    node_unref(expr_eval(make(row.expr).get(), context.get(), &error));
+    EXPECT_EQ(error == before, row.kept) << row.expr;
+    EXPECT_TRUE(error == nullptr || row.expr[2] == 'g') << row.expr;
+    if (!row.released) // or else a leak or a double release shows
+      free(before);
+    if (!row.kept)
+      free(error);
+  }
+}
+
 TEST(Expr, RegularExpressionsSearchBytes) {
   check(data, R"(
     ['regex','ab+','','xxabbby'] | ['regex','AB','i','ab'] | ['regex','','','']
@@ -274,13 +298,22 @@ TEST(Expr, NestingEndsInAMessageAndNotInTheStack) {
 #endif
     }
   });
-  // Siblings do not add up; what is skipped or not evaluated does no harm.
-  const tree wide = make("['and']"), skip = make("['range',1,2]");
+  // Siblings do not add up; what is not evaluated does no harm, and nothing goes on
+  // without an operand that is nested too deep.
+  const tree wide = make("['and']");
   for (int i = 0; i < 300; i++)
     node_array_append(wide.get(), nested("not", 198).release());
   EXPECT_EQ(eval(wide.get(), nullptr), outcome("true", ""));
-  node_array_append(skip.get(), nested("not", 300).release());
-  EXPECT_EQ(eval(skip.get(), wide.get()).first, "true");
+  for (const char *around : {"['range',1,2]", "['exists']", "['length']", "['or',true]"}) {
+    const tree expr = make(around);
+    node_array_append(expr.get(), nested("not", 300).release());
+    const auto [result, message] = eval(expr.get(), wide.get());
+    EXPECT_TRUE(around[2] == 'o' ? result == "true"
+                                 : message.ends_with("Expression nested more than 200 "
+                                                     "operations deep.") &&
+                                       result == "NULL")
+        << around << message;
+  }
   EXPECT_EQ(eval(nested("unique", 300).get(), nullptr), outcome("true", ""));
   EXPECT_EQ(eval(nested("atom", 300).get(), nullptr), outcome("expr /1", ""));
 }
@@ -300,6 +333,14 @@ TEST(Expr, ManyAndLongOperandsTakeLinearTime) {
     const std::string text(1 << 20, 'a');
     EXPECT_EQ(eval(make("['assert',0,'" + text + "']").get(), context.get()).second,
               "/ (/): " + text);
+    const tree holder = make("{'text':'" + text + "'}"); // one message is made of them all
+    EXPECT_EQ(
+        eval(make("['range',1,2" +
+                  test::repeat(",['assert',0,['get','text']]", test::wide_count) + "]")
+                 .get(),
+             holder.get())
+            .first,
+        "true");
     EXPECT_EQ(eval(make("['regex','^a+$','','" + text + "']").get(), nullptr).first,
               "true");
   });

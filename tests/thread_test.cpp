@@ -1,4 +1,4 @@
-// Distinct objects on distinct threads, at the same time: for ThreadSanitizer (`make tsan`),
+// Distinct objects on distinct threads, and one rule on all, at the same time: for ThreadSanitizer (`make tsan`),
 // and elsewhere for the results alone.
 #include "tree.hpp"
 
@@ -11,7 +11,8 @@ namespace {
 constexpr char text[] =
     R"({"a":{"list":[1,2.5,"text",null,true],"key":"value"},"l":"->/a/list"})";
 
-void trees() {
+// The rule belongs to all threads.
+void trees(node *rule) {
   const tree t = make(text), other = make(R"({"a":{"list":[1,3],"key":"value"}})");
   EXPECT_EQ(where(node_lookup(t.get(), "/l/1")), "/a/list/1");
   const tree resolved(node_copy(t.get(), 1));
@@ -19,10 +20,11 @@ void trees() {
   const tree difference(node_diff(resolved.get(), other.get()));
   EXPECT_EQ(shown(difference.get()),
             R"({"a":{"list":{"1":3,"2":null,"3":null,"4":null}},"l":null})");
-  const tree expr = make(R"(["regex","^V","i",["get","a/key"]])");
-  node *matches = expr_eval(expr.get(), t.get(), nullptr);
-  EXPECT_TRUE(expr_coerce_bool(matches));
-  node_unref(matches);
+  char *error = nullptr;
+  node *holds = expr_eval(rule, t.get(), &error);
+  EXPECT_TRUE(expr_coerce_bool(holds));
+  EXPECT_EQ(take(error), "/2/1/3 (/): none");
+  node_unref(holds);
   any_decoder packed(NODE_STREAM_MSGPACK);
   EXPECT_TRUE(packed.feed(message(resolved.get()), 5));
   EXPECT_TRUE(node_equals(packed.values.at(0).get(), resolved.get()));
@@ -48,11 +50,14 @@ TEST(Threads, WorkOnTheirOwnObjectsAtTheSameTime) {
   workplace place;
   ASSERT_NE(log_open_file("log", "w"), nullptr);
   const size_t rounds = scaled(100) + 1;
+  const tree rule = make(R"(["and","yes",["not",["range","1.5",2,["assert",0,"none"],
+    "a/list/0"]],["regex","^V","i",["get","a/key"]],["atom",{}],
+    ["eq","value",["assert",["get","a/key"]]],["or","",["get",["path","l"]]]])");
   std::vector<std::thread> threads;
   for (const std::string name : {"a", "b", "c", "d"})
-    threads.emplace_back([=] {
+    threads.emplace_back([=, &rule] {
       for (size_t round = 0; round < rounds; round++) {
-        trees();
+        trees(rule.get());
         if (round % 10 == 0)
           files_and_children(name);
         log_msg(LOG_INFO, "round %04zu of %s", round, name.c_str());

@@ -28,8 +28,15 @@
  * empty string are skipped; other kinds are failures, reals too, and null behind a link.
  *
  * Without a context nothing is looked up: "get" and "path" fail without a message, "exists"
- * is false, and "range" skips its paths. A regular expression that takes PCRE2 more than
- * its default limits of steps and memory, or than there is, does not match.
+ * is false, and "range" skips its paths.
+ *
+ * A pattern is compiled at every evaluation. Matching takes PCRE2's backtracking: with
+ * neighbouring repeats of the same characters the steps grow with a power of the length of
+ * the text (its cube for "\w+\s*\w+\s*[=:]" and a text of letters only), up to PCRE2's
+ * default limit of 10,000,000 from each place where a match may start. A text that exceeds
+ * the limits of steps and memory, or the memory that there is, does not match. Limit the
+ * length of texts of strangers; anchor patterns ("^..."), make repeats possessive
+ * ("\w++"), or begin a pattern with a lower limit, "(*LIMIT_MATCH=1000)".
  */
 #ifndef NODETREE_EXPR_H
 #define NODETREE_EXPR_H
@@ -40,22 +47,31 @@
 
 NODETREE_BEGIN
 
-/* Operations nested deeper than this fail with a message: evaluation recurses. So many
-   levels, and below them PCRE2, which takes up to 190 KiB of stack for a pattern of nested
-   groups, fit on a stack of 256 KiB in an optimised build. */
+/* An operation nested deeper than this ends the whole evaluation as a failure with a
+   message, inside "exists", "length" and "range" too. The operations under way take 16 KiB of
+   stack however deep they are nested, and PCRE2 up to 190 KiB to compile a pattern of nested
+   groups, in an optimised build: a stack of 256 KiB holds both. */
 #define EXPR_NESTING_MAX 200
 
 /* Evaluates `expr` (NULL gives NULL) against `context` (may be NULL). The result carries
    one reference for the caller, who drops it with node_unref() and does not change the
    node: it may be a part of the expression or the context. NULL is failure.
 
-   `error` may be NULL. Where the evaluation leaves a message, it is stored in *error as a
-   new text (NULL for want of memory), whatever stood there before and without releasing
-   that; otherwise *error is not touched. Messages read "PATH (PATH): what is wrong", with
-   the path of the failing operation and the path of the context. A failure may have no
-   message, and a result may come with one, of an operand that "range" skipped: release
-   *error whenever it is set. Costs what the operations do: a lookup for each path, each
-   with its own limit of links, a comparison for each operand of "eq". */
+   `error` may be NULL; otherwise let *error be NULL before the call and release it after the
+   call when it is set. The message of what failed last is stored there as a new text (NULL
+   when memory runs out), without releasing what stood there. "exists" and "length" release
+   and clear the message so far, be it the caller's. With neither, *error is not touched.
+   Messages read "PATH (PATH): what is wrong", with the path of the failing operation and the
+   path of the context. A failure may have no message, and a result may come with one, of an
+   operand that "range" skipped.
+
+   When memory runs out the evaluation fails as a whole, inside "exists" and "range" too.
+   Costs what the operations do: a lookup for each path, each with its own limit of links, a
+   comparison for each operand of "eq".
+
+   No node is written to but the result, for its reference. So threads may evaluate one
+   expression at the same time, each against a context of its own, unless the result can be
+   a part of the expression: a literal, or what "atom" or "assert" passes on of it. */
 NODETREE_API node *expr_eval(node *expr, node *context, char **error);
 
 /* Truth: booleans as they are; strings unless empty; integers and reals unless 0 (a NaN is

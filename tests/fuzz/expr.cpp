@@ -18,9 +18,9 @@ struct evaluated {
 };
 
 evaluated evaluate(const tree &expression, const tree &context) {
-  char untouched[1] = "", *message = untouched;
+  char *message = nullptr;
   node *result = expr_eval(expression.get(), context.get(), &message);
-  return {reference(result), text(message == untouched ? nullptr : message)};
+  return {reference(result), text(message)};
 }
 
 bool is_range(const node *n) {

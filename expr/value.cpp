@@ -1,0 +1,75 @@
+#include "expr/value.hpp"
+
+#include <nodetree/expr.h>
+
+#include "node/links.hpp"
+
+using namespace nodetree;
+
+namespace nodetree {
+
+const char *Value::type_name() const {
+  node of_the_type = {};
+  of_the_type.type = type();
+  return node_type_to_string(&of_the_type);
+}
+
+bool Value::is_true() const {
+  switch (type()) {
+  case NODE_BOOLEAN:
+    return boolean();
+  case NODE_STRING:
+    return *string() != '\0';
+  case NODE_INTEGER:
+    return integer() != 0;
+  case NODE_REAL:
+    return real() != 0.0;
+  case NODE_OBJECT:
+  case NODE_ARRAY:
+    return true;
+  case NODE_LINK:
+    return expr_coerce_bool(content_.found);
+  case NODE_NULL:
+    break;
+  }
+  return false;
+}
+
+bool Value::equals(const Value &other) const {
+  if (type() != other.type())
+    return false;
+  switch (type()) {
+  case NODE_BOOLEAN:
+    return boolean() == other.boolean();
+  case NODE_INTEGER:
+    return integer() == other.integer();
+  case NODE_STRING:
+    return std::strcmp(string(), other.string()) == 0;
+  default: // no operation makes the other kinds
+    return node_equals(content_.found, other.content_.found);
+  }
+}
+
+node *Value::to_node() const {
+  if (!content_.made) {
+    node_ref(content_.found);
+    return content_.found;
+  }
+  switch (type()) {
+  case NODE_BOOLEAN:
+    return node_new_boolean(boolean());
+  case NODE_INTEGER:
+    return node_new_integer(integer());
+  default:
+    return node_new_string(string());
+  }
+}
+
+} // namespace nodetree
+
+bool expr_coerce_bool(const node *n) {
+  if (n && node_is_link(n))
+    n = Links().resolve(const_cast<node *>(n));
+  // A link of a chain that goes in a circle is what is left of one.
+  return n && !node_is_link(n) && Value::found(const_cast<node *>(n)).is_true();
+}
