@@ -1,42 +1,82 @@
 /*
- * Changes a setting in a JSON file and shows the result: the same program as settings.cpp.
+ * Edits a JSON configuration and shows what has changed: the same program as settings.cpp.
  *
- *     settings_c examples/data/service.json
+ *     settings_c examples/data/service.json /server/port=9443 /limits/burst
+ *
+ * PATH=VALUE sets what the path names, and makes it where it is missing; the value is JSON,
+ * or else a text. PATH alone removes it. The file itself is written with -w as the first
+ * argument.
  */
 #include <nodetree.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
+
+static int complain(const char *what, const char *why) {
+  fprintf(stderr, "%s: %s\n", what, why);
+  return EXIT_FAILURE;
+}
+
+/* One change, which is cut in two; false for what cannot be made. */
+static bool edit(node *config, char *change) {
+  char *sign = strchr(change, '=');
+  if (sign == NULL) {
+    node *removed = node_lookup(config, change);
+    if (removed == NULL || removed == config)
+      return false;
+    node_free(removed);
+    return true;
+  }
+  *sign = '\0';
+  node *value = json_parse_string(sign + 1);
+  if (value == NULL)
+    value = node_new_string(sign + 1);
+  node *at = value != NULL ? node_lookup_create(config, change) : NULL;
+  if (at == NULL) {
+    node_free(value);
+    return false;
+  }
+  node_clear(at); /* or an object would be folded into the one that is there */
+  node_merge(at, value);
+  return true;
+}
+
+static int run(node *config, const node *before, const char *file, char **changes,
+               bool write) {
+  for (; *changes != NULL; changes++)
+    if (!edit(config, *changes))
+      return complain(*changes, "cannot be changed");
+
+  const node *port = node_lookup(config, "/server/port"); /* perhaps nothing */
+  const int64_t number = port == NULL ? 80 : node_get_integer(port);
+  if (port != NULL && (!node_is_integer(port) || number < 0 || number > UINT16_MAX))
+    return complain("/server/port", "not the number of a port");
+
+  node *difference = node_diff(before, config);
+  if (difference != NULL)
+    node_fprint(difference, stdout); /* nothing stands for what was removed */
+  node_free(difference);
+  const node *host = node_lookup(config, "/server/host");
+  printf("listens on %s port %d\n",
+         host != NULL && node_is_string(host) ? node_get_string(host) : "localhost",
+         (int)number);
+  if (write && !json_stringify_filename(file, config, false))
+    return complain(file, "cannot be written");
+  return EXIT_SUCCESS;
+}
 
 int main(int argc, char **argv) {
-  if (argc != 2) {
-    fputs("usage: settings_c FILE\n", stderr);
-    return EXIT_FAILURE;
-  }
-  node *config = json_parse_filename(argv[1]);
-  if (config == NULL) {
-    fprintf(stderr, "%s: no JSON\n", argv[1]);
-    return EXIT_FAILURE;
-  }
+  const bool write = argc > 1 && strcmp(argv[1], "-w") == 0;
+  const int first = write ? 2 : 1;
+  if (argc <= first)
+    return complain("usage", "settings_c [-w] FILE [PATH=VALUE | PATH]...");
 
-  /* A value is replaced by merging another one over it, which takes that one over. What the
-     path lacks is made, unless something that is no object stands in its way. */
-  node *port = node_lookup_create(config, "/server/port");
-  if (port == NULL) {
-    fputs("/server: not an object\n", stderr);
-    node_free(config);
-    return EXIT_FAILURE;
-  }
-  node_merge(port, node_new_integer(9443));
-
-  const node *server = node_parent(port);
-  for (const node *n = node_object_first(server); n != NULL;
-       n = node_object_next(server, n)) {
-    char *text = json_stringify(n, true);
-    printf("%-10s %s\n", node_key(n), text != NULL ? text : "no JSON");
-    free(text);
-  }
-  node_fprint(server, stdout);
-
+  node *config = json_parse_filename(argv[first]);
+  node *before = config != NULL ? node_clone(config) : NULL;
+  const int status = before != NULL
+                         ? run(config, before, argv[first], argv + first + 1, write)
+                         : complain(argv[first], "no JSON");
+  node_free(before);
   node_free(config);
-  return EXIT_SUCCESS;
+  return status;
 }

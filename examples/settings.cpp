@@ -1,40 +1,61 @@
 /*
- * Changes a setting in a JSON file and shows the result: the same program as settings.c.
+ * Edits a JSON configuration and shows what has changed: the same program as settings.c.
  *
- *     settings_cpp examples/data/service.json
+ *     settings_cpp examples/data/service.json /server/port=9443 /limits/burst
+ *
+ * PATH=VALUE sets what the path names, and makes it where it is missing; the value is JSON,
+ * or else a text. PATH alone removes it. The file itself is written with -w as the first
+ * argument.
  */
 #include <cstdio>
 #include <cstdlib>
 #include <nodetree.hpp>
 
 using nodetree::Node;
-using nodetree::Text;
-using nodetree::View;
+
+static int complain(const char *what, const char *why) {
+  std::fprintf(stderr, "%s: %s\n", what, why);
+  return EXIT_FAILURE;
+}
+
+// One change; false for what cannot be made.
+static bool edit(Node &config, std::string_view change) {
+  const std::size_t sign = change.find('=');
+  const std::string_view path = change.substr(0, sign);
+  if (sign == std::string_view::npos) {
+    const Node removed = config.lookup(path).detach();
+    return static_cast<bool>(removed);
+  }
+  const std::string_view text = change.substr(sign + 1);
+  Node value = Node::from_json(text);
+  return value ? config.set(path, std::move(value)) : config.set(path, text);
+}
 
 int main(int argc, char **argv) {
-  if (argc != 2) {
-    std::fputs("usage: settings_cpp FILE\n", stderr);
-    return EXIT_FAILURE;
-  }
-  const Node config = Node::read_json(argv[1]);
-  if (!config) {
-    std::fprintf(stderr, "%s: no JSON\n", argv[1]);
-    return EXIT_FAILURE;
-  }
+  const bool write = argc > 1 && std::string_view(argv[1]) == "-w";
+  const int first = write ? 2 : 1;
+  if (argc <= first)
+    return complain("usage", "settings_cpp [-w] FILE [PATH=VALUE | PATH]...");
 
-  // A value is replaced by merging another one over it, which takes that one over. What the
-  // path lacks is made, unless something that is no object stands in its way.
-  const View port = config.lookup_create("/server/port");
-  if (!port) {
-    std::fputs("/server: not an object\n", stderr);
-    return EXIT_FAILURE;
-  }
-  port.merge(Node::integer(9443));
+  auto config = nodetree::read_json(argv[first]);
+  if (!config)
+    return complain("settings_cpp", config.reason());
+  const Node before = config->clone();
 
-  const View server = port.parent();
-  for (auto [key, value] : server.members()) {
-    const Text text = value.to_json();
-    std::printf("%-10s %s\n", key.data(), text ? text.c_str() : "no JSON");
-  }
-  server.fprint(stdout);
+  for (int i = first + 1; i < argc; i++)
+    if (!edit(*config, argv[i]))
+      return complain(argv[i], "cannot be changed");
+
+  const nodetree::View port = config->lookup("/server/port"); // perhaps nothing
+  if (port && !port.value<std::uint16_t>())
+    return complain("/server/port", "not the number of a port");
+
+  const Node difference = before.diff(*config);
+  if (difference)
+    difference.fprint(stdout); // nothing stands for what was removed
+  std::printf("listens on %s port %d\n",
+              config->lookup("/server/host").value_or("localhost").data(),
+              port.value_or(80));
+  if (write && !config->write_json(argv[first], false))
+    return complain(argv[first], "cannot be written");
 }

@@ -62,21 +62,24 @@ class Examples(unittest.TestCase):
         ]:
             self.expect(call, text, 0, out)
         for program in "settings_c", "settings_cpp":
-            self.expect([program, data()], "", 0,
-                        r'host       "0\.0\.0\.0"\nport       9443\ntls        {"cert.*'
-                        "/server/port=9443\n/server/tls/certificate=/etc.*")
-            self.expect([program, self.file("{}")], "", 0,
-                        "port       9443\n/server/port=9443\n")
+            self.expect([program, data(), "/server/port=9443", "/limits/burst", "/a/b=[x"], "", 0,
+                        r"/server/port=9443\n/limits/burst=\n/a/b=\[x\n"
+                        r"listens on 0\.0\.0\.0 port 9443\n")
+            edited = self.file('{"server": {"x": 1}}')
+            self.expect([program, "-w", edited, '/server={"port": 1}'], "", 0, ".* port 1\n")
+            self.expect([program, edited], "", 0, "listens on localhost port 1\n")
 
     def test_complaints(self):
         for call, text, status, out, error in [
             (["read_config", self.file("{")], "", 1, "", ".*Failed to parse JSON.*"),
             (["read_config", self.file('{"server": {"port": "x"}}')], "", 1, "",
              "/server/port: expected an integer.*"),
-            (["settings_c", self.file('{"server": 1}')], "", 1, "", ".+"),
-            (["settings_cpp", self.file('{"server": 1}')], "", 1, "", ".+"),
-            (["settings_c", self.file("{")], "", 1, "", ".+"),
-            (["settings_cpp", self.file("{")], "", 1, "", ".+"),
+            *(([program, *call], "", 1, "", error)
+              for program in ("settings_c", "settings_cpp") for call, error in [
+                  ([self.file("{")], ".+"),
+                  ([data(), "/service/port=1"], "/service/port.*cannot be changed\n"),
+                  ([data(), "/none"], "/none: cannot be changed\n"),
+                  ([data(), "/server/port=x"], "/server/port: not the number of a port\n")]),
             (["walk_tree", data(), "/no/*"], "", 1, "0 matches\n", ""),
             (["stream_values"], '{"n": 1} }', 1, "1 values, n adds up to 1\n",
              ".*Failed to parse JSON.*"),

@@ -6,50 +6,10 @@
 #define NODETREE_CPP_LISTS_HPP
 
 #include <initializer_list>
-#include <iterator>
-#include <nodetree/cpp/owners.hpp>
+#include <nodetree/cpp/ranges.hpp>
 
 namespace nodetree {
 namespace detail {
-
-/// Goes from one place to the next as Step finds them; a null place is the end. The next
-/// one is found before this one is handed out, so that this one may be taken out of its
-/// container.
-template <class Step>
-class Iterator {
-public:
-  using iterator_category = std::input_iterator_tag;
-  using difference_type = std::ptrdiff_t;
-  using value_type = decltype(Step::value(nullptr));
-  using reference = value_type;
-  using pointer = void;
-  using Top = typename Step::Top;
-
-  Iterator() noexcept = default;
-  explicit Iterator(Top top) noexcept : top_(top), next_(top ? Step::first(top) : nullptr) {
-    ++*this;
-  }
-  value_type operator*() const noexcept { return Step::value(at_); }
-  Iterator &operator++() noexcept {
-    at_ = next_;
-    next_ = at_ ? Step::next(top_, at_) : nullptr;
-    return *this;
-  }
-  Iterator operator++(int) noexcept {
-    Iterator before = *this;
-    ++*this;
-    return before;
-  }
-  friend bool operator==(const Iterator &a, const Iterator &b) noexcept {
-    return a.at_ == b.at_;
-  }
-  friend bool operator!=(const Iterator &a, const Iterator &b) noexcept {
-    return a.at_ != b.at_;
-  }
-
-private:
-  Top top_{}, at_{}, next_{};
-};
 
 /// The items of an array that a null pointer ends.
 template <class Item, class Raw>
@@ -77,11 +37,13 @@ template <class Self, class Strings, class StringList>
 class StringsInterface {
 public:
   using iterator = detail::Iterator<detail::ListStep<std::string_view, char *>>;
+  /// The strings in order, borrowed.
   iterator begin() const noexcept { return iterator(raw()); }
   iterator end() const noexcept { return {}; }
   /// sl_len(). O(n).
   std::size_t size() const noexcept { return ::sl_len(raw()); }
   bool empty() const noexcept { return ::sl_empty(raw()); }
+  /// Whether the list has the string.
   bool contains(const CString &string) const noexcept {
     return ::sl_contains(raw(), string.get());
   }
@@ -115,7 +77,7 @@ public:
   }
   /// Appends a copy; false, with the list as it was, for no memory and what names nothing.
   /// O(n).
-  bool append(const CString &string) noexcept {
+  [[nodiscard]] bool append(const CString &string) noexcept {
     const char *text = string.get();
     char **grown = text ? ::sl_appendn(get(), &text, 1) : nullptr;
     if (grown) {
@@ -133,7 +95,7 @@ class Strings : public StringsInterface<Strings, Strings, StringList> {
 public:
   Strings() noexcept = default;
   Strings(char **list) noexcept : raw_(list) {}
-  Strings(const StringList &list) noexcept : raw_(list.get()) {}
+  Strings(const StringList &list NODETREE_LIFETIMEBOUND) noexcept : raw_(list.get()) {}
   char **get() const noexcept { return raw_; }
   explicit operator bool() const noexcept { return raw_ != nullptr; }
 
@@ -141,12 +103,13 @@ private:
   char **raw_ = nullptr;
 };
 
-/// Owns a value list but not what its elements point to. Item is a pointer, or View.
+/// Owns a value list but not what its elements point to. Item is a pointer, View or Ref.
 template <class Item>
 class ValueList : public detail::Owner<ValueList<Item>, void **> {
 public:
   using iterator = detail::Iterator<detail::ListStep<Item, void *>>;
-  iterator begin() const noexcept { return iterator(this->get()); }
+  /// The elements in order, borrowed; not those of a temporary list in a variable.
+  iterator begin() const noexcept NODETREE_LIFETIMEBOUND { return iterator(this->get()); }
   iterator end() const noexcept { return {}; }
   /// vl_len(). O(n).
   std::size_t size() const noexcept { return ::vl_len(this->get()); }

@@ -9,9 +9,21 @@
 #include <cstdlib>
 #include <cstring>
 #include <nodetree.h>
+#include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
+
+/// Marks what must not outlive the object or argument that it stands behind; compilers that
+/// know the mark warn.
+#if defined(__has_cpp_attribute)
+#if __has_cpp_attribute(clang::lifetimebound)
+#define NODETREE_LIFETIMEBOUND [[clang::lifetimebound]]
+#endif
+#endif
+#ifndef NODETREE_LIFETIMEBOUND
+#define NODETREE_LIFETIMEBOUND
+#endif
 
 namespace nodetree {
 
@@ -29,6 +41,9 @@ inline void dispose(char **list) noexcept {
 }
 inline void dispose(void **list) noexcept {
   ::vl_free(list, nullptr);
+}
+inline void dispose(::stringstream *stream) noexcept {
+  ::stringstream_free(stream);
 }
 
 inline std::string_view view(const char *text) noexcept {
@@ -63,7 +78,8 @@ public:
   /// Releases the object now.
   void reset() noexcept { *this = Owner(); }
   /// The object, borrowed, for calls in C; null when there is none.
-  Raw get() const noexcept { return raw_; }
+  Raw get() const noexcept NODETREE_LIFETIMEBOUND { return raw_; }
+  /// Whether an object is held.
   explicit operator bool() const noexcept { return raw_ != nullptr; }
 
 private:
@@ -72,21 +88,106 @@ private:
 
 } // namespace detail
 
+/// Owns a text that the library made (or any from malloc()). A text that could not be made
+/// is nothing: false, and "" wherever it is read. The view of a temporary Text does not
+/// compile: keep the Text, or take str().
+class Text : public detail::Owner<Text, char *> {
+public:
+  /// The text, borrowed; null when there is none.
+  const char *c_str() const noexcept NODETREE_LIFETIMEBOUND { return get(); }
+  /// The text, borrowed. O(n), as size() is.
+  operator std::string_view() const &noexcept NODETREE_LIFETIMEBOUND {
+    return detail::view(get());
+  }
+  operator std::string_view() const && = delete;
+  /// A copy, made by std::string, which may throw what it throws.
+  std::string str() const { return std::string(detail::view(get())); }
+  /// The length in bytes.
+  std::size_t size() const noexcept { return detail::view(get()).size(); }
+  /// Whether there is no text, or one without a byte.
+  bool empty() const noexcept { return ::string_empty(get()); }
+};
+
+/// Compares the bytes; nothing is as "".
+inline bool operator==(const Text &a, std::string_view b) noexcept {
+  return detail::view(a.c_str()) == b;
+}
+inline bool operator!=(const Text &a, std::string_view b) noexcept {
+  return !(a == b);
+}
+inline bool operator==(const Text &a, const Text &b) noexcept {
+  return a == detail::view(b.c_str());
+}
+inline bool operator!=(const Text &a, const Text &b) noexcept {
+  return !(a == b);
+}
+
+/// Owns a buffer of bytes from malloc(), which may hold NULs.
+class Bytes : public detail::Owner<Bytes, char *> {
+public:
+  /// Takes `size` bytes over.
+  [[nodiscard]] static Bytes adopt(char *data, std::size_t size) noexcept {
+    Bytes bytes = Owner::adopt(data);
+    bytes.size_ = size;
+    return bytes;
+  }
+  /// The bytes, borrowed; null when there are none.
+  const char *data() const noexcept NODETREE_LIFETIMEBOUND { return get(); }
+  /// How many there are.
+  std::size_t size() const noexcept { return get() ? size_ : 0; }
+  /// The bytes, borrowed; not of a temporary.
+  operator std::string_view() const &noexcept NODETREE_LIFETIMEBOUND {
+    return {get(), size()};
+  }
+  operator std::string_view() const && = delete;
+  /// A copy, made by std::string, which may throw what it throws.
+  std::string str() const { return get() ? std::string(get(), size_) : std::string(); }
+
+private:
+  std::size_t size_ = 0;
+};
+
+/// Bytes as an argument, for the call: a C string (NULL for none), or anything else that a
+/// std::string_view can be made of.
+class Chars {
+public:
+  Chars(const char *text) noexcept : view_(detail::view(text)), null_(!text) {}
+  template <class T,
+            class = std::enable_if_t<std::is_convertible_v<const T &, std::string_view> &&
+                                     !std::is_convertible_v<const T &, const char *>>>
+  Chars(const T &text) noexcept : view_(text) {}
+  /// The bytes, borrowed.
+  std::string_view view() const noexcept { return view_; }
+  /// Never null.
+  const char *data() const noexcept { return view_.empty() ? "" : view_.data(); }
+  /// How many there are.
+  std::size_t size() const noexcept { return view_.size(); }
+  /// Whether this is a C string: not NULL and without a NUL among the bytes.
+  bool is_text() const noexcept {
+    return !null_ && (view_.empty() || !std::memchr(view_.data(), '\0', view_.size()));
+  }
+
+private:
+  std::string_view view_;
+  bool null_ = false;
+};
+
 /// A text as an argument: a C string or a std::string as it stands, any other string view
-/// copied to end it with a NUL, up to 127 bytes without an allocation. A NULL, a text with
-/// a NUL inside and one for which there is no memory name nothing: the call then finds
-/// nothing or fails. Lives for the call.
+/// copied to end it with a NUL, up to 127 bytes without an allocation. A NULL, a Text that
+/// is nothing, a text with a NUL inside and one for which there is no memory name nothing:
+/// the call then finds nothing or fails. Lives for the call.
 class CString {
 public:
   CString(const char *text) noexcept : text_(text) {}
+  CString(const Text &text) noexcept : text_(text.c_str()) {}
   template <class T,
             class = std::enable_if_t<std::is_convertible_v<const T &, std::string_view> &&
                                      !std::is_convertible_v<const T &, const char *>>>
   CString(const T &text) noexcept {
-    const std::string_view given = text;
-    if (given.empty())
+    const Chars given(text);
+    if (given.size() == 0)
       text_ = "";
-    else if (!std::memchr(given.data(), '\0', given.size()))
+    else if (given.is_text())
       text_ = ended(text, 0);
   }
   CString(const CString &) = delete;
@@ -116,35 +217,6 @@ private:
   const char *text_ = nullptr;
   char *heap_ = nullptr;
   char room_[128];
-};
-
-/// Owns a text that the library made (or any from malloc()).
-class Text : public detail::Owner<Text, char *> {
-public:
-  /// The text, borrowed; null when there is none.
-  const char *c_str() const noexcept { return get(); }
-  /// The text, borrowed; empty when there is none. O(n), as size() is.
-  operator std::string_view() const noexcept { return detail::view(get()); }
-  std::size_t size() const noexcept { return detail::view(get()).size(); }
-};
-
-/// Owns a buffer of bytes from malloc(), which may hold NULs.
-class Bytes : public detail::Owner<Bytes, char *> {
-public:
-  /// Takes `size` bytes over.
-  [[nodiscard]] static Bytes adopt(char *data, std::size_t size) noexcept {
-    Bytes bytes = Owner::adopt(data);
-    bytes.size_ = size;
-    return bytes;
-  }
-  /// The bytes, borrowed; null when there are none.
-  const char *data() const noexcept { return get(); }
-  std::size_t size() const noexcept { return get() ? size_ : 0; }
-  /// The bytes, borrowed.
-  operator std::string_view() const noexcept { return {get(), size()}; }
-
-private:
-  std::size_t size_ = 0;
 };
 
 } // namespace nodetree

@@ -1,0 +1,181 @@
+/*
+ * A node, or the reason why there is none. Part of <nodetree.hpp>, which says what holds for
+ * all of it.
+ */
+#ifndef NODETREE_CPP_RESULT_HPP
+#define NODETREE_CPP_RESULT_HPP
+
+#include <cerrno>
+#include <nodetree/cpp/node.hpp>
+
+namespace nodetree {
+
+/// A node, or the reason why there is none:
+///
+///     auto config = nodetree::parse_json(text);
+///     if (!config)
+///       return complain(config.reason());
+///     use(config->lookup("/server"));
+///
+/// N is Node or, for what is not to be changed, const Node. A result without a node holds an
+/// empty one, so that looking into it unasked finds nothing.
+template <class N>
+class [[nodiscard]] Result {
+public:
+  /// A node, or nothing and the reason; a reason for which there was no memory is that.
+  explicit Result(Node held, Text why = Text()) noexcept
+      : node_(std::move(held)), reason_(std::move(why)) {}
+  /// Whether there is a node.
+  explicit operator bool() const noexcept { return static_cast<bool>(node_); }
+  /// The node, lent.
+  N &operator*() &noexcept NODETREE_LIFETIMEBOUND { return node_; }
+  const N &operator*() const &noexcept NODETREE_LIFETIMEBOUND { return node_; }
+  /// The node, given away: `Node tree = *parse_json(text);`.
+  N &&operator*() &&noexcept { return static_cast<N &&>(node_); }
+  N *operator->() &noexcept NODETREE_LIFETIMEBOUND { return &node_; }
+  const N *operator->() const &noexcept NODETREE_LIFETIMEBOUND { return &node_; }
+  void operator->() const && = delete;
+  /// What went wrong, for people to read: "" where nothing did, never null.
+  const char *reason() const &noexcept NODETREE_LIFETIMEBOUND {
+    if (reason_)
+      return reason_.c_str();
+    return node_ ? "" : "out of memory";
+  }
+  void reason() const && = delete;
+
+private:
+  Node node_;
+  Text reason_;
+};
+
+namespace detail {
+
+/// Finds where a text that is refused as JSON stops being it, by feeding it a byte at a
+/// time.
+class JsonFault {
+public:
+  explicit JsonFault(std::string_view text) noexcept
+      : text_(text), stream_(::json_stream_new(count, this)) {}
+  JsonFault(const JsonFault &) = delete;
+  JsonFault &operator=(const JsonFault &) = delete;
+  ~JsonFault() { ::json_stream_free(stream_); }
+
+  /// Empty when it is memory that is lacking.
+  Text reason() noexcept {
+    if (!stream_)
+      return Text();
+    while (at_ < text_.size() && values_ < 2 && feed(text_.substr(at_, 1)))
+      ++at_;
+    if (at_ < text_.size() && values_ == 0)
+      return say(token_start(), "syntax error, repeated name or number out of range");
+    if (at_ < text_.size() || (feed("\n") && values_ > 1))
+      return say(text_.find_first_not_of(" \t\r\n", end_), "more than one value");
+    if (text_.find_first_not_of(" \t\r\n") == std::string_view::npos)
+      return Text::adopt(::string_printf("no value"));
+    const int before = values_;
+    if (!feed("0\n") || values_ == before)
+      return say(at_, "the text ends too early");
+    return Text();
+  }
+
+private:
+  static void count(::node *value, void *self) noexcept {
+    auto *own = static_cast<JsonFault *>(self);
+    const bool number = ::node_is_integer(value) || ::node_is_real(value);
+    if (++own->values_ == 1)
+      own->end_ = own->at_ + !number; // only the byte behind a number ends it
+    ::node_unref(value);
+  }
+  bool feed(std::string_view bytes) noexcept {
+    return ::json_stream_parse(stream_, bytes.data(), bytes.size());
+  }
+  /// Only the byte behind a number or a word ends it.
+  std::size_t token_start() const noexcept {
+    const auto in_word = [](char c) {
+      return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+             c == '+' || c == '-' || c == '.';
+    };
+    std::size_t at = at_;
+    while (at > 0 && text_[at_] != '"' && in_word(text_[at - 1]))
+      --at;
+    return at;
+  }
+  Text say(std::size_t at, const char *what) const noexcept {
+    std::size_t line = 1, column = 1;
+    for (const char c : text_.substr(0, at)) {
+      column = c == '\n' ? 1 : column + 1;
+      line += c == '\n';
+    }
+    return Text::adopt(::string_printf("line %zu, column %zu: %s", line, column, what));
+  }
+
+  std::string_view text_;
+  ::json_stream *stream_;
+  std::size_t at_ = 0, end_ = 0; // bytes fed; where the first value ends
+  int values_ = 0;
+};
+
+} // namespace detail
+
+/// The tree of the one JSON value in the text. The reason of a failure names line and
+/// column, counted in bytes from 1; finding them takes some times as long as reading the
+/// text. The library logs the failure too, twice then.
+inline Result<Node> parse_json(Chars text) noexcept {
+  Node tree = Node::from_json(text);
+  if (tree)
+    return Result<Node>(std::move(tree));
+  return Result<Node>(Node(), detail::JsonFault({text.data(), text.size()}).reason());
+}
+
+/// parse_json() of a file, read to its end, pipes too. Reasons begin with the path.
+inline Result<Node> read_json(const CString &path) noexcept {
+  if (!path.get())
+    return Result<Node>(Node(), Text::adopt(::string_printf("not the name of a file")));
+  std::size_t size = 0;
+  const Bytes bytes = Bytes::adopt(::file_read(path.get(), &size), 0);
+  if (!bytes)
+    return Result<Node>(
+        Node(), Text::adopt(::string_printf("%s: %s", path.get(), std::strerror(errno))));
+  Result<Node> result = parse_json(std::string_view(bytes.data(), size));
+  if (result)
+    return result;
+  return Result<Node>(Node(),
+                      Text::adopt(::string_printf("%s: %s", path.get(), result.reason())));
+}
+
+/// The tree of the one MessagePack message that the bytes are.
+inline Result<Node> parse_msgpack(Chars bytes) noexcept {
+  std::size_t used = 0;
+  Node tree = Node::from_msgpack(bytes, &used);
+  const char *reason = "no message, one that is cut short, or one that no node can hold";
+  if (tree && used == bytes.size())
+    return Result<Node>(std::move(tree));
+  if (bytes.size() == 0)
+    reason = "no bytes";
+  else if (used < bytes.size())
+    reason = tree ? "there are bytes behind the message" : "no node can hold the value";
+  return Result<Node>(Node(), Text::adopt(::string_printf("%s", reason)));
+}
+
+/// expr_eval(): the value of the expression for the context, which may be nothing. It is
+/// not to be changed, for it may be a part of either tree. The reason is what the evaluation
+/// says; one that only comes to nothing has no words of its own, and an operand that "range"
+/// has skipped leaves a reason beside the value.
+inline Result<const Node> eval(NodeArg expression, NodeArg context) noexcept {
+  char *message = nullptr;
+  Node value = Node::adopt(::expr_eval(const_cast<::node *>(expression.get()),
+                                       const_cast<::node *>(context.get()), &message));
+  Text reason = Text::adopt(message);
+  if (!value && !reason)
+    reason = Text::adopt(::string_printf("it comes to nothing"));
+  return Result<const Node>(std::move(value), std::move(reason));
+}
+
+template <class Self, class Node>
+Result<const Node> Asking<Self, Node>::eval(NodeArg context) const noexcept {
+  return nodetree::eval(static_cast<const Self &>(*this), context);
+}
+
+} // namespace nodetree
+
+#endif

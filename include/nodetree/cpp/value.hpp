@@ -1,0 +1,211 @@
+/*
+ * What a call puts into a tree, and reading a value as a C++ type. Part of <nodetree.hpp>,
+ * which says what holds for all of it.
+ */
+#ifndef NODETREE_CPP_VALUE_HPP
+#define NODETREE_CPP_VALUE_HPP
+
+#include <cmath>
+#include <cstdint>
+#include <initializer_list>
+#include <limits>
+#include <nodetree/cpp/owners.hpp>
+#include <optional>
+
+namespace nodetree {
+
+class Node;
+class View;
+
+namespace detail {
+
+template <class T, class... Us>
+inline constexpr bool is_one_of = (std::is_same_v<T, Us> || ...);
+
+/// Integers that are numbers: neither bool nor a character.
+template <class T>
+inline constexpr bool is_integer =
+    std::is_integral_v<T> && !is_one_of<T, bool, char, wchar_t, char16_t, char32_t
+#if defined(__cpp_char8_t)
+                                        ,
+                                        char8_t
+#endif
+                                        >;
+template <class T>
+inline constexpr bool is_real = is_one_of<T, float, double>;
+template <class T>
+inline constexpr bool is_text = std::is_convertible_v<const T &, std::string_view> &&
+                                !std::is_same_v<T, std::nullptr_t>;
+template <class T>
+inline constexpr bool is_plain =
+    is_integer<T> || is_real<T> || std::is_same_v<T, bool> || is_text<T>;
+template <class T>
+inline constexpr bool is_node =
+    std::is_same_v<std::remove_cv_t<T>, Node> || std::is_base_of_v<View, T>;
+
+template <class T>
+constexpr bool fits_int64(T value) noexcept {
+  if constexpr (std::is_unsigned_v<T>)
+    return value <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+  else
+    return true;
+}
+
+/// The integer as a T, if it fits.
+template <class T>
+std::optional<T> narrow(std::int64_t value) noexcept {
+  const T narrowed = static_cast<T>(value);
+  if ((std::is_unsigned_v<T> && value < 0) ||
+      (sizeof(T) < sizeof value && static_cast<std::int64_t>(narrowed) != value))
+    return std::nullopt;
+  return narrowed;
+}
+
+/// The real as an integer, if it is one and fits.
+template <class T>
+std::optional<T> exact(double value) noexcept {
+  const double end = std::ldexp(1.0, std::numeric_limits<T>::digits);
+  if (!(value >= static_cast<double>(std::numeric_limits<T>::min()) && value < end) ||
+      std::trunc(value) != value)
+    return std::nullopt;
+  return static_cast<T>(value);
+}
+
+/// The value of a node, which may be null, as a T.
+template <class T>
+std::optional<T> read(const ::node *n) noexcept(!std::is_same_v<T, std::string>) {
+  static_assert(is_one_of<T, bool, const char *, std::string_view, std::string> ||
+                    is_integer<T> || is_real<T>,
+                "value<T>() reads integers, float, double, bool and texts");
+  const node_type type = n ? n->type : NODE_NULL;
+  if constexpr (std::is_same_v<T, bool>) {
+    if (type == NODE_BOOLEAN)
+      return ::node_get_boolean(n);
+  } else if constexpr (is_integer<T>) {
+    if (type == NODE_INTEGER)
+      return narrow<T>(::node_get_integer(n));
+    if (type == NODE_REAL)
+      return exact<T>(::node_get_real(n));
+  } else if constexpr (is_real<T>) {
+    if (type == NODE_INTEGER)
+      return static_cast<T>(::node_get_integer(n));
+    const double real = type == NODE_REAL ? ::node_get_real(n) : 0;
+    const bool fits = !std::isfinite(real) ||
+                      std::fabs(real) <= static_cast<double>(std::numeric_limits<T>::max());
+    if (type == NODE_REAL && fits)
+      return static_cast<T>(real);
+  } else if (type == NODE_STRING) {
+    return T(::node_get_string(n));
+  }
+  return std::nullopt;
+}
+
+/// Owns a node below the public owners.
+class Held : public Owner<Held, ::node *> {};
+
+} // namespace detail
+
+/// What a call puts into a tree; made on the way from
+///  - nullptr, bool, integers, float and double;
+///  - texts: anything a std::string_view can be made of;
+///  - a Node that is given away, `std::move(n)` or a new one; a copy is asked for by
+///    `n.clone()`;
+///  - a list in braces: an object where every entry is a list of two that begins with a
+///    text, `{{"port", 8080}, {"tags", {1, 2}}}`, otherwise an array. Node::array() and
+///    Node::object() say which, and are the only empty ones.
+///
+/// Other types, characters among them, do not compile. An integer above INT64_MAX, a NULL
+/// text, one with a NUL inside, a name that comes twice, an empty Node and no memory make
+/// no value: the call is then refused. Nodes inside braces go with the list even so.
+class Value {
+public:
+  Value() = delete;
+  Value(const Value &) = delete;
+  Value &operator=(const Value &) = delete;
+  Value(std::nullptr_t) noexcept : own_(detail::Held::adopt(::node_new_null())) {}
+  /// A number, a boolean or a text.
+  template <class T, std::enable_if_t<detail::is_plain<T>, int> = 0>
+  Value(const T &value) noexcept : own_(detail::Held::adopt(make(value))) {}
+  Value(const char *text) noexcept : own_(detail::Held::adopt(make(text))) {}
+  /// The node, which stays with its owner until the call takes it.
+  template <class N, std::enable_if_t<std::is_same_v<N, Node>, int> = 0>
+  Value(N &&given) noexcept : lender_(&given) {}
+  /// Not a copy: say std::move() or clone().
+  template <class N, std::enable_if_t<detail::is_node<N>, int> = 0>
+  Value(const N &) = delete;
+  template <class N, std::enable_if_t<std::is_same_v<N, Node>, int> = 0>
+  Value(N &) = delete;
+  /// A list in braces.
+  Value(std::initializer_list<Value> list) noexcept
+      : is_pair_(list.size() == 2 && list.begin()->is_text()), own_(array(list)) {
+    bool object = list.size() != 0;
+    for (const Value &value : list)
+      object = object && value.is_pair_;
+    if (object && own_)
+      own_ = object_of_pairs(own_.get());
+  }
+
+  /// The node, borrowed; null when there is none.
+  ::node *get() const noexcept;
+  /// Gives the node up to the caller.
+  [[nodiscard]] ::node *take() const noexcept;
+  /// An array of the values; nothing when one of them is.
+  static detail::Held array(std::initializer_list<Value> list) noexcept {
+    detail::Held array = detail::Held::adopt(::node_new_array());
+    for (const Value &value : list) {
+      if (!::node_array_append(array.get(), value.get()))
+        return {};
+      (void)value.take();
+    }
+    return array;
+  }
+
+private:
+  bool is_text() const noexcept { return own_ && ::node_is_string(own_.get()); }
+
+  template <class T>
+  static ::node *make(const T &value) noexcept {
+    if constexpr (std::is_same_v<T, bool>) {
+      return ::node_new_boolean(value);
+    } else if constexpr (detail::is_integer<T>) {
+      return detail::fits_int64(value)
+                 ? ::node_new_integer(static_cast<std::int64_t>(value))
+                 : nullptr;
+    } else if constexpr (detail::is_real<T>) {
+      return ::node_new_real(static_cast<double>(value));
+    } else {
+      const Chars text(value);
+      return text.is_text() ? ::node_new_stringn(text.data(), text.size()) : nullptr;
+    }
+  }
+
+  /// Takes the pairs apart.
+  static detail::Held object_of_pairs(::node *pairs) noexcept {
+    detail::Held object = detail::Held::adopt(::node_new_object());
+    for (::node *pair = ::node_array_first(pairs); pair;
+         pair = ::node_array_next(pairs, pair)) {
+      ::node *key = ::node_array_first(pair);
+      ::node *value = ::node_array_next(pair, key);
+      ::node_detach(value);
+      if (!object || !::node_object_add(object.get(), ::node_get_string(key), value)) {
+        ::node_unref(value);
+        return {};
+      }
+    }
+    return object;
+  }
+
+  bool is_pair_ = false; // a list of two that begins with a text
+  mutable detail::Held own_;
+  Node *lender_ = nullptr; // whose node it is instead
+};
+
+/// A member to be made: a key and what it is to hold.
+struct Entry {
+  CString key; ///< the name
+  Value value; ///< what it holds
+};
+
+} // namespace nodetree
+
+#endif
