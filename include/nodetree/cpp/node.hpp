@@ -8,8 +8,8 @@
 
 namespace nodetree {
 
-/// What a Node lends has to end before the Node: a temporary lends nothing. A const Node
-/// lends Views, another one Refs.
+/// @cond What a Node lends has to end before the Node: a temporary lends nothing. A const
+/// Node lends Views, another one Refs.
 #define NODETREE_LENDS_VIEW(name)                                                          \
   template <class... Args>                                                                 \
   auto name(Args &&...args) const &noexcept NODETREE_LIFETIMEBOUND {                       \
@@ -24,6 +24,8 @@ namespace nodetree {
     return ref().name(std::forward<Args>(args)...);                                        \
   }
 
+/// @endcond
+
 /// Owns one reference to a node; releasing it is node_unref(). Reads and finds what View
 /// does and, unless const, changes what Ref does; a temporary neither lends nor finds.
 class Node : public detail::Owner<Node, ::node *>,
@@ -37,9 +39,11 @@ public:
 
   /// @name Making nodes: new roots; empty when memory runs out.
   /// @{
+  /// A null.
   static Node null() noexcept { return adopt(::node_new_null()); }
   /// Of anything that Value is made of: `Node::of({1, "two", nullptr})`.
   static Node of(const Value &value) noexcept { return adopt(value.take()); }
+  /// An object without members.
   static Node object() noexcept { return adopt(::node_new_object()); }
   /// With these members.
   static Node object(std::initializer_list<Entry> members) noexcept {
@@ -49,6 +53,7 @@ public:
         return {};
     return object;
   }
+  /// An array without elements.
   static Node array() noexcept { return adopt(::node_new_array()); }
   /// With these elements.
   static Node array(std::initializer_list<Value> elements) noexcept {
@@ -73,6 +78,7 @@ public:
   template <class T,
             std::enable_if_t<!detail::is_real<T> && !detail::is_integer<T>, int> = 0>
   static Node real(T) = delete;
+  /// Of a bool alone: pointers and numbers do not compile.
   static Node boolean(bool value) noexcept { return adopt(::node_new_boolean(value)); }
   template <class T, std::enable_if_t<!std::is_same_v<T, bool>, int> = 0>
   static Node boolean(T) = delete;
@@ -110,7 +116,9 @@ public:
   ::node *get() noexcept NODETREE_LIFETIMEBOUND { return Owner::get(); }
   const ::node *get() const noexcept NODETREE_LIFETIMEBOUND { return Owner::get(); }
 
-  /// @name As View and Ref have them. Deleted for temporaries.
+  /// @name As View and Ref have them, deleted for temporaries. So are get_string(), c_str(),
+  /// get_link_path(), key(), parent(), root(), get_child(), lookup(), follow_link(),
+  /// lookup_glob() and their kin, members(), elements(), children(), leaves() and walk().
   /// @{
   template <class T>
   [[nodiscard]] std::optional<T>
@@ -119,6 +127,7 @@ public:
   }
   template <class T>
   std::optional<T> value() const && = delete;
+  /// value<T>() or else what is given; see View::value_or().
   template <class T>
   [[nodiscard]] auto value_or(const T &otherwise NODETREE_LIFETIMEBOUND) const &noexcept(
       !std::is_same_v<T, std::string>) NODETREE_LIFETIMEBOUND {
@@ -126,21 +135,26 @@ public:
   }
   template <class T>
   void value_or(const T &) const && = delete;
+  /// The member with exactly this key.
   View operator[](const CString &key) const &noexcept NODETREE_LIFETIMEBOUND {
     return view()[key];
   }
+  /// The same, to be changed.
   Ref operator[](const CString &key) &noexcept NODETREE_LIFETIMEBOUND { return ref()[key]; }
   void operator[](const CString &) const && = delete;
+  /// The element at this position; none at a negative one.
   template <class I, class = std::enable_if_t<detail::is_integer<I>>>
   View operator[](I index) const &noexcept NODETREE_LIFETIMEBOUND {
     return view()[index];
   }
+  /// The same, to be changed.
   template <class I, class = std::enable_if_t<detail::is_integer<I>>>
   Ref operator[](I index) &noexcept NODETREE_LIFETIMEBOUND {
     return ref()[index];
   }
   template <class I, class = std::enable_if_t<detail::is_integer<I>>>
   void operator[](I) const && = delete;
+  /// @cond
   NODETREE_LENDS_VIEW(get_string)
   NODETREE_LENDS_VIEW(c_str)
   NODETREE_LENDS_VIEW(get_link_path)
@@ -160,10 +174,12 @@ public:
   NODETREE_LENDS(children)
   NODETREE_LENDS(leaves)
   NODETREE_LENDS(walk)
+  /// @endcond
   /// node_lookup_create(): what is missing on the way is made.
   Ref lookup_create(const CString &path) &noexcept NODETREE_LIFETIMEBOUND {
     return ref().lookup_create(path);
   }
+  /// The same of a path as a list of segments.
   Ref lookup_create_sl(Strings path) &noexcept NODETREE_LIFETIMEBOUND {
     return ref().lookup_create_sl(path);
   }
@@ -177,6 +193,7 @@ private:
 #undef NODETREE_LENDS
 #undef NODETREE_LENDS_VIEW
 
+/// @cond
 inline View::View(const Node &n) noexcept : raw_(n.get()) {}
 inline Ref::Ref(Node &n) noexcept : Ref(n.get()) {}
 
@@ -186,6 +203,7 @@ inline ::node *Value::get() const noexcept {
 inline ::node *Value::take() const noexcept {
   return lender_ ? lender_->release() : own_.release();
 }
+/// @endcond
 
 } // namespace nodetree
 

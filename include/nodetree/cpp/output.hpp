@@ -1,6 +1,7 @@
 /*
- * Nodes and texts for streams, std::format and std::hash. Part of <nodetree.hpp>, which says
- * what holds for all of it.
+ * Nodes and texts for streams, std::format and std::hash. A node is hashed by its value, as
+ * `==` compares it, in O(n), and formatted as compact JSON, nothing as "". Part of
+ * <nodetree.hpp>, which says what holds for all of it.
  */
 #ifndef NODETREE_CPP_OUTPUT_HPP
 #define NODETREE_CPP_OUTPUT_HPP
@@ -92,7 +93,7 @@ struct Formatter : std::formatter<std::string_view, char> {
 } // namespace detail
 } // namespace nodetree
 
-/// Of the value, as `==` compares it; it changes with the node. O(n).
+/// @cond Of the value, as `==` compares it; it changes with the node. O(n).
 template <>
 struct std::hash<nodetree::View> {
   std::size_t operator()(nodetree::View n) const noexcept {
@@ -123,5 +124,6 @@ template <>
 struct std::formatter<nodetree::Text, char> : nodetree::detail::Formatter<nodetree::Text> {
 };
 #endif
+/// @endcond
 
 #endif

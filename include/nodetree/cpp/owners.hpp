@@ -112,12 +112,15 @@ public:
 inline bool operator==(const Text &a, std::string_view b) noexcept {
   return detail::view(a.c_str()) == b;
 }
+/// Not `==`.
 inline bool operator!=(const Text &a, std::string_view b) noexcept {
   return !(a == b);
 }
+/// Compares the bytes of both.
 inline bool operator==(const Text &a, const Text &b) noexcept {
   return a == detail::view(b.c_str());
 }
+/// Not `==`.
 inline bool operator!=(const Text &a, const Text &b) noexcept {
   return !(a == b);
 }
@@ -151,7 +154,9 @@ private:
 /// std::string_view can be made of.
 class Chars {
 public:
+  /// A C string, NULL for none.
   Chars(const char *text) noexcept : view_(detail::view(text)), null_(!text) {}
+  /// Any other text or run of bytes.
   template <class T,
             class = std::enable_if_t<std::is_convertible_v<const T &, std::string_view> &&
                                      !std::is_convertible_v<const T &, const char *>>>
@@ -179,6 +184,7 @@ private:
 class CString {
 public:
   CString(const char *text) noexcept : text_(text) {}
+  /// The text, which names nothing where there is none.
   CString(const Text &text) noexcept : text_(text.c_str()) {}
   template <class T,
             class = std::enable_if_t<std::is_convertible_v<const T &, std::string_view> &&

@@ -86,21 +86,23 @@ public:
     ::node *at = ::node_object_get(target(), key.get());
     return at ? put(at, value) : add(key, value);
   }
-  /// Sets what a path names, or the element at a position, if it is there: otherwise false.
+  /// Sets what a path names, if it is there: otherwise false.
   [[nodiscard]] bool replace(const CString &path, const Value &value) noexcept {
     ::node *at = target() && path.get() ? ::node_lookup(target(), path.get()) : nullptr;
     return at && settable(value) && put(at, value);
   }
+  /// Sets the element at a position, if it is there: otherwise false.
   template <class I, class = std::enable_if_t<detail::is_integer<I>>>
   [[nodiscard]] bool replace(I index, const Value &value) noexcept {
     ::node *at = self()[index].get();
     return at && settable(value) && put(at, value);
   }
-  /// Adds an element at the end or at the front.
+  /// Adds an element at the end.
   [[nodiscard]] bool append(const Value &value) noexcept {
     return is(NODE_ARRAY) && fresh(value) &&
            taken(::node_array_append(target(), value.get()), value);
   }
+  /// Adds an element at the front.
   [[nodiscard]] bool prepend(const Value &value) noexcept {
     return is(NODE_ARRAY) && fresh(value) &&
            taken(::node_array_prepend(target(), value.get()), value);
@@ -212,7 +214,9 @@ private:
 class Ref : public View, public Changing<Ref, Node, Ref> {
 public:
   Ref() noexcept = default;
+  /// Borrows the node, which may be null.
   explicit Ref(::node *n) noexcept : View(n) {}
+  /// Borrows what the Node holds.
   Ref(Node &n NODETREE_LIFETIMEBOUND) noexcept;
   Ref(const Ref &) noexcept = default;
   /// Another node from now on; not for temporaries, where it would change nothing.
@@ -224,43 +228,57 @@ public:
   /// @name As View has them, but what is found may be changed.
   /// @{
   using View::get;
+  /// The node, borrowed, for calls in C; may be null.
   ::node *get() noexcept { return pointer(); }
   using View::parent;
+  /// The container; false for a root.
   Ref parent() noexcept { return as_ref(View::parent()); }
   using View::root;
+  /// The top of the tree. O(depth).
   Ref root() noexcept { return as_ref(View::root()); }
   using View::operator[];
+  /// The member with exactly this key.
   Ref operator[](const CString &key) noexcept { return as_ref(View::operator[](key)); }
+  /// The element at this position; none at a negative one.
   template <class I, class = std::enable_if_t<detail::is_integer<I>>>
   Ref operator[](I index) noexcept {
     return as_ref(View::operator[](index));
   }
   using View::get_child;
+  /// The child that one segment of a path names.
   Ref get_child(const CString &segment) noexcept {
     return as_ref(View::get_child(segment));
   }
   using View::lookup;
+  /// The node that a path names.
   Ref lookup(const CString &path) noexcept { return as_ref(View::lookup(path)); }
   using View::lookup_sl;
+  /// The same of a path as a list of segments.
   Ref lookup_sl(Strings path) noexcept { return as_ref(View::lookup_sl(path)); }
   using View::try_lookup_sl;
+  /// The lenient lookup: where a step fails, the last node before it.
   Ref try_lookup_sl(Strings path) noexcept { return as_ref(View::try_lookup_sl(path)); }
   using View::follow_link;
+  /// What a link leads to.
   Ref follow_link() noexcept { return as_ref(View::follow_link()); }
   using View::try_follow_link;
+  /// What a link leads to by the lenient lookup.
   Ref try_follow_link() noexcept { return as_ref(View::try_follow_link()); }
   /// node_lookup_create(): what is missing on the way is made.
   Ref lookup_create(const CString &path) noexcept {
     return Ref(pointer() ? ::node_lookup_create(pointer(), path.get()) : nullptr);
   }
+  /// The same of a path as a list of segments.
   Ref lookup_create_sl(Strings path) noexcept {
     return Ref(pointer() ? ::node_lookup_create_sl(pointer(), path.get()) : nullptr);
   }
   using View::lookup_glob;
+  /// All that a glob path matches; the list is the caller's, the nodes are borrowed.
   ValueList<Ref> lookup_glob(const CString &path) noexcept {
     return ValueList<Ref>::adopt(View::lookup_glob(path).release());
   }
   using View::lookup_glob_sl;
+  /// The same of a path as a list of segments.
   ValueList<Ref> lookup_glob_sl(Strings path) noexcept {
     return ValueList<Ref>::adopt(View::lookup_glob_sl(path).release());
   }
@@ -269,14 +287,19 @@ public:
   /// @name Ranges as View has them. The current node may be taken out; but in a walk().
   /// @{
   using View::members;
+  /// Of an object: `for (auto [key, value] : n.members())`.
   detail::Members<Ref> members() noexcept { return detail::Members<Ref>(pointer()); }
   using View::elements;
+  /// Of an array: `for (Ref r : n.elements())`.
   detail::Elements<Ref> elements() noexcept { return detail::Elements<Ref>(pointer()); }
   using View::children;
+  /// Of either.
   detail::Children<Ref> children() noexcept { return detail::Children<Ref>(pointer()); }
   using View::leaves;
+  /// The nodes without children below this one, or this one. O(n) in all.
   detail::Leaves<Ref> leaves() noexcept { return detail::Leaves<Ref>(pointer()); }
   using View::walk;
+  /// Every node from this one down, containers again when they are left. O(n).
   detail::Walk<Ref> walk() noexcept { return detail::Walk<Ref>(pointer()); }
   /// @}
 

@@ -29,10 +29,13 @@ public:
   explicit operator bool() const noexcept { return static_cast<bool>(node_); }
   /// The node, lent.
   N &operator*() &noexcept NODETREE_LIFETIMEBOUND { return node_; }
+  /// The node, lent to be read.
   const N &operator*() const &noexcept NODETREE_LIFETIMEBOUND { return node_; }
   /// The node, given away: `Node tree = *parse_json(text);`.
   N &&operator*() &&noexcept { return static_cast<N &&>(node_); }
+  /// The node's members; of a temporary result none.
   N *operator->() &noexcept NODETREE_LIFETIMEBOUND { return &node_; }
+  /// The node's members, to be read.
   const N *operator->() const &noexcept NODETREE_LIFETIMEBOUND { return &node_; }
   void operator->() const && = delete;
   /// What went wrong, for people to read: "" where nothing did, never null.

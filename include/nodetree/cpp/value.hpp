@@ -19,6 +19,7 @@ class View;
 
 namespace detail {
 
+/// Whether T is one of the others.
 template <class T, class... Us>
 inline constexpr bool is_one_of = (std::is_same_v<T, Us> || ...);
 
@@ -31,18 +32,23 @@ inline constexpr bool is_integer =
                                         char8_t
 #endif
                                         >;
+/// Reals that a node can hold.
 template <class T>
 inline constexpr bool is_real = is_one_of<T, float, double>;
+/// Texts of any type.
 template <class T>
 inline constexpr bool is_text = std::is_convertible_v<const T &, std::string_view> &&
                                 !std::is_same_v<T, std::nullptr_t>;
+/// What a single node can hold.
 template <class T>
 inline constexpr bool is_plain =
     is_integer<T> || is_real<T> || std::is_same_v<T, bool> || is_text<T>;
+/// Node, View and Ref.
 template <class T>
 inline constexpr bool is_node =
     std::is_same_v<std::remove_cv_t<T>, Node> || std::is_base_of_v<View, T>;
 
+/// Whether an integer can be one of a node.
 template <class T>
 constexpr bool fits_int64(T value) noexcept {
   if constexpr (std::is_unsigned_v<T>)
@@ -122,10 +128,12 @@ public:
   Value() = delete;
   Value(const Value &) = delete;
   Value &operator=(const Value &) = delete;
+  /// Null.
   Value(std::nullptr_t) noexcept : own_(detail::Held::adopt(::node_new_null())) {}
   /// A number, a boolean or a text.
   template <class T, std::enable_if_t<detail::is_plain<T>, int> = 0>
   Value(const T &value) noexcept : own_(detail::Held::adopt(make(value))) {}
+  /// A text.
   Value(const char *text) noexcept : own_(detail::Held::adopt(make(text))) {}
   /// The node, which stays with its owner until the call takes it.
   template <class N, std::enable_if_t<std::is_same_v<N, Node>, int> = 0>

@@ -138,7 +138,9 @@ private:
 class View : public Asking<View, Node> {
 public:
   View() noexcept = default;
+  /// Borrows the node, which may be null.
   explicit View(const ::node *n) noexcept : raw_(n) {}
+  /// Borrows what the Node holds; not from a temporary.
   View(const Node &n NODETREE_LIFETIMEBOUND) noexcept;
   View(const Node &&) = delete;
   View(const View &) noexcept = default;
@@ -217,6 +219,7 @@ public:
   View lookup(const CString &path) const noexcept {
     return View(raw_ ? ::node_lookup(raw_, path.get()) : nullptr);
   }
+  /// The same of a path as a list of segments.
   View lookup_sl(Strings path) const noexcept {
     return View(raw_ ? ::node_lookup_sl(raw_, path.get()) : nullptr);
   }
@@ -228,6 +231,7 @@ public:
   View follow_link() const noexcept {
     return View(raw_ ? ::node_follow_link(raw_) : nullptr);
   }
+  /// What a link leads to by the lenient lookup.
   View try_follow_link() const noexcept {
     return View(raw_ ? ::node_try_follow_link(raw_) : nullptr);
   }
@@ -235,6 +239,7 @@ public:
   ValueList<View> lookup_glob(const CString &path) const noexcept {
     return ValueList<View>::adopt(raw_ ? ::node_lookup_glob(raw_, path.get()) : nullptr);
   }
+  /// The same of a path as a list of segments.
   ValueList<View> lookup_glob_sl(Strings path) const noexcept {
     return ValueList<View>::adopt(raw_ ? ::node_lookup_glob_sl(raw_, path.get()) : nullptr);
   }
@@ -281,6 +286,7 @@ bool operator==(const N &n, const T &value) noexcept {
     return detail::read<T>(n.get()) == value;
   }
 }
+/// The same, written the other way round.
 template <class T, class N,
           std::enable_if_t<detail::is_node<N> && detail::is_plain<T>, int> = 0>
 bool operator==(const T &value, const N &n) noexcept {
