@@ -12,7 +12,7 @@ MAY_INCLUDE = {
     "stringstream": set(),
     "log": {"stringstream"},
     "valuelist": {"stringstream"},
-    "file": {"string", "stringlist", "avl", "log"},
+    "file": {"string", "stringlist", "log"},
     "process": {"stringlist", "log", "file"},
     "node": {"string", "stringlist", "avl", "stringstream", "log", "valuelist"},
 }

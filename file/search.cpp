@@ -1,5 +1,4 @@
 // The search of a directory tree for names that match a pattern.
-#include <nodetree/avl.h>
 #include <nodetree/file.h>
 #include <nodetree/string.h>
 
@@ -21,47 +20,9 @@ struct DirectoryId {
   ino_t inode;
 };
 
-int compare_ids(const void *key, const void *held_key, void *) {
-  const auto *a = static_cast<const DirectoryId *>(key);
-  const auto *b = static_cast<const DirectoryId *>(held_key);
-  if (a->device != b->device)
-    return a->device < b->device ? -1 : 1;
-  return a->inode < b->inode ? -1 : a->inode > b->inode;
-}
-
-class DirectorySet {
-public:
-  DirectorySet() { avl_init(&tree_, compare_ids, false, nullptr); }
-  ~DirectorySet() {
-    const auto *anchor = reinterpret_cast<avl_node *>(&tree_);
-    for (avl_node *next, *member = tree_.next; member != anchor; member = next) {
-      next = member->next;
-      free(member); // a Member begins with its node
-    }
-  }
-  DirectorySet(const DirectorySet &) = delete;
-  DirectorySet &operator=(const DirectorySet &) = delete;
-
-  bool contains(const DirectoryId &id) const { return avl_find(&tree_, &id) != nullptr; }
-
-  // Adds what is not contained yet; false when memory runs out.
-  bool add(const DirectoryId &id) {
-    auto *member = static_cast<Member *>(malloc(sizeof(Member)));
-    if (!member)
-      return false;
-    member->id = id;
-    member->node.key = &member->id;
-    avl_insert(&tree_, &member->node);
-    return true;
-  }
-
-private:
-  struct Member {
-    avl_node node;
-    DirectoryId id;
-  };
-  avl_tree tree_;
-};
+// Links between directories make more paths than could be walked: what is entered through
+// links, directly or further down, is counted.
+constexpr int max_across_links = 100'000;
 
 // A directory that the search is inside of.
 struct Level {
@@ -94,7 +55,7 @@ public:
   Search(const Search &) = delete;
   Search &operator=(const Search &) = delete;
 
-  // False when memory or descriptors run out.
+  // False when the directory cannot be searched, or not to the end.
   bool run(const char *directory);
 
   // What was found; NULL if nothing was, or if memory runs out.
@@ -112,7 +73,7 @@ private:
   const char *pattern_;
   Level *level_ = nullptr;
   Stack<char *> found_;
-  DirectorySet across_links_;
+  int across_links_ = 0;
   // The path at hand. What does not fit could not be opened either.
   char path_[PATH_MAX];
 };
@@ -120,10 +81,13 @@ private:
 bool Search::run(const char *directory) {
   const size_t length = strlen(directory);
   struct stat status;
-  if (length >= sizeof path_ || stat(directory, &status) != 0)
-    return true;
+  if (length >= sizeof path_) {
+    errno = ENAMETOOLONG;
+    return false;
+  }
   memcpy(path_, directory, length + 1);
-  if (!enter(length, {status.st_dev, status.st_ino}, false))
+  if (stat(directory, &status) != 0 ||
+      !enter(length, {status.st_dev, status.st_ino}, false) || !level_)
     return false;
   while (level_) {
     if (level_->left == 0) {
@@ -166,13 +130,9 @@ bool Search::visit_directory(size_t path_length, const DirectoryId &id) {
   if (is_inside(id) || lstat(path_, &status) != 0)
     return true;
   const bool across_links = level_->across_links || S_ISLNK(status.st_mode);
-  // Directories that link to each other have paths without number: across links each
-  // directory gets one.
-  if (across_links) {
-    if (across_links_.contains(id))
-      return true;
-    if (!across_links_.add(id))
-      return false;
+  if (across_links && ++across_links_ > max_across_links) {
+    errno = ELOOP;
+    return false;
   }
   return enter(path_length, id, across_links);
 }
@@ -216,6 +176,10 @@ char **path_search(const char *directory, const char *pattern) {
   // Nothing matches no pattern: there is no need to look.
   if (!pattern)
     return nullptr;
+  const int caller_errno = errno;
   Search search(pattern);
-  return search.run(directory) ? search.take() : nullptr;
+  if (!search.run(directory))
+    return nullptr;
+  errno = caller_errno; // what was passed over is no failure
+  return search.take();
 }

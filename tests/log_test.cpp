@@ -6,6 +6,14 @@
 
 namespace {
 
+NODETREE_PRINTF(1, 2)
+void forwarded(const char *format, ...) {
+  va_list args;
+  va_start(args, format);
+  log_vmsg(LOG_ERR, format, args);
+  va_end(args);
+}
+
 class Log : public testing::Test {
 protected:
   ~Log() override {
@@ -114,6 +122,10 @@ TEST_F(Log, KeepsTheErrnoOfTheCaller) {
   __extension__ log_msg(LOG_ERR, "%m");
   EXPECT_EQ(errno, EXDEV);
   EXPECT_EQ(text, std::string("ERROR: ") + strerror(EXDEV) + "\n");
+  text = "";
+  __extension__ forwarded("%s %m", "%d");
+  EXPECT_EQ(errno, EXDEV);
+  EXPECT_EQ(text, std::string("ERROR: %d ") + strerror(EXDEV) + "\n");
   log_debug_hex("x", 1);
   EXPECT_EQ(errno, EXDEV);
 }

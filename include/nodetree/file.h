@@ -80,21 +80,22 @@ NODETREE_API bool file_mkdirp(const char *path, mode_t mode);
 /*
  * A new string list of the paths ("directory/.../name") of everything but directories below
  * `directory` whose name, not its path, matches the glob `pattern` as in string_match().
- * NULL where nothing matches, for a NULL pattern, and on failure.
+ * NULL, with errno as it was, where nothing matches and for a NULL pattern; NULL on failure.
  *
  * Depth first; the entries of each directory, hidden ones included, stand in descending
  * alphasort() order, and what is found in a subdirectory stands where the subdirectory
  * does. A subdirectory or entry that cannot be read, or whose path would be too long for
  * the system, is passed over; when memory or descriptors run out, the whole call fails.
  *
- * Symbolic links are followed, within two bounds that make every search end:
+ * Symbolic links are followed: a directory that two links lead to is searched twice. Two
+ * bounds make every search end:
  *  - a directory is not entered again while the search is inside it, so a link to an
  *    ancestor leads nowhere;
- *  - however many links lead to a directory, directly or to one above it, it is entered
- *    through the first of them that the search comes to, besides its place without links.
+ *  - at most 100,000 directories are entered through links, which are counted with all
+ *    directories below them; at one more the whole call fails with ELOOP.
  *
- * Uses one descriptor at a time and no recursion. Linear in the entries below the
- * directory and what they link to, apart from the sorting.
+ * Uses one descriptor at a time and no recursion. Linear in the entries visited, apart from
+ * the sorting.
  */
 NODETREE_API char **path_search(const char *directory, const char *pattern);
 

@@ -15,10 +15,13 @@
 #ifndef NODETREE_LOG_H
 #define NODETREE_LOG_H
 
+#include <errno.h>
 #include <nodetree/export.h>
+#include <stdarg.h>
 #include <stdbool.h>
 #include <stddef.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <syslog.h>
 
 NODETREE_BEGIN
@@ -53,6 +56,29 @@ NODETREE_API bool log_get_debug(void);
 /* Writes one message, formatted as by printf(); "%m" stands for the text of errno as it is
    at the call. */
 NODETREE_API void log_msg(int level, const char *format, ...) NODETREE_PRINTF(2, 3);
+
+/* log_msg() for the arguments of a function that takes its own "...". As with vprintf(),
+   `args` is used up. Without memory for the text the format is written as it is. */
+NODETREE_PRINTF(2, 0)
+static inline void log_vmsg(int level, const char *format, va_list args) {
+  const int caller_errno = errno;
+  va_list again;
+  char *text = NULL;
+  int length;
+  if (level == LOG_DEBUG && !log_get_debug())
+    return;
+  va_copy(again, args);
+  length = vsnprintf(NULL, 0, format, again);
+  va_end(again);
+  if (length >= 0)
+    text = (char *)malloc((size_t)length + 1);
+  errno = caller_errno; /* which "%m" shows */
+  if (text)
+    vsnprintf(text, (size_t)length + 1, format, args);
+  log_msg(level, "%s", text ? text : format);
+  free(text);
+  errno = caller_errno;
+}
 
 /* Writes `length` bytes as one message at LOG_DEBUG: 16 bytes to a line, each line with its
  * offset, the bytes in hexadecimal and, where printable, as ASCII; "..." stands for further
