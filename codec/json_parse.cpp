@@ -83,8 +83,12 @@ int place(json_stream *stream, node *value) {
   return go_on;
 }
 
-json_stream *as_stream(void *context) {
-  return static_cast<json_stream *>(context);
+// What each handler begins with: the stream, with the place in the text that the event has
+// brought the parser to.
+json_stream *at_event(void *context) {
+  auto *stream = static_cast<json_stream *>(context);
+  stream->event_end = yajl_get_bytes_consumed(stream->parser);
+  return stream;
 }
 
 node *make(json_stream *stream, node_type kind) {
@@ -95,31 +99,33 @@ node *make(json_stream *stream, node_type kind) {
 }
 
 template <class Set>
-int place_scalar(void *context, node_type kind, Set set) {
-  node *value = make(as_stream(context), kind);
+int place_new(void *context, node_type kind, Set set) {
+  json_stream *stream = at_event(context);
+  node *value = make(stream, kind);
   set(value);
-  return place(as_stream(context), value);
+  return place(stream, value);
 }
 
-int on_null(void *context) {
-  return place_scalar(context, NODE_NULL, [](node *) {});
+template <node_type kind>
+int on_plain(void *context) {
+  return place_new(context, kind, [](node *) {});
 }
 
 int on_boolean(void *context, int boolean) {
-  return place_scalar(context, NODE_BOOLEAN,
-                      [=](node *n) { n->value.boolean = boolean != 0; });
+  return place_new(context, NODE_BOOLEAN,
+                   [=](node *n) { n->value.boolean = boolean != 0; });
 }
 
 int on_integer(void *context, long long integer) {
-  return place_scalar(context, NODE_INTEGER, [=](node *n) { n->value.integer = integer; });
+  return place_new(context, NODE_INTEGER, [=](node *n) { n->value.integer = integer; });
 }
 
 int on_double(void *context, double real) {
-  return place_scalar(context, NODE_REAL, [=](node *n) { n->value.real = real; });
+  return place_new(context, NODE_REAL, [=](node *n) { n->value.real = real; });
 }
 
 int on_string(void *context, const unsigned char *bytes, size_t length) {
-  json_stream *stream = as_stream(context);
+  json_stream *stream = at_event(context);
   node *value = make(stream, NODE_STRING);
   value->value.string = strndup(reinterpret_cast<const char *>(bytes), length);
   if (!value->value.string) {
@@ -129,16 +135,8 @@ int on_string(void *context, const unsigned char *bytes, size_t length) {
   return place(stream, value);
 }
 
-int on_start_map(void *context) {
-  return place(as_stream(context), make(as_stream(context), NODE_OBJECT));
-}
-
-int on_start_array(void *context) {
-  return place(as_stream(context), make(as_stream(context), NODE_ARRAY));
-}
-
 int on_map_key(void *context, const unsigned char *bytes, size_t length) {
-  json_stream *stream = as_stream(context);
+  json_stream *stream = at_event(context);
   if (length >= stream->key_room) {
     void *buffer = std::realloc(stream->key_buffer, length + 1);
     if (!buffer)
@@ -153,7 +151,7 @@ int on_map_key(void *context, const unsigned char *bytes, size_t length) {
 }
 
 int on_end(void *context) {
-  json_stream *stream = as_stream(context);
+  json_stream *stream = at_event(context);
   if (!stream->current || stream->depth == 0)
     return cancel;
   node *parent = stream->current->parent;
@@ -167,36 +165,25 @@ int on_end(void *context) {
   return go_on;
 }
 
-const yajl_callbacks handlers = {on_null, on_boolean,     on_integer,   on_double,
-                                 nullptr, on_string,      on_start_map, on_map_key,
-                                 on_end,  on_start_array, on_end};
+const yajl_callbacks handlers = {on_plain<NODE_NULL>,
+                                 on_boolean,
+                                 on_integer,
+                                 on_double,
+                                 nullptr,
+                                 on_string,
+                                 on_plain<NODE_OBJECT>,
+                                 on_map_key,
+                                 on_end,
+                                 on_plain<NODE_ARRAY>,
+                                 on_end};
 
-// The same for texts in chunks, where it matters how far the parser has come.
-template <auto handler, class... Arguments>
-int noting_place(void *context, Arguments... arguments) {
-  as_stream(context)->event_end = yajl_get_bytes_consumed(as_stream(context)->parser);
-  return handler(context, arguments...);
-}
-
-const yajl_callbacks chunk_handlers = {noting_place<on_null>,
-                                       noting_place<on_boolean>,
-                                       noting_place<on_integer>,
-                                       noting_place<on_double>,
-                                       nullptr,
-                                       noting_place<on_string>,
-                                       noting_place<on_start_map>,
-                                       noting_place<on_map_key>,
-                                       noting_place<on_end>,
-                                       noting_place<on_start_array>,
-                                       noting_place<on_end>};
-
-json_stream *make_stream(const yajl_callbacks *parser_handlers) {
+json_stream *make_stream() {
   auto *stream = static_cast<json_stream *>(std::calloc(1, sizeof(json_stream)));
   if (!stream)
     return nullptr;
   yajl_alloc_funcs memory = stream->memory.functions();
   if (!stream->memory.run(
-          [&] { stream->parser = yajl_alloc(parser_handlers, &memory, stream); })) {
+          [&] { stream->parser = yajl_alloc(&handlers, &memory, stream); })) {
     json_stream_free(stream);
     return nullptr;
   }
@@ -208,7 +195,7 @@ json_stream *make_stream(const yajl_callbacks *parser_handlers) {
 void fail(json_stream *stream) {
   node_free(stream->root);
   stream->root = stream->current = nullptr;
-  stream->tail.close_token();
+  stream->tail.end_token();
 }
 
 // False when memory runs out, which is the parser's end: all later calls say so.
@@ -277,7 +264,7 @@ struct StreamFree {
 } // namespace nodetree
 
 json_stream *json_stream_new(node_value_callback callback, void *user_data) {
-  json_stream *stream = make_stream(&chunk_handlers);
+  json_stream *stream = make_stream();
   if (!stream)
     return nullptr;
   stream->callback = callback;
@@ -291,7 +278,7 @@ bool json_stream_parse(json_stream *stream, const void *bytes, size_t size) {
     return false; // called back by the parser, which cannot be entered twice
   auto *text = static_cast<const unsigned char *>(bytes);
   JsonTail &tail = stream->tail;
-  if (tail.hold(text, size))
+  if (tail.hold_back(text, size))
     return true;
   const JsonTail::Held held = tail.take_held();
   if (held.bytes && !feed(stream, held.bytes.get(), held.size))
@@ -299,12 +286,12 @@ bool json_stream_parse(json_stream *stream, const void *bytes, size_t size) {
   stream->event_end = no_event;
   if (!feed(stream, text, size))
     return false;
-  size_t followed = 0;
+  size_t begin = 0; // of what brought no event
   if (stream->event_end != no_event) {
-    tail.close_token();
-    followed = stream->event_end;
+    tail.end_token();
+    begin = stream->event_end;
   }
-  tail.follow(text + followed, size - followed);
+  tail.note_fed(text + begin, size - begin);
   return true;
 }
 
@@ -323,7 +310,7 @@ void json_stream_free(json_stream *stream) {
 }
 
 node *json_parse_buffer(const void *bytes, size_t size) {
-  std::unique_ptr<json_stream, StreamFree> stream(make_stream(&handlers));
+  std::unique_ptr<json_stream, StreamFree> stream(make_stream());
   if (!stream || !feed(stream.get(), static_cast<const unsigned char *>(bytes), size))
     return nullptr;
   if (!run_parser(stream.get(), is_complete)) {

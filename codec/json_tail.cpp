@@ -1,7 +1,7 @@
 #include "codec/json_tail.hpp"
 
 #include <algorithm>
-#include <cstdint>
+#include <array>
 #include <cstring>
 
 namespace nodetree {
@@ -19,44 +19,35 @@ bool is_hex_digit(unsigned char byte) {
   return is_digit(byte) || (lower >= 'a' && lower <= 'f');
 }
 
+// Bytes that only continue a string. Most of what is held back are such, hence the table.
+constexpr auto plain = [] {
+  std::array<bool, 256> table{};
+  for (unsigned byte = ' '; byte < table.size(); byte++)
+    table[byte] = byte != '"' && byte != '\\';
+  return table;
+}();
+
 bool is_plain(unsigned char byte) {
-  return byte != '"' && byte != '\\' && byte >= ' ';
-}
-
-constexpr std::uint64_t ones = 0x0101010101010101;
-
-// Not 0 where any byte of the word is below the limit, which is at most 128.
-std::uint64_t any_below(std::uint64_t word, unsigned limit) {
-  return (word - ones * limit) & ~word & (ones << 7);
-}
-
-// A string's plain bytes are looked at eight at a time.
-constexpr std::size_t block_size = sizeof(std::uint64_t);
-
-bool is_plain_block(const unsigned char *bytes) {
-  std::uint64_t word;
-  std::memcpy(&word, bytes, sizeof word);
-  return (any_below(word ^ ones * '"', 1) | any_below(word ^ ones * '\\', 1) |
-          any_below(word, ' ')) == 0;
+  return plain[byte];
 }
 
 } // namespace
 
-bool JsonToken::go_to(State next, bool goes_on) {
+bool JsonToken::enter(State next, bool goes_on) {
   state = next;
   return goes_on;
 }
 
-bool JsonToken::start(unsigned char byte) {
+bool JsonToken::begin(unsigned char byte) {
   length = 1;
   if (byte == '"')
-    return go_to(State::string);
+    return enter(State::string);
   if (byte == '/')
-    return go_to(State::slash);
+    return enter(State::slash);
   if (is_digit(byte) || byte == '-')
-    return go_to(State::number);
+    return enter(State::number);
   length = 0;
-  return go_to(State::none, false);
+  return enter(State::none, false);
 }
 
 bool JsonToken::read_in_string(unsigned char byte) {
@@ -65,21 +56,21 @@ bool JsonToken::read_in_string(unsigned char byte) {
     return is_hex_digit(byte);
   }
   if (byte == '\\')
-    return go_to(State::escape);
+    return enter(State::escape);
   return is_plain(byte);
 }
 
 bool JsonToken::read_escape(unsigned char byte) {
   if (byte == 'u')
     hex_digits = 4;
-  return go_to(State::string, std::memchr("\"\\/bfnrtu", byte, 9) != nullptr);
+  return enter(State::string, std::memchr("\"\\/bfnrtu", byte, 9) != nullptr);
 }
 
-bool JsonToken::read(unsigned char byte) {
+bool JsonToken::read_byte(unsigned char byte) {
   length++;
   switch (state) {
   case State::none:
-    return start(byte);
+    return begin(byte);
   case State::string:
     return read_in_string(byte);
   case State::escape:
@@ -87,46 +78,44 @@ bool JsonToken::read(unsigned char byte) {
   case State::number: // its few other bytes are not worth telling from its end
     return is_digit(byte);
   case State::slash:
-    return go_to(byte == '*' ? State::block_comment : State::line_comment);
+    return enter(byte == '*' ? State::block_comment : State::line_comment);
   case State::line_comment:
-    return byte != '\n' || start(byte);
+    return byte != '\n' || begin(byte);
   case State::block_comment:
-    return byte != '*' || go_to(State::block_comment_star);
+    return byte != '*' || enter(State::block_comment_star);
   case State::block_comment_star:
     if (byte == '/')
-      return start(' ');
-    return byte == '*' || go_to(State::block_comment);
+      return begin(' ');
+    return byte == '*' || enter(State::block_comment);
   }
   return false;
 }
 
 std::size_t JsonToken::skip_plain(const unsigned char *bytes, std::size_t size) {
-  std::size_t skipped = 0;
-  if (state == State::string && hex_digits == 0) {
-    while (size - skipped >= block_size && is_plain_block(bytes + skipped))
-      skipped += block_size;
-  }
+  if (state != State::string || hex_digits != 0)
+    return 0;
+  const unsigned char *end = std::find_if_not(bytes, bytes + size, is_plain);
+  const auto skipped = static_cast<std::size_t>(end - bytes);
   length += skipped;
   return skipped;
 }
 
-bool JsonToken::read(const unsigned char *bytes, std::size_t size, bool to_the_end) {
+bool JsonToken::read(const unsigned char *bytes, std::size_t size, bool all) {
   bool goes_on = true;
-  std::size_t i = 0;
-  while (i < size && (goes_on || to_the_end)) {
+  std::size_t i = skip_plain(bytes, size);
+  while (i < size && (goes_on || all)) {
+    goes_on &= read_byte(bytes[i++]);
     i += skip_plain(bytes + i, size - i);
-    for (std::size_t stop = std::min(size, i + block_size); i < stop; i++)
-      goes_on &= read(bytes[i]);
   }
   return goes_on;
 }
 
-bool JsonTail::hold(const unsigned char *bytes, std::size_t size) {
+bool JsonTail::hold_back(const unsigned char *bytes, std::size_t size) {
   if (token_.length < long_token)
     return false;
   const std::size_t fed = token_.length - held_size_;
   JsonToken next = token_;
-  if (size > fed - held_size_ || !next.goes_on(bytes, size))
+  if (size > fed - held_size_ || !next.is_continued_by(bytes, size))
     return false;
   if (!held_)
     held_ = static_cast<unsigned char *>(std::malloc(fed));

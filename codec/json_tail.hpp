@@ -26,19 +26,21 @@ struct JsonToken {
   std::size_t length;       // how much of it has come
 
   // Reads the bytes up to the first that may end or break the token: whether there is none.
-  bool goes_on(const unsigned char *bytes, std::size_t size) {
+  bool is_continued_by(const unsigned char *bytes, std::size_t size) {
     return read(bytes, size, false);
   }
-  void follow(const unsigned char *bytes, std::size_t size) { read(bytes, size, true); }
+  void read_all(const unsigned char *bytes, std::size_t size) { read(bytes, size, true); }
 
 private:
-  bool read(const unsigned char *bytes, std::size_t size, bool to_the_end);
-  std::size_t skip_plain(const unsigned char *bytes, std::size_t size);
-  bool read(unsigned char byte);
-  bool start(unsigned char byte);
+  // Each says whether the token goes on, as far as the bytes have been read.
+  bool read(const unsigned char *bytes, std::size_t size, bool all);
+  bool read_byte(unsigned char byte);
   bool read_in_string(unsigned char byte);
   bool read_escape(unsigned char byte);
-  bool go_to(State next, bool goes_on = true);
+  bool begin(unsigned char byte);
+  bool enter(State next, bool goes_on = true);
+
+  std::size_t skip_plain(const unsigned char *bytes, std::size_t size);
 };
 
 /* Keeps a parser that scans an unfinished token again from its start with every chunk from
@@ -55,15 +57,17 @@ public:
     std::size_t size;
   };
 
-  // Whether the bytes are held. Otherwise the parser is to get what take_held() returns,
+  // Whether the bytes are held back. Otherwise the parser is to get what take_held() returns,
   // and then these bytes.
-  bool hold(const unsigned char *bytes, std::size_t size);
+  bool hold_back(const unsigned char *bytes, std::size_t size);
   Held take_held();
 
-  // Follows bytes that the parser was given and that brought no event.
-  void follow(const unsigned char *bytes, std::size_t size) { token_.follow(bytes, size); }
+  // Notes bytes that the parser was given and that brought no event.
+  void note_fed(const unsigned char *bytes, std::size_t size) {
+    token_.read_all(bytes, size);
+  }
   // An event, or the end of all parsing: no token is open.
-  void close_token() { token_ = {}; }
+  void end_token() { token_ = {}; }
 
 private:
   JsonToken token_;
