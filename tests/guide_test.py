@@ -18,11 +18,11 @@ def blocks(page, language):
 
 class Guide(unittest.TestCase):
     def test_pages(self):
-        programs = sorted(SOURCE.glob("*.c"))
+        programs = sorted([*SOURCE.glob("*.c"), *SOURCE.glob("*.cpp")])
         self.assertGreater(len(programs), 6)
         for program in programs:
             page = program.with_suffix(".md").read_text(encoding="utf-8")
-            self.assertEqual(blocks(page, "c"), [program.read_text(encoding="utf-8")])
+            self.assertEqual(blocks(page, program.suffix[1:]), [program.read_text(encoding="utf-8")])
             done = subprocess.run([*LAUNCHER, BUILD / program.stem], encoding="utf-8", timeout=120,
                                   stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
             self.assertEqual((done.returncode, [done.stdout]), (0, blocks(page, "text")), program)
@@ -31,7 +31,8 @@ class Guide(unittest.TestCase):
         """Every page is in the index, and every link in the guide leads to a file."""
         index = (SOURCE / "README.md").read_text(encoding="utf-8")
         for page in SOURCE.glob("*.md"):
-            for link in re.findall(r"\]\(([^)]*)\)", page.read_text(encoding="utf-8")):
+            text = re.sub(r"^```.*?^```$", "", page.read_text(encoding="utf-8"), flags=re.M | re.S)
+            for link in re.findall(r"\]\(([^)]*)\)", text):
                 self.assertTrue((SOURCE / link).exists(), f"{page.name}: {link}")
             if page.name != "README.md":
                 self.assertIn(f"({page.name})", index)

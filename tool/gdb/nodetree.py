@@ -52,6 +52,18 @@ class NodePrinter:
         return {"object": "map", "array": "array"}.get(self.kind)
 
 
+class Nothing:
+    @staticmethod
+    def to_string():
+        return "nothing"
+
+
+def handle(value):
+    """What a Node, View or Ref of C++ holds or borrows."""
+    return NodePrinter(value["raw_"].dereference()) if value["raw_"] else Nothing()
+
+
 printers = gdb.printing.RegexpCollectionPrettyPrinter("nodetree")
 printers.add_printer("node", "^node$", NodePrinter)
+printers.add_printer("handle", "^nodetree::(Node|View|Ref)$", handle)
 gdb.printing.register_pretty_printer(gdb.current_objfile(), printers, replace=True)
