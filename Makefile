@@ -34,7 +34,7 @@ TIDY_SOURCES = $(filter-out ./bench/% ./tests/consumer/% ./tests/fuzz/% %/covera
   $(filter %.c %.cpp,$(SOURCES)))
 
 .PHONY: all build demo test test-mpack tsan valgrind lint format bench fuzz coverage install uninstall package \
-  abi abi-update docs clean help
+  abi abi-update docs ports clean help
 
 all: build
 
@@ -124,6 +124,11 @@ abi abi-update:
 	cmake --build build/abi -j $(JOBS) --target nodetree
 	cmake/abi/$@.sh build/abi/libnodetree.so
 
+# The machines that differ most from this one; PORTS="s390x" is one of them alone.
+PORTS ?= i386 arm64 s390x
+ports:
+	set -e; for machine in $(PORTS); do cmake/port.sh $$machine; done
+
 # Honours DESTDIR. The list of what was installed is installed too, so that uninstall needs
 # nothing else. What root builds in somebody's tree is theirs.
 MANIFEST = $(DESTDIR)$(PREFIX)/share/nodetree/installed.txt
@@ -166,4 +171,5 @@ help:
 	@echo 'make package    Debian packages in build/package'
 	@echo 'make abi        what has changed in the binary interface; make abi-update accepts it'
 	@echo 'make docs       the reference as pages, build/docs/html/index.html'
+	@echo 'make ports      the tests on PORTS="$(PORTS)", cross-compiled and under qemu-user'
 	@echo 'make clean      remove build/'

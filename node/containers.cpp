@@ -8,25 +8,39 @@ using namespace nodetree;
 namespace nodetree {
 namespace {
 
-// Makes the child's key a place for one of that length, all zero, behind the record if it
-// fits there: false when memory runs out.
-bool place_key(node *child, std::size_t length) {
-  if (length < key_room) {
-    child->key = key_behind(child);
-    std::memset(child->key, 0, key_room);
+node *element_at(const node *array, size_t index) {
+  if (!has_kind(array, NODE_ARRAY) || index >= array->child_count)
+    return nullptr;
+  const node_list *head = &array->value.children;
+  node_list *entry = head->next;
+  if (index <= array->child_count / 2) {
+    for (; index > 0; index--)
+      entry = entry->next;
   } else {
-    child->key = static_cast<char *>(std::calloc(1, length + 1));
+    entry = head->prev;
+    for (index = array->child_count - 1 - index; index > 0; index--)
+      entry = entry->prev;
   }
-  return child->key;
+  return node_of(entry);
+}
+
+[[gnu::noinline]] char *long_label(std::size_t number) {
+  char digits[24] = {};
+  std::to_chars(digits, digits + sizeof digits, number);
+  return strdup(digits);
 }
 
 // Gives the child a label: the number of elements before it came. There is none when memory
 // runs out.
 void set_label(node *child, std::size_t number) {
-  constexpr std::size_t short_labels = 10000000; // those that fit behind the record
-  const std::size_t digits_max = number < short_labels ? key_room - 1 : 20;
-  if (place_key(child, digits_max))
-    std::to_chars(child->key, child->key + digits_max, number);
+  constexpr std::size_t short_labels = 10000000; // those of up to seven digits
+  if (number >= short_labels) {
+    child->key = long_label(number);
+    return;
+  }
+  child->key = key_behind(child);
+  std::memset(child->key, 0, key_room);
+  std::to_chars(child->key, child->key + key_room, number);
 }
 
 } // namespace
@@ -38,7 +52,7 @@ bool is_inside(const node *n, const node *container) {
 }
 
 bool object_add_with_key(node *object, char *key, node *child) {
-  Descent place = place_of(object, WantedKey::of_child(key));
+  Descent place = place_of(object, WantedKey(key));
   if (place.at && place.result == 0)
     return false;
   child->key = key;
@@ -49,7 +63,9 @@ bool object_add_with_key(node *object, char *key, node *child) {
 }
 
 bool move_member(node *object, node *child) {
-  take_out(child);
+  avl_delete(&child->parent->index, &child->index_entry);
+  child->index_entry.key = nullptr;
+  unlink_child(child);
   if (object_add_with_key(object, child->key, child))
     return true;
   release_key(child);
@@ -74,13 +90,17 @@ node *node_container_next(const node *, const node *child) {
 bool node_object_add(node *object, const char *key, node *child) {
   if (!has_kind(object, NODE_OBJECT) || !key || !is_free_child(object, child))
     return false;
-  const size_t length = std::strlen(key);
-  if (!place_key(child, length))
+  const std::string_view name = key;
+  char *own = key_behind(child);
+  if (name.size() >= key_room)
+    own = static_cast<char *>(std::malloc(name.size() + 1));
+  if (!own)
     return false;
-  std::memcpy(child->key, key, length);
-  if (object_add_with_key(object, child->key, child))
+  write_key(own, name);
+  if (object_add_with_key(object, own, child))
     return true;
-  release_key(child);
+  if (own != key_behind(child))
+    std::free(own);
   return false;
 }
 
@@ -142,23 +162,11 @@ node *node_array_next(const node *array, const node *child) {
 }
 
 node *node_array_get(const node *array, size_t index) {
-  if (!has_kind(array, NODE_ARRAY) || index >= array->child_count)
-    return nullptr;
-  const node_list *head = &array->value.children;
-  node_list *entry = head->next;
-  if (index <= array->child_count / 2) {
-    for (; index > 0; index--)
-      entry = entry->next;
-  } else {
-    entry = head->prev;
-    for (index = array->child_count - 1 - index; index > 0; index--)
-      entry = entry->prev;
-  }
-  return node_of(entry);
+  return element_at(array, index);
 }
 
 void node_array_del(node *array, size_t index) {
-  node_free(node_array_get(array, index));
+  node_free(element_at(array, index));
 }
 
 node *node_iterate(node *n) {

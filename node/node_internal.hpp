@@ -112,23 +112,14 @@ inline void link_last(node *container, node *child) {
   link_child(container, child, container->value.children.prev);
 }
 
-// Makes a child look like one that no container holds, but for its key. Its container is
-// not corrected.
-inline void forget_place(node *child) {
-  child->index_entry.next = child->index_entry.prev = nullptr;
-  child->index_entry.key = nullptr;
-  child->list_entry = {nullptr, nullptr};
-  child->parent = nullptr;
-}
-
-// Takes a child out of its container. The key, which it keeps, is the caller's business.
-inline void take_out(node *child) {
-  if (child->index_entry.key)
-    avl_delete(&child->parent->index, &child->index_entry);
+// Takes a child out of its parent's list and count; index and key are the caller's
+// business.
+inline void unlink_child(node *child) {
   child->list_entry.prev->next = child->list_entry.next;
   child->list_entry.next->prev = child->list_entry.prev;
+  child->list_entry = {nullptr, nullptr};
   child->parent->child_count--;
-  forget_place(child);
+  child->parent = nullptr;
 }
 
 // Adds a free child as the last member of an object under `key`, which stands behind the

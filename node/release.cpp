@@ -18,8 +18,11 @@ void release_value(node *n) {
 // Makes a root of a child whose container is going away. The container's list and index are
 // not corrected: nobody will look at them again.
 void orphan(node *child) {
-  forget_place(child);
   release_key(child);
+  child->index_entry.next = child->index_entry.prev = nullptr;
+  child->index_entry.key = nullptr;
+  child->list_entry = {nullptr, nullptr};
+  child->parent = nullptr;
 }
 
 // Destroys a node that has lost its last reference, with all below it that is referred to
@@ -85,9 +88,14 @@ void node_free(node *n) {
 }
 
 void node_detach(node *n) {
-  if (!node_parent(n))
+  node *parent = node_parent(n);
+  if (!parent)
     return;
-  take_out(n);
+  if (n->index_entry.key) {
+    avl_delete(&parent->index, &n->index_entry);
+    n->index_entry.key = nullptr;
+  }
+  unlink_child(n);
   release_key(n);
 }
 

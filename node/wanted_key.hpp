@@ -13,25 +13,19 @@ namespace nodetree {
 // read.
 class WantedKey {
 public:
-  // Any text of a caller's.
-  static WantedKey of_text(std::string_view key) {
+  explicit WantedKey(std::string_view key) {
     char start[key_room] = {};
     std::copy_n(key.begin(), std::min(key.size(), key_room), start);
-    WantedKey wanted(start);
+    start_ = load_big_endian<Start>(start);
     if (key.size() > key_room) {
-      wanted.rest_ = key.data() + key_room;
-      wanted.rest_size_ = key.size() - key_room;
+      rest_ = key.data() + key_room;
+      rest_size_ = key.size() - key_room;
     }
-    return wanted;
   }
 
-  // A key that a child holds or is to hold.
-  static WantedKey of_child(const char *key) {
-    WantedKey wanted(key);
-    wanted.rest_ = key + key_room;
-    wanted.whole_ = true;
-    return wanted;
-  }
+  // The whole of a key that a child holds or is to hold.
+  explicit WantedKey(const char *held)
+      : start_(load_big_endian<Start>(held)), rest_(held + key_room), whole_(true) {}
 
   int compare(const void *held_key) const {
     auto *held = static_cast<const char *>(held_key);
@@ -42,8 +36,6 @@ public:
   }
 
 private:
-  explicit WantedKey(const char *start) : start_(load_big_endian<Start>(start)) {}
-
   int compare_rest(const char *held) const {
     if (whole_)
       return std::strcmp(rest_, held);
@@ -67,7 +59,7 @@ private:
 }
 
 inline node *find_member(const node *object, std::string_view key) {
-  Descent found = place_of(object, WantedKey::of_text(key));
+  Descent found = place_of(object, WantedKey(key));
   return found.at && found.result == 0 ? node_of(found.at) : nullptr;
 }
 

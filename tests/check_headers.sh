@@ -8,8 +8,8 @@ failed=0
 
 check() { # language, standard, compiler, header
   printf '#include <%s>\ntypedef int a_declaration;\n' "$4" |
-    "$3" -x "$1" -std="$2" -Wall -Wextra -Wpedantic -Wundef -Werror -I "$include" \
-      -fsyntax-only - || { echo "FAILED: $4 as $2" >&2; failed=1; }
+    "$3" -x "$1" -std="$2" -Wall -Wextra -Wpedantic -Wundef -Wconversion -Wshadow -Werror \
+      -I "$include" -fsyntax-only $(test "$1" = c || echo -Wold-style-cast) - || { echo "FAILED: $4 as $2" >&2; failed=1; }
 }
 
 for path in "$include"/nodetree.h* "$include"/nodetree/*.h "$include"/nodetree/cpp/*.hpp; do
@@ -17,7 +17,13 @@ for path in "$include"/nodetree.h* "$include"/nodetree/*.h "$include"/nodetree/c
   case $header in *.h) check c c11 "${CC:-cc}" "$header" ;; esac
   check c++ c++17 "${CXX:-c++}" "$header"
 done
-for standard in c++20 c++23; do
+for standard in c99 c17 c2x; do
+  check c "$standard" "${CC:-cc}" nodetree.h
+done
+for standard in c++11 c++14 c++20 c++2b; do
+  check c++ "$standard" "${CXX:-c++}" nodetree.h
+done
+for standard in c++20 c++2b; do
   check c++ "$standard" "${CXX:-c++}" nodetree.hpp
 done
 "${CC:-cc}" -std=c11 -Wall -Wextra -Wpedantic -Werror -I "$include" -fsyntax-only \

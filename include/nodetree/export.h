@@ -13,12 +13,15 @@
 /* Lets the compiler check that a run of arguments ends with a null pointer. */
 #define NODETREE_SENTINEL __attribute__((sentinel))
 
+/* What surrounds declarations, and a cast as inline functions have it, in either language. */
 #ifdef __cplusplus
 #define NODETREE_BEGIN extern "C" {
 #define NODETREE_END }
+#define NODETREE_CAST(type, value) static_cast<type>(value)
 #else
 #define NODETREE_BEGIN
 #define NODETREE_END
+#define NODETREE_CAST(type, value) ((type)(value))
 #endif
 
 #endif

@@ -71,10 +71,10 @@ static inline void log_vmsg(int level, const char *format, va_list args) {
   length = vsnprintf(NULL, 0, format, again);
   va_end(again);
   if (length >= 0)
-    text = (char *)malloc((size_t)length + 1);
+    text = NODETREE_CAST(char *, malloc(NODETREE_CAST(size_t, length) + 1));
   errno = caller_errno; /* which "%m" shows */
   if (text)
-    vsnprintf(text, (size_t)length + 1, format, args);
+    vsnprintf(text, NODETREE_CAST(size_t, length) + 1, format, args);
   log_msg(level, "%s", text ? text : format);
   free(text);
   errno = caller_errno;
