@@ -29,13 +29,17 @@ def page(name, section=None):
 
 
 def options_in(text):
-    return set(re.findall(r"(?<![\w-])--?[a-z]+\b", text))
+    return set(re.findall(r"(?<![\w-])--?[a-z][a-z-]*", text))
 
 
-def commands():
-    """What the help says: the options of each command."""
-    rows = re.findall(r"^  ([a-z]+) (.*)$", run(TOOL, "--help").stdout, re.MULTILINE)
-    return {name: options_in(synopsis) for name, synopsis in rows}
+def helps():
+    """What the program says of each command."""
+    names = re.findall(r"^  ([a-z]+) ", run(TOOL, "--help").stdout, re.MULTILINE)
+    return {name: run(TOOL, "help", name).stdout for name in names}
+
+
+def long_options(text):
+    return set(re.findall(r"^  .{4}(--[a-z-]+)", text, re.MULTILINE))
 
 
 class Pages(unittest.TestCase):
@@ -48,11 +52,11 @@ class Pages(unittest.TestCase):
     def test_commands_and_options(self):
         synopsis = page("nodetree.1", "SYNOPSIS")
         synopses = dict(re.findall(r"^ +nodetree ([a-z]+) (.*)$", synopsis, re.MULTILINE))
-        self.assertEqual({name: options_in(line) for name, line in synopses.items()},
-                         commands())
+        usages = {name: options_in(text.split("\n")[0]) for name, text in helps().items()}
+        self.assertEqual({name: options_in(line) for name, line in synopses.items()}, usages)
         description = page("nodetree.1", "DESCRIPTION")
-        described = set(re.findall(r"^ +(--?\w+)", description, re.MULTILINE))
-        self.assertLessEqual(options_in(run(TOOL, "--help").stdout), described | {"-x"})
+        described = set(re.findall(r"^ +(?:-\w, )?(--[a-z-]+)", description, re.MULTILINE))
+        self.assertEqual(set.union(*map(long_options, helps().values())), described)
 
     def test_expressions(self):
         text = page("nodetree-expressions.7")
@@ -94,16 +98,18 @@ class Completion(unittest.TestCase):
     def complete(self, *words):
         script = (f'source "{SOURCE}/tool/completion/nodetree"\n'
                   'COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))\n_nodetree\necho "${COMPREPLY[@]}"')
-        return set(run("bash", "-c", script, "bash", "nodetree", *words).stdout.split())
+        return set(run("bash", "-c", script, "bash", TOOL, *words).stdout.split())
 
     def test_bash(self):
-        self.assertEqual(self.complete(""), {*commands(), "--help", "--version"})
-        for command, options in commands().items():
-            self.assertEqual(self.complete(command, "-"), options | {"--from", "--help"}, command)
+        self.assertEqual(self.complete(""), set(helps()))
+        for command, text in helps().items():
+            self.assertEqual(self.complete(command, "-"), long_options(text), command)
         for words, answer in [
+            (["-"], {"--help", "--version"}),
             (["f"], {"flat", "format", "filter"}),
+            (["help", "con"], {"convert"}),
             (["convert", "--to", "m"], {"msgpack"}),
-            (["get", "--from", ""], {"json", "msgpack"}),
+            (["get", "--color", "a"], {"auto", "always"}),
             (["filter", "--exclude", "-"], set()),
             (["eval", f"@{SOURCE}/LICEN"], {f"@{SOURCE}/LICENSE"}),
         ]:
@@ -111,11 +117,12 @@ class Completion(unittest.TestCase):
 
     def test_zsh(self):
         text = pathlib.Path(SOURCE, "tool/completion/_nodetree").read_text()
-        self.assertEqual(set(re.findall(r"^  '([a-z]+):", text, re.MULTILINE)), {*commands()})
-        for command, options in commands().items():
-            branch = re.search(rf"^  {command}\)((?:.|\n)*?);;", text, re.MULTILINE)[1]
-            self.assertIn("$common", branch)
-            self.assertEqual(options_in(branch.replace("$compact", "-c ")), options, command)
+        reader = re.search(r"^_nodetree_options\(\) \{(?:.|\n)*?^\}$", text, re.MULTILINE)[0]
+        specs = run("bash", "-c", reader + "\n_nodetree_options", input=helps()["filter"]).stdout
+        for spec in ("*-c[JSON without blanks, a value a line]", "*--include=[keeps what matches]:"
+                     "PATTERN: ", "*--to=[what to print; with -i as the FILE]:word:(json msgpack)",
+                     "*--output=[into FILE, which is there whole or stays as it was]:file:_files"):
+            self.assertIn(spec, specs.split("\n"))
 
 
 if __name__ == "__main__":

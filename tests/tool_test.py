@@ -3,9 +3,11 @@
 import os
 import re
 import select
+import signal
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 COMMAND = []
@@ -74,11 +76,43 @@ class Commands(Case):
             ("get n", '{"n":1} {"m":2} [3] {"n":[]}', 0, "1\n[]\n"),
             ("glob /users/*/name", USERS, 0, '/users/0/name="anna"\n/users/2/name="beat"\n'),
             ("glob /", "[]", 0, "/=[]\n"),
-            ("flat", VALUES, 0, "/a/b/0=1\n/a/b/1=2.500000\n/a/b/2=x\ty\n/n=\n/s=l1\nl2\n"),
-            ("flat", "7 {} [true]", 0, "7\n/0=true\n"),
+            ("flat", VALUES, 0,
+             '/a/b/0=1\n/a/b/1=2.5\n/a/b/2="x\\ty"\n/n=null\n/e={}\n/s="l1\\nl2"\n'),
+            ("flat", "7 {} [true]", 0, "/=7\n/={}\n/0=true\n"),
             ("format -c", VALUES, 0, compact),
             ("format", '1 "a"\n[{"b":2}]', 0, '1\n"a"\n[\n\t{\n\t\t"b": 2\n\t}\n]\n'),
             ("format -c", b'["\xff\xfe"]', 0, '["\udcff\udcfe"]\n'),
+        )
+
+    def test_forms(self):
+        text = '{"b": [{"y": "v", "x": null}, []], "a": 1}'
+        self.expect_rows(
+            ("--compact --sort-keys format", text, 0, '{"a":1,"b":[{"x":null,"y":"v"},[]]}\n'),
+            ("format --indent 1", text, 0,
+             '{\n "b": [\n  {\n   "y": "v",\n   "x": null\n  },\n  []\n ],\n "a": 1\n}\n'),
+            ("get -c --color=always b -n", text, 0,
+             '1:[{\x1b[1;34m"y"\x1b[0m:\x1b[32m"v"\x1b[0m,'
+             '\x1b[1;34m"x"\x1b[0m:\x1b[90mnull\x1b[0m},[]]\n'),
+            ("glob * --null", text, 0, '/b=[{"y":"v","x":null},[]]\0/a=1\0'),
+            ("flat -Hn -", "1 [true]", 0,
+             "standard input:1:/=1\nstandard input:2:/0=true\n"),
+            ("get --pointer /a~1b/0/~01", '{"a/b": [{"~1": 7}]}', 0, "7\n"),
+            ("get --pointer /0/00", "[[1]]", 1, ""),
+        )
+        # the fewest digits that read back as the same real
+        reals = ("0.1 1e-9 1.0 -0.0 2.5 1e17 5e-324 1.7976931348623157e308 0.30000000000000004 "
+                 "2.2250738585072014e-308 100.0 0.00001 1e-6 9.5367431640625e-7 9007199254740992.0")
+        self.expect("format", reals, 0, reals.replace(" ", "\n") + "\n")
+
+    def test_flat_reports_what_lines_cannot_tell(self):
+        told_once = told_input(".*: lines cannot tell this: .*")
+        self.expect_rows(
+            ("flat", '{"a/b": {"x": 1}, "c\\nd": 2}', 2, "/a/b/x=1\n/c\nd=2\n",
+             told_once + told_input("1 more .*")),
+            ("flat", '{"a": {"1": 1, "0": 2}}', 2, "/a/1=1\n/a/0=2\n", told_once),
+            ("flat", '{"": 1}', 2, "/=1\n", told_once),
+            ("flat", '{"": {"01": 1}, "a=": {"1": 2}, "..": "="}', 0,
+             '//01=1\n/a=/1=2\n/..="="\n'),
         )
 
     def test_dot(self):
@@ -248,7 +282,7 @@ class Inputs(Case):
 
     def test_deep_nesting(self):
         self.expect_rows(
-            ("flat", DEEP, 0, "/deep" + "/0" * 1000000 + "=bottom\n/last=1\n"),
+            ("flat", DEEP, 0, "/deep" + "/0" * 1000000 + '="bottom"\n/last=1\n'),
             ("format", DEEP + " 1", 2, "1\n", told_input(".*deep.*")),
             ("glob *", DEEP, 2, "/last=1\n", told_input(".*deep.*")),
             ("filter --exclude deep -c", DEEP, 0, '{"last":1}\n'),
@@ -330,33 +364,113 @@ class MessagePack(Case):
         self.assertRegex(out, r"\A\[\]\n" + told_input(left) + r"\[\]\n7\n\Z")
 
 
+class Replacing(Case):
+    """--in-place and --output: a file is there whole, or as it was."""
+
+    def stands(self, path, content):
+        with open(path, "rb") as f:
+            self.assertEqual(f.read(), content if isinstance(content, bytes) else content.encode())
+        self.assertEqual([name for name in os.listdir(self.folder) if name.startswith(".")], [])
+
+    def test_what_is_replaced(self):
+        one, two = self.file("one", '{"a":1}'), self.file("two", b"\x81\xa1b\x02")
+        link = os.path.join(self.folder, "link")
+        os.symlink("one", link)
+        os.chmod(one, 0o640)
+        self.expect(f"format -i {link} {two}", "", 0, "")
+        self.stands(one, '{\n\t"a": 1\n}\n')
+        self.stands(two, b"\x81\xa1b\x02")
+        self.assertTrue(os.path.islink(link))
+        self.assertEqual(os.stat(one).st_mode & 0o777, 0o640)
+        self.expect(f"merge -ci {one} {two}", "", 0, "")
+        self.stands(one, '{"a":1,"b":2}\n')
+        self.expect(f"merge {two} {one} -o {two} -c", "", 0, "")
+        self.stands(two, '{"b":2,"a":1}\n')
+        new = os.path.join(self.folder, "new")
+        self.expect(f"flat {two} -o {new}", "", 0, "")
+        self.stands(new, "/b=2\n/a=1\n")
+        self.expect(f"get x {two} -o /dev/null", "", 1, "")
+        self.assertTrue(os.path.exists("/dev/null") and not os.path.isfile("/dev/null"))
+
+    def test_an_error_changes_nothing(self):
+        good, bad = self.file("good", "[ 1 ]"), self.file("bad", "[ 1 ] [ 2")
+        deep = self.file("deep", "[" * 200 + "]" * 200)
+        self.expect(f"format -c -i {bad} {deep} {good}", "", 2, "", told(bad, ".*") +
+                    told(deep, ".*deep"))
+        self.stands(bad, "[ 1 ] [ 2")
+        self.stands(good, "[1]\n")
+        for arguments, error in [
+            (f"merge {good} {bad} -o {deep}", told(bad, ".*")),
+            (f"merge -i {deep} {bad}", told(bad, ".*")),
+            (f"filter -i --removed {deep}", "nodetree: --removed .*\n"),
+            ("format -i", told("-", "--in-place needs the name of a file")),
+            ("format -i /dev/null", told("/dev/null", "is not a regular file")),
+            (f"format -i {self.folder} {good}x", told(self.folder, "Is a directory") +
+             told(good + "x", "No such.*")),
+            (f"format {good} -o {good}/x", told(good + "/x", "Not a directory")),
+            (f"format {good} -o /dev/full", told("/dev/full", "No space.*")),
+        ]:
+            self.expect(arguments, "", 2, "", error)
+            self.stands(deep, "[" * 200 + "]" * 200)
+        # a disk that is too small: a file may not grow beyond 4 blocks of 512 bytes
+        long = self.file("long", "[" + "1," * 3000 + "1]")
+        limited = f"ulimit -f 4; trap '' XFSZ; exec {' '.join(COMMAND)} format -i {long}"
+        self.assertEqual(subprocess.run(["bash", "-c", limited], stderr=subprocess.PIPE,
+                                        timeout=60).returncode, 2)
+        self.stands(long, "[" + "1," * 3000 + "1]")
+
+    def test_a_file_that_others_change_or_a_signal_interrupts(self):
+        fifo, one = os.path.join(self.folder, "fifo"), self.file("one", "[1]")
+        os.mkfifo(fifo)
+        for act, status, content in [
+            (lambda program: self.file("one", "[1, 2]"), 2, "[1, 2]"),
+            (lambda program: program.terminate(), -signal.SIGTERM, "[1, 2]"),
+        ]:
+            with subprocess.Popen([*COMMAND, "merge", "-i", one, fifo],
+                                  stderr=subprocess.PIPE) as program:
+                with open(fifo, "wb") as writer:
+                    act(program)
+                    time.sleep(0.2 if status < 0 else 0)
+                    if status >= 0:
+                        writer.write(b"[3]")
+                self.assertEqual(program.wait(60), status)
+                self.stands(one, content)
+
+
 class Program(Case):
     def test_help_and_version(self):
         status, help_text, error = run("--help")
         self.assertEqual((status, error), (0, ""))
-        self.assertIn("  get [-r] PATH [FILE...]\n", help_text)
-        self.expect("get --help", "", 0, help_text)
-        self.expect("filter --removed --help", "", 0, help_text)
+        self.assertIn("  get      Prints the value at PATH.\n", help_text)
+        self.expect("-h", "", 0, help_text)
+        self.expect("help", "", 0, help_text)
+        of_get = run("help", "get")[1]
+        self.assertRegex(of_get, r"(?s)PATH \[FILE\.\.\.\]\n.*--raw.*--help.*\$ nodetree get -r")
+        self.expect("--raw get --help", "", 0, of_get)
         self.assertRegex(run("--version")[1], r"\Anodetree \d+\.\d+\.\d+\n\Z")
 
     def test_usage_errors(self):
-        for arguments, error in [
-            ("", "no command given"),
-            ("frob", "unknown command 'frob'"),
-            ("get", r"usage: nodetree get \[-r\] PATH \[FILE\.\.\.\]"),
-            ("convert -c", "usage: nodetree convert --to .*"),
-            ("diff a b c", "usage: nodetree diff .*"),
-            ("flat -r", "flat: unknown option '-r'"),
-            ("flat --colour", "flat: unknown option '--colour'"),
-            ("merge --include x", "merge: unknown option '--include'"),
-            ("flat --from xml", "flat: option '--from' takes .*, not 'xml'"),
-            ("convert --to=", "convert: option '--to' takes .*, not ''"),
-            ("filter --include", "filter: option '--include' needs an argument"),
-            ("filter --exclude=", "filter: a pattern must not be empty"),
-            ("filter --removed=x", "filter: option '--removed=x' takes no argument"),
+        for arguments, error, about in [
+            ("", "no command given", ""),
+            ("frobnicate", "unknown command 'frobnicate'", ""),
+            ("merg", "unknown command 'merg'; did you mean 'merge'\\?", ""),
+            ("--compact gte", "unknown command 'gte'; did you mean 'get'\\?", ""),
+            ("get", r"usage: nodetree get PATH \[FILE\.\.\.\]", "get "),
+            ("convert -c", "usage: nodetree convert --to .*", "convert "),
+            ("diff a b c", "usage: nodetree diff .*", "diff "),
+            ("flat -r", "flat takes no option '--raw'", "flat "),
+            ("flat --colour", "unknown option '--colour'", ""),
+            ("eval -1", "unknown option '-1'; arguments .* behind '--'", ""),
+            ("flat --from xml", "option '--from' takes .*, not 'xml'", "flat "),
+            ("convert --to=", "option '--to' takes .*, not ''", "convert "),
+            ("format --indent 17", "option '--indent' takes .*, not '17'", "format "),
+            ("filter --include", "option '--include' needs an argument", ""),
+            ("filter --exclude=", "a pattern must not be empty", "filter "),
+            ("filter --removed=x", "option '--removed=x' takes no argument", ""),
+            ("format -i -o x", "only one of .*", "format "),
         ]:
             self.expect(arguments, "1", 2, "",
-                        f"nodetree: {error}\nTry 'nodetree --help'\\.\n")
+                        f"nodetree: {error}\nTry 'nodetree {about}--help'\\.\n")
 
     def test_output_and_input_that_cannot_be_used(self):
         lost = told("standard output", ".+")

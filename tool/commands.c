@@ -1,29 +1,17 @@
 #include "tool.h"
 
-static const struct option filter_options[] = {
-    {"include", required_argument, NULL, OPTION_INCLUDE},
-    {"exclude", required_argument, NULL, OPTION_EXCLUDE},
-    {"removed", no_argument, NULL, OPTION_REMOVED},
-    FROM_OPTION,
-    HELP_OPTION,
-    {NULL, 0, NULL, 0},
-};
-
-static const struct option convert_options[] = {
-    {"to", required_argument, NULL, OPTION_TO},
-    FROM_OPTION,
-    HELP_OPTION,
-    {NULL, 0, NULL, 0},
+enum {
+  PRINTS_VALUES = TAKES_INPUT | TAKES_OUTPUT | TAKES_VALUES,
+  ANSWERS_VALUES = PRINTS_VALUES | TAKES_LABELS
 };
 
 const command commands[] = {
     {
         .name = "get",
-        .synopsis = "[-r] PATH [FILE...]",
-        .summary = "Prints the value at PATH, objects and arrays indented.\n"
-                   "-r prints a string as it is, without quotes and escapes.",
+        .synopsis = "PATH [FILE...]",
+        .summary = "Prints the value at PATH.",
         .example = "get -r /server/host config.json",
-        .letters = "r",
+        .takes = ANSWERS_VALUES | TAKES_PATH,
         .min_arguments = 1,
         .run = run_get,
     },
@@ -32,84 +20,87 @@ const command commands[] = {
         .synopsis = "PATTERN [FILE...]",
         .summary = "Prints path and value of every match, a line each.",
         .example = "glob '/users/*/name' users.json",
-        .letters = "",
+        .takes = ANSWERS_VALUES,
         .min_arguments = 1,
         .run = run_glob,
     },
     {
         .name = "flat",
         .synopsis = "[FILE...]",
-        .summary =
-            "Prints path and value of every leaf, a line each; strings as they are,\n"
-            "so that a newline in a string starts a new line.",
+        .summary = "Prints path and JSON of every leaf, a line each.\n"
+                   "Empty objects and arrays are leaves too. What such lines cannot tell "
+                   "is reported:\n"
+                   "names with a \"/\" or a newline, and objects whose names are 0, 1, 2 "
+                   "and so on.",
         .example = "flat config.json | grep timeout",
-        .letters = "",
+        .takes = TAKES_INPUT | TAKES_OUTPUT | TAKES_LABELS | TAKES_LINES,
         .run = run_flat,
     },
     {
         .name = "format",
-        .synopsis = "[-c] [FILE...]",
-        .summary = "Prints every value indented; with -c compact, a line each.",
+        .synopsis = "[FILE...]",
+        .summary = "Prints every value, indented or with -c compact.",
         .example = "format -c config.json",
-        .letters = "c",
+        .takes = ANSWERS_VALUES | TAKES_EDIT,
         .run = run_format,
     },
     {
         .name = "convert",
-        .synopsis = "--to json|msgpack [-c] [FILE...]",
-        .summary =
-            "Prints every value in that encoding: JSON indented, or with -c compact, a\n"
-            "line each; MessagePack with nothing in between.",
+        .synopsis = "--to json|msgpack [FILE...]",
+        .summary = "Prints every value in the encoding that --to names.\n"
+                   "MessagePack is written with nothing in between.",
         .example = "convert --to msgpack config.json > config.msgpack",
-        .letters = "c",
-        .named_options = convert_options,
+        .takes = ANSWERS_VALUES | TAKES_EDIT,
         .required_option = OPTION_TO,
-        .run = run_convert,
+        .run = run_format,
     },
     {
         .name = "eval",
         .synopsis = "EXPR [FILE...]",
-        .summary =
-            "Prints what the expression gives for every value: EXPR is JSON, or @ and\n"
-            "the file that it is in. The status is 1 where any result is not true.",
+        .summary = "Prints what an expression gives for every value.\n"
+                   "EXPR is JSON, or @ and the file that it is in. The status is 1 where "
+                   "any result\n"
+                   "is not true.",
         .example = "eval '[\"range\", 1, 65535, \"/server/port\"]' config.json",
-        .letters = "",
+        .takes = ANSWERS_VALUES,
         .min_arguments = 1,
         .run = run_eval,
     },
     {
         .name = "merge",
-        .synopsis = "[-c] FILE FILE...",
-        .summary =
-            "Prints the last value of the first file with those of the others folded\n"
-            "in: members are combined, elements appended, other values replaced.",
+        .synopsis = "FILE FILE...",
+        .summary = "Prints the first file's value with those of the others folded in.\n"
+                   "Members are combined, elements appended, other values replaced. Of "
+                   "several values\n"
+                   "in a file the last counts.",
         .example = "merge defaults.json site.json host.json",
-        .letters = "c",
+        .takes = PRINTS_VALUES | TAKES_EDIT,
         .min_arguments = 2,
         .run = run_merge,
     },
     {
         .name = "filter",
-        .synopsis =
-            "[-c] [--include PATTERN]... [--exclude PATTERN]... [--removed] [FILE...]",
-        .summary =
-            "Prints of every value what an --include matches, or all without one, less\n"
-            "what an --exclude matches. Both take one PATTERN and may be repeated.\n"
-            "--removed prints the paths of the leaves taken out instead, a line each.",
+        .synopsis = "[--include PATTERN]... [--exclude PATTERN]... [--removed] [FILE...]",
+        .summary = "Prints the parts of every value that patterns choose.\n"
+                   "That is what an --include matches, or all without one, less what an "
+                   "--exclude\n"
+                   "matches. Both take one PATTERN and may be repeated. --removed prints "
+                   "the paths of\n"
+                   "the leaves taken out instead, a line each.",
         .example = "filter --exclude '/users/*/password' --exclude /tls/key config.json",
-        .letters = "c",
-        .named_options = filter_options,
+        .takes = ANSWERS_VALUES | TAKES_EDIT | TAKES_FILTER,
         .run = run_filter,
     },
     {
         .name = "diff",
-        .synopsis = "[-c] FILE FILE",
-        .summary =
-            "Prints what differs in the second file's value: members by key, elements by\n"
-            "position, null for what it lacks. The status is 1 then; without a difference\n"
-            "nothing is printed and it is 0.",
+        .synopsis = "FILE FILE",
+        .summary = "Prints what differs in the second file's value.\n"
+                   "Members are compared by key, elements by position, and null stands for "
+                   "what it\n"
+                   "lacks. The status is 1 then; without a difference nothing is printed "
+                   "and it is 0.",
         .example = "diff old.json new.json",
-        .letters = "c",
+        .takes = PRINTS_VALUES,
         .min_arguments = 2,
         .max_arguments = 2,
         .run = run_diff,
@@ -119,8 +110,16 @@ const command commands[] = {
         .synopsis = "[PATH [FILE...]]",
         .summary = "Draws the value at PATH, or all of it, as a graph for Graphviz.",
         .example = "dot /server config.json | dot -Tsvg > server.svg",
-        .letters = "",
+        .takes = TAKES_INPUT | TAKES_OUTPUT | TAKES_PATH,
         .run = run_dot,
+    },
+    {
+        .name = "help",
+        .synopsis = "[COMMAND]",
+        .summary = "Prints what there is to say about a command.",
+        .example = "help get",
+        .max_arguments = 1,
+        .run = run_help,
     },
     {.name = NULL},
 };

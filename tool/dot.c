@@ -2,104 +2,79 @@
 #include "tool.h"
 
 #include <errno.h>
-#include <nodetree/json.h>
-#include <nodetree/stringlist.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
-/* The numbers of the boxes that the walk is inside of, from the top down. */
-typedef struct trail {
-  size_t *boxes;
-  size_t depth;
-  size_t room;
-} trail;
-
-static bool trail_push(trail *t, size_t box) {
-  if (t->depth == t->room) {
-    size_t room = t->room != 0 ? t->room * 2 : 64;
-    size_t *boxes = realloc(t->boxes, room * sizeof *boxes);
-    if (boxes == NULL)
-      return false;
-    t->boxes = boxes;
-    t->room = room;
-  }
-  t->boxes[t->depth++] = box;
-  return true;
-}
-
-static void put_quoted(const char *text) {
-  for (; *text != '\0'; text++) {
-    if (*text == '"' || *text == '\\')
-      putchar('\\');
-    putchar((unsigned char)*text < ' ' || *text == 0x7f ? '?' : *text);
+static void put_quoted(const char *bytes, size_t size) {
+  for (const char *c = bytes; c < bytes + size; c++) {
+    if (*c == '"' || *c == '\\')
+      putc('\\', output);
+    putc((unsigned char)*c < ' ' || *c == 0x7f ? '?' : *c, output);
   }
 }
 
-/* What stands in a leaf's box below its key; NULL when memory runs out or it has no form. */
-static char *leaf_text(const node *n) {
-  return node_is_link(n) ? sl_join(node_get_link_path(n), "/") : json_stringify(n, true);
-}
-
-static bool put_box(const node *n, size_t box, bool top) {
-  char *key = top ? node_path(n) : strdup(node_key(n) != NULL ? node_key(n) : "");
-  char *text = node_is_container(n) ? NULL : leaf_text(n);
-  bool complete = key != NULL && (text != NULL || node_is_container(n));
+/* A box's key, and below it what a leaf holds, or of a container how much. */
+static bool put_box(struct job *job, const node *n, size_t box, bool top) {
+  static const json_style compact = {.compact = true};
+  static buffer t;
+  t.length = 0;
+  char *path = top ? node_path(n) : NULL;
+  const char *key = top ? path : node_key(n);
+  bool complete = node_is_container(n) || json_write(job, &t, n, &compact);
+  if (top && path == NULL) {
+    complain(job, "%s", strerror(ENOMEM));
+    complete = false;
+  }
   if (complete) {
-    printf("  n%zu [label=\"", box);
-    put_quoted(key);
-    fputs("\\n", stdout);
-    if (text != NULL)
-      put_quoted(text);
-    else
-      printf(node_is_object(n) ? "{%zu}" : "[%zu]", n->child_count);
-    fputs(node_is_link(n) ? "\", style=dashed];\n" : "\"];\n", stdout);
+    fprintf(output, "  n%zu [label=\"", box);
+    put_quoted(key, key != NULL ? strlen(key) : 0);
+    fputs("\\n", output);
+    put_quoted(t.bytes, t.length);
+    if (node_is_container(n))
+      fprintf(output, node_is_object(n) ? "{%zu}" : "[%zu]", n->child_count);
+    fputs("\"];\n", output);
   }
-  free(key);
-  free(text);
+  free(path);
   return complete;
 }
 
-/* The next node of the subtree in document order, NULL behind the last. */
-static const node *next_node(const node *top, const node *n, trail *t) {
-  const node *child = node_is_container(n) ? node_container_first(n) : NULL;
-  if (child != NULL)
-    return child;
-  for (; n != top; n = node_parent(n)) {
-    t->depth--;
-    const node *sibling = node_container_next(node_parent(n), n);
-    if (sibling != NULL)
-      return sibling;
-  }
-  return NULL;
+/* The numbers of the boxes that the walk is inside of, from the top down. */
+static size_t last_box(const buffer *trail) {
+  size_t box;
+  memcpy(&box, trail->bytes + trail->length - sizeof box, sizeof box);
+  return box;
 }
 
-static bool draw(const node *top) {
-  trail t = {.boxes = NULL};
+static bool draw(struct job *job, const node *top) {
+  buffer trail = {.bytes = NULL};
   bool complete = true;
   size_t box = 0;
-  puts("digraph {\n  node [shape=box];");
-  for (const node *n = top; n != NULL && complete; n = next_node(top, n, &t), box++) {
-    complete = put_box(n, box, n == top) && trail_push(&t, box);
-    if (complete && n != top)
-      printf("  n%zu -> n%zu;\n", t.boxes[t.depth - 2], box);
-  }
-  puts("}");
-  free(t.boxes);
+  fputs("digraph {\n  node [shape=box];\n", output);
+  walk w = walk_start(top, job->option[OPTION_SORT_KEYS]);
+  do {
+    if (w.leaving) {
+      trail.length -= sizeof box;
+      continue;
+    }
+    complete = put_box(job, w.at, box, w.at == top);
+    if (complete && w.at != top)
+      fprintf(output, "  n%zu -> n%zu;\n", last_box(&trail), box);
+    if (w.at->child_count != 0)
+      buffer_add(&trail, &box, sizeof box);
+    box++;
+    if (trail.failed)
+      complain(job, "%s", strerror(ENOMEM));
+  } while (complete && !trail.failed && walk_next(&w));
+  fputs("}\n", output);
+  complete = complete && !trail.failed;
+  free(trail.bytes);
   return complete;
 }
 
 static void answer_dot(struct job *job, node *value) {
-  const node *match = node_lookup(value, job->operand);
-  if (match == NULL)
-    return;
-  if (draw(match)) {
+  const node *match = find_path(job, value, job->operand);
+  if (match != NULL && draw(job, match))
     job->found = true;
-    return;
-  }
-  char *reason = messages_take();
-  complain(job, "%s", reason != NULL ? reason : strerror(ENOMEM));
-  free(reason);
 }
 
 void run_dot(struct job *job, char **arguments) {

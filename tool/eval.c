@@ -12,7 +12,7 @@ static void answer_eval(struct job *job, node *value) {
     if (error != NULL)
       make_printable(error);
     complain(job, "%s", error != NULL ? error : strerror(ENOMEM));
-  } else if (output_json(job, "", result, output_is_short(result))) {
+  } else if (print_value(job, "", result)) {
     if (expr_coerce_bool(result))
       job->found = true;
     else

@@ -41,7 +41,7 @@ static void receive_value(node *value, void *user_data) {
   if (in->probing) {
     in->probe_arrived = value != NULL && node_is_null(value);
   } else {
-    in->values++;
+    in->job->number = ++in->values;
     bool whole = is_whole(in, value);
     if (in->answer == NULL) {
       node_free(in->last);
@@ -94,10 +94,10 @@ static bool end_of_input(input *in) {
   return true;
 }
 
-static ssize_t read_some(int fd, void *buffer, size_t size) {
+static ssize_t read_some(int fd, void *bytes, size_t size) {
   ssize_t count;
   do
-    count = read(fd, buffer, size);
+    count = read(fd, bytes, size);
   while (count < 0 && errno == EINTR);
   return count;
 }
@@ -127,6 +127,7 @@ static node_stream_format recognise(char first) {
 static bool start(input *in, const char *bytes) {
   if (in->format == NODE_STREAM_AUTO)
     in->format = recognise(*bytes);
+  in->job->input_format = in->format;
   in->stream = node_stream_new(in->format, receive_value, in);
   if (in->stream != NULL && node_stream_get_format(in->stream) == in->format)
     return true;
@@ -149,10 +150,10 @@ static bool feed(input *in, const char *bytes, size_t size) {
 }
 
 static bool feed_file(input *in, int fd) {
-  static char buffer[64 * 1024];
+  static char bytes[64 * 1024];
   ssize_t count;
-  while ((count = read_some(fd, buffer, sizeof buffer)) > 0)
-    if (!feed(in, buffer, (size_t)count))
+  while ((count = read_some(fd, bytes, sizeof bytes)) > 0)
+    if (!feed(in, bytes, (size_t)count))
       return false;
   if (count < 0)
     complain(in->job, "%s", strerror(errno));
@@ -197,7 +198,12 @@ void input_answer(struct job *job, char **names, answer_function answer) {
   for (char **name = *names != NULL ? names : nothing_named;
        *name != NULL && !job->output_lost; name++) {
     input in = {.job = job, .answer = answer, .format = job->from};
-    read_input(&in, *name);
+    if (!job->option['i']) {
+      read_input(&in, *name);
+    } else if (output_replace_begin(job, *name)) {
+      read_input(&in, *name);
+      output_replace_end(job);
+    }
   }
 }
 

@@ -1,84 +1,214 @@
 #include "tool.h"
 
 #include <errno.h>
+#include <getopt.h>
 #include <nodetree/stringlist.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
-static bool keep_value(struct job *job, int option) {
-  char **longer = sl_append(job->values[option], optarg);
-  if (longer == NULL) {
-    complain(job, "%s", strerror(ENOMEM));
-    return false;
+/* All options there are. A letter means the same for every command. */
+typedef struct option_row {
+  const char *name;
+  int code;             /* its letter, or a number behind the letters */
+  const char *argument; /* what it is called in the help; NULL without */
+  const char *help;
+  unsigned groups; /* what knows it; 0: everything */
+} option_row;
+
+static const option_row rows[] = {
+    {"raw", 'r', NULL, "strings as they are, without quotes and escapes", TAKES_VALUES},
+    {"compact", 'c', NULL, "JSON without blanks, a value a line", TAKES_VALUES},
+    {"indent", OPTION_INDENT, "N", "N blanks a level instead of a tab, up to 16",
+     TAKES_VALUES},
+    {"sort-keys", OPTION_SORT_KEYS, NULL, "members in the order of their names",
+     TAKES_VALUES | TAKES_LINES},
+    {"null", '0', NULL, "a NUL instead of a newline behind each result", TAKES_OUTPUT},
+    {"color", OPTION_COLOR, "auto|always|never",
+     "colors; auto, on a terminal, where NO_COLOR is not set", TAKES_VALUES | TAKES_LINES},
+    {"with-filename", 'H', NULL, "FILE: before each result", TAKES_LABELS},
+    {"number", 'n', NULL, "the number of the value in its FILE before each result",
+     TAKES_LABELS},
+    {"output", 'o', "FILE", "into FILE, which is there whole or stays as it was",
+     TAKES_OUTPUT},
+    {"in-place", 'i', NULL, "changes the FILEs instead of printing", TAKES_EDIT},
+    {"to", OPTION_TO, "json|msgpack", "what to print; with -i as the FILE", TAKES_VALUES},
+    {"force", OPTION_FORCE, NULL, "MessagePack also to a terminal", TAKES_VALUES},
+    {"from", OPTION_FROM, "json|msgpack", "what the FILEs are in, instead of a guess",
+     TAKES_INPUT},
+    {"pointer", OPTION_POINTER, NULL, "PATH is a JSON Pointer: ~1 is \"/\", ~0 is \"~\"",
+     TAKES_PATH},
+    {"include", OPTION_INCLUDE, "PATTERN", "keeps what matches", TAKES_FILTER},
+    {"exclude", OPTION_EXCLUDE, "PATTERN", "drops what matches", TAKES_FILTER},
+    {"removed", OPTION_REMOVED, NULL, "prints the paths of what is taken out instead",
+     TAKES_FILTER},
+    {"help", 'h', NULL, "prints this", 0},
+    {"version", 'V', NULL, "prints the version", 0},
+};
+enum { ROW_COUNT = sizeof rows / sizeof *rows };
+
+static const option_row *row_of(int code) {
+  const option_row *row = rows;
+  while (row->code != code)
+    row++;
+  return row;
+}
+
+/* ---- The tables of getopt_long() ---- */
+
+static void make_tables(struct option *names, char *letters) {
+  *letters++ = ':'; /* a missing argument is told from an unknown option */
+  for (int i = 0; i < ROW_COUNT; i++) {
+    bool takes = rows[i].argument != NULL;
+    names[i] = (struct option){rows[i].name, takes ? required_argument : no_argument, NULL,
+                               rows[i].code};
+    if (rows[i].code <= UCHAR_MAX)
+      *letters++ = (char)rows[i].code;
+    if (rows[i].code <= UCHAR_MAX && takes)
+      *letters++ = ':';
   }
-  job->values[option] = longer;
-  return true;
-}
-
-static bool keep_format(struct job *job, const char *option, node_stream_format *format) {
-  if (strcmp(optarg, "json") == 0)
-    *format = NODE_STREAM_JSON;
-  else if (strcmp(optarg, "msgpack") == 0)
-    *format = NODE_STREAM_MSGPACK;
-  else {
-    complain(job, "%s: option '%s' takes json or msgpack, not '%s'", job->command->name,
-             option, optarg);
-    return false;
-  }
-  return true;
-}
-
-/* A pattern that is empty, like a variable that is not set, would match nothing. */
-static bool is_pattern(struct job *job) {
-  if (*optarg != '\0')
-    return true;
-  complain(job, "%s: a pattern must not be empty", job->command->name);
-  return false;
-}
-
-static bool keep_argument(struct job *job, int option) {
-  if (option == OPTION_FROM)
-    return keep_format(job, "--from", &job->from);
-  if (option == OPTION_TO)
-    return keep_format(job, "--to", &job->to);
-  return is_pattern(job) && keep_value(job, option);
+  names[ROW_COUNT] = (struct option){NULL, 0, NULL, 0};
+  *letters = '\0';
 }
 
 /* `found` is what getopt_long() says instead of an option's number. */
 static void complain_option(struct job *job, int found, const char *argument) {
-  const char *name = job->command->name;
   if (found == ':')
-    complain(job, "%s: option '%s' needs an argument", name, argument);
-  else if (optopt > UCHAR_MAX)
-    complain(job, "%s: option '%s' takes no argument", name, argument);
+    complain(job, "option '%s' needs an argument", argument);
+  else if (optopt > UCHAR_MAX || (optopt != 0 && argument[1] == '-'))
+    complain(job, "option '%s' takes no argument", argument);
   else if (optopt != 0)
-    complain(job, "%s: unknown option '-%c'", name, optopt);
+    complain(job, "unknown option '-%c'%s", optopt,
+             optopt >= '0' && optopt <= '9'
+                 ? "; arguments that begin with '-' go behind '--'"
+                 : "");
   else
-    complain(job, "%s: unknown option '%s'", name, argument);
+    complain(job, "unknown option '%s'", argument);
 }
 
-bool options_parse(struct job *job, int argc, char **argv) {
-  static const struct option common[] = {FROM_OPTION, HELP_OPTION, {NULL, 0, NULL, 0}};
-  const struct option *named = job->command->named_options;
-  if (named == NULL)
-    named = common;
-  char letters[8];
-  snprintf(letters, sizeof letters, ":%s", job->command->letters);
-
+static bool read_options(struct job *job, int argc, char **argv) {
+  struct option names[ROW_COUNT + 1];
+  char letters[2 * ROW_COUNT + 2];
+  make_tables(names, letters);
   unsetenv("POSIXLY_CORRECT"); /* an --exclude behind a FILE must not be taken for a file */
   opterr = 0;
   int option;
-  while ((option = getopt_long(argc, argv, letters, named, NULL)) != -1) {
+  while ((option = getopt_long(argc, argv, letters, names, NULL)) != -1) {
     if (option == '?' || option == ':') {
       complain_option(job, option, argv[optind - 1]);
       return false;
     }
     job->option[option] = true;
-    if (optarg != NULL && !keep_argument(job, option))
+    char **longer = optarg != NULL ? sl_append(job->values[option], optarg) : NULL;
+    if (optarg != NULL && longer == NULL) {
+      complain(job, "%s", strerror(ENOMEM));
       return false;
+    }
+    if (longer != NULL)
+      job->values[option] = longer;
   }
   return true;
+}
+
+/* ---- What they mean ---- */
+
+/* Which of the words the option was given, all times; -1, with a report, for another. */
+static int choice(struct job *job, int option, const char *const *words) {
+  int chosen = 0;
+  for (char **value = job->values[option]; value != NULL && *value != NULL; value++) {
+    for (chosen = 0; words[chosen] != NULL && strcmp(words[chosen], *value) != 0;)
+      chosen++;
+    if (words[chosen] == NULL) {
+      const option_row *row = row_of(option);
+      complain(job, "option '--%s' takes %s, not '%s'", row->name, row->argument, *value);
+      return -1;
+    }
+  }
+  return chosen;
+}
+
+static bool settle_formats(struct job *job) {
+  static const char *const words[] = {"json", "msgpack", NULL};
+  int from = choice(job, OPTION_FROM, words);
+  int to = from >= 0 ? choice(job, OPTION_TO, words) : -1;
+  if (to < 0)
+    return false;
+  const node_stream_format formats[] = {NODE_STREAM_JSON, NODE_STREAM_MSGPACK};
+  job->from = job->option[OPTION_FROM] ? formats[from] : NODE_STREAM_AUTO;
+  job->to = job->option[OPTION_TO] ? formats[to] : NODE_STREAM_AUTO;
+  return true;
+}
+
+static bool settle_indent(struct job *job) {
+  job->indent = -1;
+  for (char **value = job->values[OPTION_INDENT]; value != NULL && *value != NULL;
+       value++) {
+    char *end;
+    long indent = strtol(*value, &end, 10);
+    if (**value < '0' || **value > '9' || *end != '\0' || indent > MAX_INDENT) {
+      complain(job, "option '--indent' takes a number from 0 to %d, not '%s'", MAX_INDENT,
+               *value);
+      return false;
+    }
+    job->indent = (int)indent;
+  }
+  return true;
+}
+
+/* A pattern that is empty, like a variable that is not set, would match nothing. */
+static bool are_patterns(struct job *job, int option) {
+  for (char **value = job->values[option]; value != NULL && *value != NULL; value++) {
+    if (**value == '\0') {
+      complain(job, "a pattern must not be empty");
+      return false;
+    }
+  }
+  return true;
+}
+
+static bool settle(struct job *job) {
+  static const char *const times[] = {"auto", "always", "never", NULL};
+  const command *taker = job->command;
+  for (const option_row *row = rows; row < rows + ROW_COUNT; row++) {
+    if (job->option[row->code] && row->groups != 0 && (row->groups & taker->takes) == 0) {
+      complain(job, "%s takes no option '--%s'", taker->name, row->name);
+      return false;
+    }
+  }
+  if (job->option['i'] && job->option['o']) {
+    complain(job, "only one of '--in-place' and '--output' can be");
+    return false;
+  }
+  return settle_formats(job) && settle_indent(job) &&
+         choice(job, OPTION_COLOR, times) >= 0 && are_patterns(job, OPTION_INCLUDE) &&
+         are_patterns(job, OPTION_EXCLUDE);
+}
+
+char **options_parse(struct job *job, int argc, char **argv) {
+  if (!read_options(job, argc, argv))
+    return NULL;
+  char **arguments = argv + optind;
+  if (*arguments == NULL) {
+    if (job->option['h'] || job->option['V'])
+      return arguments;
+    complain(job, "no command given");
+    return NULL;
+  }
+  job->command = command_find(job, *arguments);
+  return job->command != NULL && (job->option['h'] || settle(job)) ? arguments + 1 : NULL;
+}
+
+void options_print(unsigned groups) {
+  for (const option_row *row = rows; row < rows + ROW_COUNT; row++) {
+    if (row->groups != 0 ? (row->groups & groups) == 0 : groups != 0)
+      continue;
+    char name[64];
+    snprintf(name, sizeof name, "--%s%s%s", row->name, row->argument != NULL ? " " : "",
+             row->argument != NULL ? row->argument : "");
+    if (row->code <= UCHAR_MAX)
+      fprintf(output, "  -%c, %-26s %s\n", row->code, name, row->help);
+    else
+      fprintf(output, "      %-26s %s\n", name, row->help);
+  }
 }
 
 void options_free(struct job *job) {

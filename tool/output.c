@@ -1,79 +1,129 @@
 #include "tool.h"
 
 #include <errno.h>
-#include <nodetree/json.h>
-#include <nodetree/msgpack.h>
 #include <stdarg.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
-static void complain_form(struct job *job) {
-  char *reason = messages_take();
-  complain(job, "%s", reason != NULL ? reason : strerror(ENOMEM));
-  free(reason);
+FILE *output;
+static const char
+    *replaced; /* the file that the output becomes, NULL for standard output */
+
+static bool wants_color(const struct job *job) {
+  char **given = job->values[OPTION_COLOR];
+  const char *when = "auto";
+  for (; given != NULL && *given != NULL; given++)
+    when = *given;
+  if (strcmp(when, "auto") != 0)
+    return strcmp(when, "always") == 0;
+  const char *no_color = getenv("NO_COLOR");
+  const char *terminal = getenv("TERM");
+  return (no_color == NULL || *no_color == '\0') && terminal != NULL &&
+         strcmp(terminal, "dumb") != 0 && isatty(fileno(output));
 }
 
-bool output_json(struct job *job, const char *prefix, const node *value, bool compact) {
-  char *text = json_stringify(value, compact);
-  if (text == NULL) {
-    complain_form(job);
-    return false;
-  }
-  size_t length = strlen(text);
-  bool has_newline = length > 0 && text[length - 1] == '\n';
-  fputs(prefix, stdout);
-  fputs(text, stdout);
-  if (!has_newline)
-    putchar('\n');
-  free(text);
-  return true;
-}
-
-bool output_msgpack(struct job *job, const node *value) {
-  char *message;
-  size_t size;
-  if (!msgpack_encode(value, &message, &size)) {
-    complain_form(job);
-    return false;
-  }
-  fwrite(message, 1, size, stdout);
-  free(message);
-  return true;
-}
-
-bool output_is_short(const node *value) {
-  return !node_is_container(value) || node_container_first(value) == NULL;
-}
-
-static void lose_output(struct job *job) {
-  int error = errno;
+static void lose_output(struct job *job, int error) {
   job->output_lost = true;
-  job->input = "standard output";
+  job->input = replaced != NULL ? replaced : "standard output";
   complain(job, "%s", strerror(error != 0 ? error : EIO));
+}
+
+static bool replace(struct job *job, const char *name) {
+  int error = replace_begin(name, &output);
+  if (error == 0) {
+    replaced = name;
+    return true;
+  }
+  output = stdout;
+  job->input = name;
+  complain(job, "%s", strerror(error));
+  job->input = NULL;
+  return false;
+}
+
+bool output_open(struct job *job) {
+  json_open();
+  output = stdout;
+  char **names = job->values['o'];
+  while (names != NULL && names[0] != NULL && names[1] != NULL)
+    names++;
+  bool opened = names == NULL || *names == NULL || replace(job, *names);
+  job->colored = opened && wants_color(job);
+  return opened;
+}
+
+void output_newline(struct job *job) {
+  putc(job->option['0'] ? '\0' : '\n', output);
 }
 
 void output_flush(struct job *job) {
   if (job->output_lost)
     return;
   errno = 0;
-  if (fflush(stdout) != 0 || ferror(stdout) != 0)
-    lose_output(job);
+  if (fflush(output) != 0 || ferror(output) != 0)
+    lose_output(job, errno);
 }
 
-void output_end(struct job *job) {
+static void close_replaced(struct job *job) {
+  bool keep = !job->failed && !job->output_lost;
+  int error = replace_end(output, keep);
+  output = stdout;
+  if (error != 0 && keep)
+    lose_output(job, error);
+  replaced = NULL;
+}
+
+void output_close(struct job *job) {
+  if (replaced != NULL)
+    close_replaced(job);
+  bool lost = job->output_lost;
   output_flush(job);
   errno = 0;
   /* Some file systems tell of a full disk only here. A standard output that was never open
      is no failure as long as there was nothing to write. */
-  if (fclose(stdout) != 0 && errno != EBADF && !job->output_lost)
-    lose_output(job);
+  if (fclose(stdout) != 0 && errno != EBADF && !job->output_lost && !lost)
+    lose_output(job, errno);
+  json_close();
+}
+
+static bool failed_before; /* without the file that is being replaced */
+
+bool output_replace_begin(struct job *job, const char *name) {
+  struct stat there;
+  job->input = name;
+  if (strcmp(name, "-") == 0)
+    complain(job, "--in-place needs the name of a file");
+  else if (stat(name, &there) != 0)
+    complain(job, "%s", strerror(errno));
+  else if (!S_ISREG(there.st_mode))
+    complain(job, "%s",
+             S_ISDIR(there.st_mode) ? strerror(EISDIR) : "is not a regular file");
+  else if (replace(job, name)) {
+    failed_before = job->failed;
+    job->failed = false;
+    return true;
+  }
+  job->input = NULL;
+  return false;
+}
+
+bool output_replace_end(struct job *job) {
+  job->input = replaced;
+  if (!job->failed && replace_is_late())
+    complain(job, "has been changed by others meanwhile, and stays so");
+  close_replaced(job);
+  job->input = NULL;
+  bool replaced_well = !job->failed;
+  job->failed = job->failed || failed_before;
+  return replaced_well;
 }
 
 void complain(struct job *job, const char *format, ...) {
   job->failed = true;
   if (!job->output_lost)
-    fflush(stdout); /* a failure here is seen by the next output_flush() */
+    fflush(output); /* a failure here is seen by the next output_flush() */
   fputs("nodetree: ", stderr);
   if (job->input != NULL)
     fprintf(stderr, "%s: ", job->input);
@@ -82,4 +132,10 @@ void complain(struct job *job, const char *format, ...) {
   vfprintf(stderr, format, arguments);
   va_end(arguments);
   fputc('\n', stderr);
+}
+
+void complain_message(struct job *job) {
+  char *reason = messages_take();
+  complain(job, "%s", reason != NULL ? reason : strerror(ENOMEM));
+  free(reason);
 }

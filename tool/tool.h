@@ -2,26 +2,25 @@
 #ifndef NODETREE_TOOL_H
 #define NODETREE_TOOL_H
 
-#include <getopt.h>
 #include <limits.h>
 #include <nodetree/export.h>
 #include <nodetree/node.h>
 #include <nodetree/node_stream.h>
 #include <stdbool.h>
+#include <stdio.h>
 
 struct job;
 
 /* A row of the table in commands.c is all there is to a command, besides its function. */
 typedef struct command {
   const char *name;
-  const char *synopsis;               /* what stands behind the name in the help */
-  const char *summary;                /* lines separated by "\n" */
-  const char *example;                /* what stands behind the program's name */
-  const char *letters;                /* the short options it knows */
-  const struct option *named_options; /* and the long ones; NULL for the common */
-  int min_arguments;                  /* what has to be there besides options */
-  int max_arguments;                  /* 0: any number */
-  int required_option;                /* 0: none */
+  const char *synopsis; /* what stands behind the name in the help */
+  const char *summary;  /* lines separated by "\n"; the first stands for itself */
+  const char *example;  /* what stands behind the program's name */
+  unsigned takes;       /* groups of options: TAKES_ values */
+  int min_arguments;    /* what has to be there besides options */
+  int max_arguments;    /* 0: any number */
+  int required_option;  /* 0: none */
 
   /* Does it all. The arguments end with NULL. */
   void (*run)(struct job *job, char **arguments);
@@ -29,22 +28,32 @@ typedef struct command {
 
 extern const command commands[]; /* ended by a row without a name */
 
+/* Groups of options; a row of the table in options.c is in one or more. */
+enum {
+  TAKES_INPUT = 1 << 0,  /* what reads FILEs */
+  TAKES_LABELS = 1 << 1, /* what answers values one by one */
+  TAKES_OUTPUT = 1 << 2, /* what prints */
+  TAKES_LINES = 1 << 3,  /* what prints JSON on lines of its own */
+  TAKES_VALUES = 1 << 4, /* what prints values */
+  TAKES_EDIT = 1 << 5,   /* what prints a changed value */
+  TAKES_PATH = 1 << 6,   /* what has a PATH */
+  TAKES_FILTER = 1 << 7, /* the others belong to single commands */
+};
+
 /* Options without a letter are told by numbers behind the letters. */
 enum {
-  OPTION_HELP = UCHAR_MAX + 1,
-  OPTION_INCLUDE,
+  OPTION_INCLUDE = UCHAR_MAX + 1,
   OPTION_EXCLUDE,
   OPTION_REMOVED,
   OPTION_FROM,
   OPTION_TO,
+  OPTION_INDENT,
+  OPTION_SORT_KEYS,
+  OPTION_COLOR,
+  OPTION_FORCE,
+  OPTION_POINTER,
   OPTION_END
 };
-
-/* What every command knows. */
-#define FROM_OPTION                                                                        \
-  { "from", required_argument, NULL, OPTION_FROM }
-#define HELP_OPTION                                                                        \
-  { "help", no_argument, NULL, OPTION_HELP }
 
 /* One run of the program: what was asked for and what has come of it so far. */
 struct job {
@@ -52,38 +61,54 @@ struct job {
   bool option[OPTION_END];
   char **values[OPTION_END]; /* what was given with an option, all times: string lists */
   node_stream_format from;   /* NODE_STREAM_AUTO: what the files begin with decides */
-  node_stream_format to;
-  const char *operand; /* the PATH or PATTERN, for functions that answer values */
-  node *expression;    /* the EXPR */
-  const char *input;   /* the name of what is being read, NULL before and after */
-  bool input_taken;    /* standard input has been read */
+  node_stream_format to;     /* NODE_STREAM_AUTO: as the file that is changed, else JSON */
+  int indent;                /* blanks a level, -1 for a tab; without meaning with -c */
+  bool colored;              /* settled when the output is opened */
+  const char *operand;       /* the PATH or PATTERN, for functions that answer values */
+  node *expression;          /* the EXPR */
+  const char *input;         /* the name of what is being read, NULL before and after */
+  node_stream_format input_format; /* what it is in, or the one read before */
+  size_t number;                   /* of the value being answered, from 1 */
+  bool input_taken;                /* standard input has been read */
   bool found;
   bool denied; /* some answer was no, whatever else was found */
   bool failed;
-  bool output_lost; /* standard output cannot be written: there is no use in going on */
+  bool output_lost; /* the output cannot be written: there is no use in going on */
 };
 
 enum { STATUS_FOUND = 0, STATUS_NOTHING = 1, STATUS_FAILED = 2 };
 
-/* ---- look.c, eval.c, trees.c, dot.c: the commands ---- */
+/* ---- look.c, eval.c, trees.c, dot.c, help.c: the commands ---- */
 
 void run_get(struct job *job, char **arguments);
 void run_glob(struct job *job, char **arguments);
 void run_flat(struct job *job, char **arguments);
 void run_format(struct job *job, char **arguments);
-void run_convert(struct job *job, char **arguments);
 void run_eval(struct job *job, char **arguments);
 void run_merge(struct job *job, char **arguments);
 void run_filter(struct job *job, char **arguments);
 void run_diff(struct job *job, char **arguments);
 void run_dot(struct job *job, char **arguments);
+void run_help(struct job *job, char **arguments);
+
+/* ---- help.c ---- */
+
+/* The row with this name; NULL, with a report that names the nearest, where there is none. */
+const command *command_find(struct job *job, const char *name);
+
+/* Prints what there is to say about a command, or with NULL about the program. */
+void help_print(const command *row);
 
 /* ---- options.c ---- */
 
-/* Reads the options of a command, wherever they stand before "--", and moves what is left
-   to the end of the arguments, from optind on. False, with a report, for what it does not
-   understand. */
-bool options_parse(struct job *job, int argc, char **argv);
+/* Reads the options, wherever they stand before "--", and finds the command, which is the
+   first argument that is none. Returns what stands behind that, ended by NULL; NULL, with a
+   report, for what it does not understand. With --help and --version a command may be
+   missing. */
+char **options_parse(struct job *job, int argc, char **argv);
+
+/* Prints a line for each option that one of the groups takes. */
+void options_print(unsigned groups);
 
 void options_free(struct job *job);
 
@@ -96,7 +121,8 @@ void options_free(struct job *job);
 typedef void (*answer_function)(struct job *job, node *value);
 
 /* Reads the files one after the other, standard input if there are none, and has every
-   value answered as soon as it is complete. */
+   value answered as soon as it is complete. With --in-place, what is printed meanwhile
+   replaces each file if all went well. */
 void input_answer(struct job *job, char **names, answer_function answer);
 
 /* The last value of a file, or its only one; NULL, with a report, where it cannot be had
@@ -110,26 +136,134 @@ node *input_expression(struct job *job, const char *name);
 /* The only value of a JSON text, which reports call by the name. */
 node *input_text(struct job *job, const char *name, const char *text);
 
-/* ---- output.c ---- */
+/* ---- output.c: where to everything is printed ---- */
 
-/* Writes the value as JSON and ends the line; whether it has a JSON form. */
-bool output_json(struct job *job, const char *prefix, const node *value, bool compact);
+/* What to print to: standard output, or a file that is to replace another. */
+extern FILE *output;
 
-/* Writes the value as a MessagePack message; whether it has that form. */
-bool output_msgpack(struct job *job, const node *value);
+/* Opens what the options say to print to; whether it can be. */
+bool output_open(struct job *job);
 
-/* Whether output_json() would need one line only, as for all that has no children. */
-bool output_is_short(const node *value);
+/* Ends a line that is one of the results; a NUL with --null. */
+void output_newline(struct job *job);
 
-/* Hands everything written so far over to the reader of standard output. */
+/* Hands everything written so far over to the reader of the output. */
 void output_flush(struct job *job);
 
-/* The same, and closes standard output. */
-void output_end(struct job *job);
+/* The same, and closes it. With --output the file is there only now, if nothing failed. */
+void output_close(struct job *job);
+
+/* What is printed from here to the second call is to replace the file. Then it does, unless
+   something went wrong meanwhile: where it did, or the file was changed by others, it
+   remains as it is. False, with a report, when the file cannot be replaced. */
+bool output_replace_begin(struct job *job, const char *name);
+bool output_replace_end(struct job *job);
 
 /* Reports what is wrong on standard error, with the name of the input, behind everything
    that has been answered before. The job has failed then. */
 void complain(struct job *job, const char *format, ...) NODETREE_PRINTF(2, 3);
+
+/* Complains of what the library has told, or of no memory where it told nothing. */
+void complain_message(struct job *job);
+
+/* ---- replace.c: files that are there whole or not at all ---- */
+
+/* A new file for what is to stand under the name in the end, with mode and owner of what
+   stands there now; in `*stream`, with 0. What is there and is no regular file, as a device
+   or a pipe, is opened itself. On failure an errno value. One at a time; a signal that ends
+   the program removes the new file. */
+int replace_begin(const char *name, FILE **stream);
+
+/* Whether what stands under the name has been changed since. */
+bool replace_is_late(void);
+
+/* Ends it: the new file takes the place of the old one, or with `keep` false is removed.
+   Returns 0 or an errno value; then the old file is as it was. */
+int replace_end(FILE *stream, bool keep);
+
+/* ---- values.c ---- */
+
+/* Prints a value with what the options say to print before it, then `prefix`, and ends the
+   line: as JSON indented or compact, as MessagePack, a string with --raw as it is. Whether
+   the value has that form; nothing is printed and the job fails where it has not. */
+bool print_value(struct job *job, const char *prefix, const node *value);
+
+/* The same on one line, unless the options ask for indentation. */
+bool print_line(struct job *job, const char *prefix, const node *value);
+
+/* What -H and -n print before a result. */
+void print_label(struct job *job);
+
+/* Whether the output can be MessagePack, which does not go to a terminal without --force. */
+bool print_allowed(struct job *job);
+
+/* ---- pointer.c ---- */
+
+/* The node that a PATH names, which with --pointer is a JSON Pointer; NULL for none. */
+node *find_path(struct job *job, node *value, const char *path);
+
+/* The next reference token of a JSON Pointer, which `*pointer` is moved behind, without its
+   escapes, as a new text; NULL, with `*pointer` where it was, when memory runs out or it is
+   no pointer. */
+char *pointer_token(const char **pointer);
+
+/* The child that a token names: a member, or an element by its position, which has neither
+   sign nor leading zeros. NULL for none. */
+node *pointer_child(const node *container, const char *token);
+
+/* ---- buffer.c ---- */
+
+/* Bytes that grow. */
+typedef struct buffer {
+  char *bytes; /* no NUL at the end */
+  size_t length;
+  size_t room;
+  bool failed; /* there was no memory: nothing has been added since */
+} buffer;
+
+void buffer_add(buffer *t, const void *bytes, size_t size);
+
+/* ---- walk.c ---- */
+
+/* Visits a tree in document order, without recursion: each node is entered, containers with
+   children are left as well. */
+typedef struct walk {
+  const node *top;
+  const node *at;
+  bool leaving;
+  bool sorted; /* members by key instead of in document order */
+} walk;
+
+/* Starts a walk that has entered the top. */
+walk walk_start(const node *top, bool sorted);
+
+/* Goes on to the next step; false behind the last. */
+bool walk_next(walk *w);
+
+/* ---- json.c ---- */
+
+enum { MAX_INDENT = 16 };
+
+/* How JSON is to look. */
+typedef struct json_style {
+  bool compact;
+  int indent; /* blanks a level, -1 for a tab */
+  bool sorted;
+  bool colored;
+} json_style;
+
+/* Makes ready for json_write(), and ends that. */
+void json_open(void);
+void json_close(void);
+
+/* Appends the JSON text of a tree, without a newline at its end: true. False, with a report
+   and the text as it was, where the tree has no such form or memory runs out. */
+bool json_write(struct job *job, buffer *t, const node *value, const json_style *style);
+
+/* The JSON number of a finite real, with the fewest digits that read back as the same one.
+   Returns its length. */
+enum { REAL_SIZE = 32 };
+size_t json_real(double value, char number[REAL_SIZE]);
 
 /* ---- messages.c ---- */
 

@@ -1,0 +1,109 @@
+#include "tool.h"
+
+#include <errno.h>
+#include <stdlib.h>
+#include <string.h>
+
+/* A path as it grows and shrinks with a walk: that of the node it is at. */
+static buffer path;
+
+static const char *key_of(const node *n) {
+  const char *key = node_key(n);
+  return key != NULL ? key : ""; /* an element for whose label there was no memory */
+}
+
+/* Whether the key is one of the labels from 0 to count - 1. */
+static bool is_label(const char *key, size_t count) {
+  size_t label = 0;
+  if (*key == '\0' || (*key == '0' && key[1] != '\0'))
+    return false;
+  for (; *key >= '0' && *key <= '9' && label < count; key++)
+    label = label * 10 + (size_t)(*key - '0');
+  return *key == '\0' && label < count;
+}
+
+/* Whether lines cannot tell the object from an array. */
+static bool looks_like_array(const node *n) {
+  if (!node_is_object(n))
+    return false;
+  const node *child = node_object_first(n);
+  while (child != NULL && is_label(node_key(child), n->child_count))
+    child = node_object_next(n, child);
+  return n->child_count != 0 && child == NULL;
+}
+
+/* Why the line of a leaf, or all lines of a container, say something else when they are read
+   again; NULL where they do not. */
+static const char *ambiguity(const walk *w) {
+  if (looks_like_array(w->at))
+    return "its members look like the elements of an array";
+  if (w->at == w->top)
+    return NULL;
+  const char *key = key_of(w->at);
+  if (strpbrk(key, "/\n") != NULL)
+    return "a key has a \"/\" or a newline";
+  if (*key == '\0' && path.length == 1 && w->at->child_count == 0)
+    return "its path is that of the whole value";
+  return NULL;
+}
+
+/* The path as a text, with something behind it; NULL, with a report, without memory. */
+static const char *path_with(struct job *job, const char *end) {
+  size_t length = path.length;
+  buffer_add(&path, end, strlen(end) + 1);
+  path.length = length;
+  if (!path.failed)
+    return path.bytes;
+  complain(job, "%s", strerror(ENOMEM));
+  return NULL;
+}
+
+/* The first is told with its path; of thousands nobody wants to read. */
+static void note_ambiguity(struct job *job, const walk *w, size_t *count) {
+  const char *reason = ambiguity(w);
+  if (reason == NULL || ++*count > 1)
+    return;
+  const char *text = path_with(job, w->at == w->top ? "/" : "");
+  char *shown = text != NULL ? strdup(text) : NULL;
+  if (shown != NULL)
+    make_printable(shown);
+  complain(job, "%s: lines cannot tell this: %s", shown != NULL ? shown : "?", reason);
+  free(shown);
+}
+
+static void print_leaf(struct job *job, const walk *w) {
+  const char *prefix = path_with(job, w->at == w->top ? "/=" : "=");
+  if (prefix != NULL && print_line(job, prefix, w->at))
+    job->found = true;
+}
+
+static void visit(struct job *job, const walk *w, size_t *ambiguous) {
+  size_t key_length = w->at == w->top ? 0 : strlen(key_of(w->at)) + 1;
+  if (!w->leaving) {
+    if (key_length != 0) {
+      buffer_add(&path, "/", 1);
+      buffer_add(&path, key_of(w->at), key_length - 1);
+    }
+    note_ambiguity(job, w, ambiguous);
+    if (w->at->child_count != 0)
+      return;
+    print_leaf(job, w);
+  }
+  path.length -= key_length;
+}
+
+static void answer_flat(struct job *job, node *value) {
+  size_t ambiguous = 0;
+  walk w = walk_start(value, job->option[OPTION_SORT_KEYS]);
+  do
+    visit(job, &w, &ambiguous);
+  while (!path.failed && walk_next(&w));
+  path.length = 0;
+  path.failed = false;
+  if (ambiguous > 1)
+    complain(job, "%zu more paths like that", ambiguous - 1);
+}
+
+void run_flat(struct job *job, char **arguments) {
+  input_answer(job, arguments, answer_flat);
+}
