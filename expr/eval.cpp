@@ -1,5 +1,7 @@
 #include "expr/evaluation.hpp"
 
+#include <array>
+#include <iterator>
 #include <memory>
 #include <nodetree/string.h>
 
@@ -8,34 +10,43 @@ using namespace nodetree;
 namespace nodetree {
 namespace {
 
-// The first eight bytes of a name, as a number.
-constexpr std::uint64_t word(const char *name) {
-  std::uint64_t word = 0;
-  for (int i = 0; i < 8 && name[i] != '\0'; i++)
-    word |= static_cast<std::uint64_t>(static_cast<unsigned char>(name[i])) << (8 * i);
-  return word;
-}
-
-// Names are shorter than a word, so no other name has the same one.
 constexpr struct {
-  std::uint64_t name;
-  const Operation *operation;
+  const char *name;
+  const Operation &operation;
 } operations[] = {
-    {word("eq"), &eq_operation},         {word("and"), &and_operation},
-    {word("or"), &or_operation},         {word("not"), &not_operation},
-    {word("get"), &get_operation},       {word("value"), &get_operation},
-    {word("exists"), &exists_operation}, {word("range"), &range_operation},
-    {word("length"), &length_operation}, {word("path"), &path_operation},
-    {word("regex"), &regex_operation},   {word("assert"), &assert_operation},
-    {word("atom"), &atom_operation},     {word("unique"), &unique_operation},
+    {"eq", eq_operation},         {"and", and_operation},
+    {"or", or_operation},         {"not", not_operation},
+    {"get", get_operation},       {"value", get_operation},
+    {"exists", exists_operation}, {"range", range_operation},
+    {"length", length_operation}, {"path", path_operation},
+    {"regex", regex_operation},   {"assert", assert_operation},
+    {"atom", atom_operation},     {"unique", unique_operation},
 };
 
+// Where the index of an operation stands: the first two letters of all names differ.
+constexpr std::size_t slots = 64;
+constexpr std::size_t slot_of(const char *name) {
+  return *name ? (2u * static_cast<unsigned char>(name[0]) +
+                  static_cast<unsigned char>(name[1])) %
+                     slots
+               : 0;
+}
+constexpr auto index_at = [] {
+  std::array<unsigned char, slots> table = {};
+  for (std::size_t i = 0; i < std::size(operations); i++)
+    table[slot_of(operations[i].name)] = static_cast<unsigned char>(i);
+  return table;
+}();
+static_assert([] {
+  for (std::size_t i = 0; i < std::size(operations); i++)
+    if (index_at[slot_of(operations[i].name)] != i)
+      return false;
+  return true;
+}());
+
 const Operation *find_operation(const char *name) {
-  const std::uint64_t wanted = word(name);
-  for (const auto &[known, operation] : operations)
-    if (known == wanted)
-      return operation;
-  return nullptr;
+  const auto &[known, operation] = operations[index_at[slot_of(name)]];
+  return std::strcmp(known, name) == 0 ? &operation : nullptr;
 }
 
 struct FreeText {
@@ -46,71 +57,75 @@ using Text = std::unique_ptr<char, FreeText>;
 } // namespace
 
 Evaluation::~Evaluation() {
-  while (depth_ > 0)
+  while (end_ != frames_)
     pop();
-}
-
-void Evaluation::pop() {
-  std::destroy_at(&top());
-  depth_--;
 }
 
 bool Evaluation::run(node *expr, Value &value) {
-  Step step = enter(expr, value);
-  while (depth_ > 0 && !given_up_) {
-    Frame &frame = top();
-    const Operation &operation = *frame.operation;
-    if (step == Step::more) {
-      if (frame.operand) {
-        step = enter(frame.operand, value);
-        continue;
-      }
+  Step step = evaluate(expr, value);
+  while (end_ != frames_ && step != Step::end) {
+    Frame &frame = end_[-1];
+    const Operation &operation = frame.operation;
+    if (step == Step::more && !frame.operand) {
       step = operation.finish(*this, frame, value);
-    } else {
-      const Part part = step == Step::value ? operation.take : operation.rescue;
-      step = part ? part(*this, frame, value) : Step::failure;
-      if (step == Step::more) {
-        frame.operand = next_sibling(frame.operand);
-        frame.index++;
-        continue;
-      }
+      pop();
+      continue;
     }
-    pop();
+    if (step == Step::more)
+      step = evaluate(frame.operand, value);
+    if (step == Step::more || step == Step::end)
+      continue; // with the operand, or not at all
+    if (step == Step::value || operation.rescue)
+      step = (step == Step::value ? operation.take : operation.rescue)(*this, frame, value);
+    if (step == Step::more)
+      frame.advance();
+    else
+      pop();
   }
   return step == Step::value;
 }
 
-// Evaluates a literal, and of an operation what comes before its first operand.
-Step Evaluation::enter(node *expr, Value &value) {
-  if (expr->type != NODE_ARRAY) {
-    value = Value::found(expr);
-    return Step::value;
-  }
-  if (depth_ == EXPR_NESTING_MAX) {
-    fail(expr, "Expression nested more than %s operations deep.",
-         Value::string(string_printf("%d", EXPR_NESTING_MAX)));
-    return give_up();
-  }
-  node *first = first_child(expr);
-  if (!first)
-    return fail(expr, "Empty expression.");
-  if (first->type != NODE_STRING)
-    return fail(expr, "Expression operation must be string.");
-  const Operation *operation = find_operation(first->value.string);
-  if (!operation)
-    return fail(expr, "Unknown expression operation: %s", first->value.string);
-  const std::size_t count = expr->child_count;
-  if (count < operation->least || count > operation->most)
-    return fail(expr, count < operation->least ? operation->too_few : operation->too_many,
-                Value::string(string_printf("%zu", count - 1)));
+// Evaluates what it can at once: a literal, or what comes before the first operand of an
+// operation.
+inline Step Evaluation::evaluate(node *expr, Value &value) {
+  if (expr->type == NODE_ARRAY)
+    return enter(expr, value);
+  value = Value::found(expr);
+  return Step::value;
+}
 
-  Frame &frame = *std::construct_at(
-      &frames_[depth_++],
-      Frame{.expr = expr, .operation = operation, .operand = next_sibling(first)});
+Step Evaluation::enter(node *expr, Value &value) {
+  node *first = first_child(expr);
+  const Operation *operation =
+      first && first->type == NODE_STRING ? find_operation(first->value.string) : nullptr;
+  if (!operation || expr->child_count < operation->least ||
+      expr->child_count > operation->most || end_ == std::end(frames_))
+    return refuse(expr, operation);
+  Frame &frame = *std::construct_at(end_++, expr, *operation, next_sibling(first));
   const Step step = operation->begin ? operation->begin(*this, frame, value) : Step::more;
   if (step != Step::more)
     pop();
   return step;
+}
+
+// Fails for the first reason that there is not to enter an array. Not inlined, so that the
+// values here cost nothing elsewhere.
+[[gnu::noinline]] Step Evaluation::refuse(const node *expr, const Operation *operation) {
+  const node *first = first_child(expr);
+  if (end_ == std::end(frames_)) {
+    fail(expr, "Expression nested more than %s operations deep.",
+         Value::string(string_printf("%d", EXPR_NESTING_MAX)));
+    return Step::end;
+  }
+  if (!first)
+    return fail(expr, "Empty expression.");
+  if (first->type != NODE_STRING)
+    return fail(expr, "Expression operation must be string.");
+  if (!operation)
+    return fail(expr, "Unknown expression operation: %s", first->value.string);
+  return fail(
+      expr, expr->child_count < operation->least ? operation->too_few : operation->too_many,
+      Value::string(string_printf("%zu", expr->child_count - 1)));
 }
 
 Step Evaluation::fail(const node *expr, const char *message, const char *detail) {

@@ -4,6 +4,7 @@
 
 #include "expr/value.hpp"
 
+#include <memory>
 #include <nodetree/expr.h>
 
 namespace nodetree {
@@ -13,17 +14,26 @@ struct Operation;
 
 // An operation that waits for the values of its operands.
 struct Frame {
+  Frame(node *array, const Operation &named, node *first)
+      : expr(array), operation(named), operand(first) {}
+
   node *expr;
-  const Operation *operation;
+  const Operation &operation;
   node *operand;         // the next one to be evaluated; NULL behind the last
   std::size_t index = 0; // of that operand
   node *at = nullptr;    // where a chain of paths has come to
   bool within = true;    // whether all numbers so far lie within the bounds
-  Value held[2] = {};    // values of earlier operands, or what has been made of them
+  Value held[2];         // values of earlier operands, or what has been made of them
+
+  void advance() {
+    operand = next_sibling(operand);
+    index++;
+  }
 };
 
-// What an operation does next: ask for its next operand, or end.
-enum class Step { more, value, failure };
+// What an operation does next: ask for its next operand, or end, with the whole evaluation
+// where that cannot go on.
+enum class Step { more, value, failure, end };
 
 // A part of an operation. `value` comes in as the value of the operand, if one was asked
 // for, and goes out as the operation's own with Step::value.
@@ -63,12 +73,6 @@ public:
   Step fail(const node *expr, const char *message, const char *detail = nullptr);
   Step fail(const node *expr, const char *message, Value &&detail);
 
-  // Fails the evaluation as a whole: no operation around this one goes on.
-  Step give_up() {
-    given_up_ = true;
-    return Step::failure;
-  }
-
   // Discards the message, also one that the caller has left in *error.
   void drop_message();
 
@@ -76,19 +80,19 @@ public:
   void report();
 
 private:
+  Step evaluate(node *expr, Value &value);
   Step enter(node *expr, Value &value);
-  Frame &top() { return frames_[depth_ - 1]; }
-  void pop();
+  Step refuse(const node *expr, const Operation *operation);
+  void pop() { std::destroy_at(--end_); }
 
   node *context_;
   char **error_;
-  bool given_up_ = false;
-  std::size_t depth_ = 0;
   const node *failed_ = nullptr;
   const char *message_ = nullptr;
   const char *detail_ = nullptr;
   Value kept_;
-  union { // the first depth_ of them are there
+  Frame *end_ = frames_; // of the operations under way
+  union {                // constructed as they are needed
     Frame frames_[EXPR_NESTING_MAX];
   };
 };

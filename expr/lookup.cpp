@@ -7,8 +7,8 @@ namespace {
 // A chain that cannot go on: "exists" and "length" do all the same.
 Step nothing_found(Evaluation &evaluation, Frame &frame, Value &value) {
   frame.at = nullptr;
-  return frame.operation->rescue ? frame.operation->finish(evaluation, frame, value)
-                                 : Step::failure;
+  return frame.operation.rescue ? frame.operation.finish(evaluation, frame, value)
+                                : Step::failure;
 }
 
 Step begin(Evaluation &evaluation, Frame &frame, Value &value) {
@@ -44,13 +44,13 @@ Step finish_get(Evaluation &, Frame &frame, Value &value) {
   return Step::value;
 }
 
-Step finish_path(Evaluation &evaluation, Frame &frame, Value &value) {
+Step finish_path(Evaluation &, Frame &frame, Value &value) {
   const node *found = target(frame);
   if (!found)
     return Step::failure;
   char *path = node_path(found);
   if (!path)
-    return evaluation.give_up();
+    return Step::end;
   value = Value::string(path);
   return Step::value;
 }

@@ -28,10 +28,9 @@ Step fail_to_compile(Evaluation &evaluation, const node *expr, int error, size_t
   PCRE2_UCHAR text[120];
   if (pcre2_get_error_message(error, text, sizeof text) < 0)
     std::memcpy(text, "Unknown", sizeof "Unknown");
-  if (error == PCRE2_ERROR_HEAP_FAILED)
-    evaluation.give_up();
-  return evaluation.fail(expr, "'regex' pattern invalid. Error at character %s",
-                         Value::string(string_printf("%zu: %s", offset, text)));
+  evaluation.fail(expr, "'regex' pattern invalid. Error at character %s",
+                  Value::string(string_printf("%zu: %s", offset, text)));
+  return error == PCRE2_ERROR_HEAP_FAILED ? Step::end : Step::failure;
 }
 
 Step match(Evaluation &evaluation, const Frame &frame, Value &value) {
@@ -47,7 +46,7 @@ Step match(Evaluation &evaluation, const Frame &frame, Value &value) {
     return fail_to_compile(evaluation, frame.expr, error, offset);
   const MatchData data(pcre2_match_data_create(0, nullptr));
   if (!data)
-    return evaluation.give_up();
+    return Step::end;
   value = Value::boolean(pcre2_match(code.get(), as_units(subject), std::strlen(subject), 0,
                                      0, data.get(), nullptr) >= 0);
   return Step::value;

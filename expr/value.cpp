@@ -51,7 +51,7 @@ bool Value::equals(const Value &other) const {
 }
 
 node *Value::to_node() const {
-  if (!content_.made) {
+  if (!is_made()) {
     node_ref(content_.found);
     return content_.found;
   }

@@ -15,27 +15,27 @@ public:
   Value() = default; // none, until it is assigned
   Value(Value &&other) noexcept : content_(std::exchange(other.content_, {})) {}
   Value &operator=(Value &&other) noexcept {
-    std::swap(content_, other.content_);
+    release();
+    content_ = std::exchange(other.content_, {});
     return *this;
   }
-  ~Value() {
-    if (content_.made && is_string())
-      std::free(content_.text);
-  }
+  ~Value() { release(); }
 
-  static Value found(node *n) { return Value({.type = n->type, .found = n}); }
+  static Value found(node *n) {
+    return Value({.type = n->type, .origin = Origin::found, .found = n});
+  }
   static Value boolean(bool truth) {
-    return Value({.type = NODE_BOOLEAN, .made = true, .boolean = truth});
+    return Value({.type = NODE_BOOLEAN, .origin = Origin::made, .boolean = truth});
   }
   static Value integer(std::int64_t number) {
-    return Value({.type = NODE_INTEGER, .made = true, .integer = number});
+    return Value({.type = NODE_INTEGER, .origin = Origin::made, .integer = number});
   }
   static Value real(double number) {
-    return Value({.type = NODE_REAL, .made = true, .real = number});
+    return Value({.type = NODE_REAL, .origin = Origin::made, .real = number});
   }
   // Takes over a text from malloc().
   static Value string(char *text) {
-    return Value({.type = NODE_STRING, .made = true, .text = text});
+    return Value({.type = NODE_STRING, .origin = Origin::allocated, .text = text});
   }
 
   node_type type() const { return content_.type; }
@@ -44,14 +44,14 @@ public:
 
   // What a value of the kind holds.
   bool boolean() const {
-    return content_.made ? content_.boolean : content_.found->value.boolean;
+    return is_made() ? content_.boolean : content_.found->value.boolean;
   }
   std::int64_t integer() const {
-    return content_.made ? content_.integer : content_.found->value.integer;
+    return is_made() ? content_.integer : content_.found->value.integer;
   }
-  double real() const { return content_.made ? content_.real : content_.found->value.real; }
+  double real() const { return is_made() ? content_.real : content_.found->value.real; }
   const char *string() const {
-    return content_.made ? content_.text : content_.found->value.string;
+    return is_made() ? content_.text : content_.found->value.string;
   }
 
   // The truth of a value, as expr_coerce_bool() has it.
@@ -61,10 +61,13 @@ public:
   // A new node, or a reference to the one that was found. NULL when memory runs out.
   node *to_node() const;
 
+  bool is_made() const { return content_.origin != Origin::found; }
+
 private:
+  enum class Origin : unsigned char { found, made, allocated };
   struct Content {
     node_type type = NODE_NULL;
-    bool made = false;
+    Origin origin = Origin::found;
     union {
       node *found = nullptr;
       bool boolean;
@@ -74,6 +77,11 @@ private:
     };
   };
   explicit Value(Content content) : content_(content) {}
+
+  void release() {
+    if (content_.origin == Origin::allocated)
+      std::free(content_.text);
+  }
 
   Content content_;
 };

@@ -72,7 +72,7 @@ class Pages(unittest.TestCase):
     def test_operators_and_messages_are_documented(self):
         text = re.sub(r"\s+", " ", page("nodetree-expressions.7"))
         source = "".join(path.read_text() for path in pathlib.Path(SOURCE, "expr").glob("*.cpp"))
-        operators = set(re.findall(r'\{word\("(\w+)"\)', source))
+        operators = set(re.findall(r'\{"(\w+)", \w+_operation\}', source))
         self.assertEqual(set(re.findall(r'\["(\w+)"', text)) - {"sum"}, operators)
         literals = re.findall(r'"(?:[^"\\\n]|\\.)*"(?:\s+"(?:[^"\\\n]|\\.)*")*', source)
         messages = [re.sub(r'"\s+"', "", literal)[1:-1] for literal in literals]
