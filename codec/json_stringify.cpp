@@ -173,7 +173,8 @@ char *json_stringify(const node *n, bool compact) {
   yajl_gen generator = owner.start(output, compact);
   if (!generator)
     return nullptr;
-  ExpandingWalk walk(const_cast<node *>(n), true);
+  Links links;
+  ExpandingWalk walk(const_cast<node *>(n), true, links);
   const char *failure = nullptr;
   {
     CNumericLocale locale;

@@ -13,7 +13,7 @@ namespace {
 class Encoding {
 public:
   Encoding(const node *top, mpack_writer_t *writer)
-      : walk_(const_cast<node *>(top), true), writer_(writer) {}
+      : walk_(const_cast<node *>(top), true, links_), writer_(writer) {}
 
   // Whether all of it has a form in MessagePack.
   bool run() {
@@ -87,6 +87,7 @@ private:
     std::free(path);
   }
 
+  Links links_;
   ExpandingWalk walk_;
   mpack_writer_t *writer_;
   bool complete_ = true;

@@ -42,9 +42,10 @@
  * 11. Cost. A function whose comment names no cost takes constant time, apart from copying
  *     the texts it is given. n is the number of children, elements or bytes at hand.
  * 12. Links. Every operation that follows link nodes ends. A link whose path passes through
- *     itself does not resolve; nor does one whose path needs another link's target first,
- *     which needs another's, and so on through more than 256. One call follows at most
- *     1,000,000 links that it comes to through other links.
+ *     itself does not resolve. Chains of links and paths through other links cost time in
+ *     proportion to the links. What fans out is limited: one call enters at most 10,000,000
+ *     nodes inside targets that it comes to through other links. A glob lookup counts its
+ *     ".." behind a "*", and what it enters behind two of them, as well.
  */
 #ifndef NODETREE_H
 #define NODETREE_H

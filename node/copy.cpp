@@ -39,15 +39,14 @@ node *add_copy(node *container, const node *place, const node *n) {
 
 } // namespace
 
-node *copy_tree(const node *n, int links, Links *account) {
-  if (!n)
-    return nullptr;
-  ExpandingWalk walk(const_cast<node *>(n), links == 1, account);
+bool copy_tree(const node *n, int links, Links &account, std::size_t behind, node *&copy) {
+  copy = nullptr;
+  ExpandingWalk walk(const_cast<node *>(n), links == 1, account, behind);
   NodeOwner top;
   node *container = nullptr;
   for (; walk.step() != ExpandingWalk::Step::done; walk.advance()) {
     if (walk.step() == ExpandingWalk::Step::failed)
-      return nullptr;
+      return false;
     if (container && walk.step() == ExpandingWalk::Step::leave)
       container = container->parent;
     if (walk.step() != ExpandingWalk::Step::enter)
@@ -57,21 +56,26 @@ node *copy_tree(const node *n, int links, Links *account) {
     if (left_out)
       continue;
 
-    node *copy = add_copy(container, walk.place(), at);
-    if (!copy)
-      return nullptr;
+    node *added = add_copy(container, walk.place(), at);
+    if (!added)
+      return false;
     if (!container)
-      top.reset(copy);
-    if (is_container(copy))
-      container = copy;
+      top.reset(added);
+    if (is_container(added))
+      container = added;
   }
-  return top.release();
+  copy = top.release();
+  return true;
 }
 
 } // namespace nodetree
 
 node *node_copy(const node *n, int links) {
-  return copy_tree(n, links, nullptr);
+  Links account;
+  node *copy = nullptr;
+  if (n)
+    copy_tree(n, links, account, 0, copy);
+  return copy;
 }
 
 node *node_clone(const node *n) {

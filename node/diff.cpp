@@ -1,12 +1,28 @@
 #include "node/expand.hpp"
 
 #include <charconv>
-#include <functional>
 
 using namespace nodetree;
 
 namespace nodetree {
 namespace {
+
+// What the comparison of two nodes comes to. When it is known, `entry` shows the difference
+// in a result; it is NULL where they do not differ.
+struct Outcome {
+  enum Kind { known, inside, failed } kind; // inside: it goes on with their children
+  node *entry;
+};
+
+constexpr Outcome equal{Outcome::known, nullptr};
+constexpr Outcome failed{Outcome::failed, nullptr};
+
+// A node that may be NULL only when memory has run out.
+Outcome made(node *entry) {
+  return {entry ? Outcome::known : Outcome::failed, entry};
+}
+
+constexpr std::size_t never = SIZE_MAX;
 
 // Two containers of one kind under comparison. Children of `to` come first, then those that
 // only `from` has; in arrays both lists end together, at the longer one's end.
@@ -17,82 +33,75 @@ struct Pair {
   const node *to_child;
   size_t position;
   const char
-      *key;     // of this pair's entry in the result above; NULL for the top and in arrays
-  node *result; // NULL until something differs
-  bool through_links;
+      *key;      // of this pair's entry in the result above; NULL for the top and in arrays
+  node *result;  // NULL until something differs
+  size_t behind; // so many links led here
+  bool by_link;  // the last of them to this pair itself
+  size_t assumed; // the assumptions that were there before
+  size_t lowest;  // the outermost level of a pair that was met again inside this one
+  bool lacking;   // something that differs, or may differ, is not in the result
 };
 
-// The pairs of link targets whose comparison is going on.
-struct LinkPair {
-  avl_node entry;
-  const node *from;
-  const node *to;
+// What is known of two containers that were come to through links. A pair of links met again
+// inside its own comparison counts as equal, so two can be found equal on the assumption
+// that an outer pair is, whose comparison goes on.
+struct Comparison {
+  enum State { unknown, comparing, finished } state;
+  size_t level;           // on the stack: of this pair, or of the outermost one assumed
+  const node *difference; // in the result; NULL where they are equal
 };
-
-int compare_link_pairs(const void *key, const void *held_key, void *) {
-  const auto *a = static_cast<const LinkPair *>(key);
-  const auto *b = static_cast<const LinkPair *>(held_key);
-  if (a->from != b->from)
-    return std::less<>()(a->from, b->from) ? -1 : 1;
-  return a->to == b->to ? 0 : std::less<>()(a->to, b->to) ? -1 : 1;
-}
-
-// Adds an entry to the result of a pair, which is made with the first one. What cannot be
-// added is released.
-void add_entry(Pair &pair, const char *key, node *entry) {
-  if (!entry)
-    return;
-  if (!pair.result)
-    pair.result = node_new_object();
-  char position[24];
-  if (!key) {
-    *std::to_chars(position, position + sizeof position - 1, pair.position).ptr = '\0';
-    key = position;
-  }
-  if (!node_object_add(pair.result, key, entry))
-    node_free(entry);
-}
 
 class Difference {
 public:
-  Difference() { avl_init(&comparing_, compare_link_pairs, false, nullptr); }
-  Difference(const Difference &) = delete;
-  Difference &operator=(const Difference &) = delete;
-
-  node *run(const node *from, const node *to) {
-    node *entry = nullptr;
-    if (!compare(from, to, nullptr, entry))
-      return entry;
-    while (!pairs_.empty()) {
-      if (step())
-        continue;
-      Pair done = pairs_.back();
-      pairs_.pop();
-      if (done.through_links)
-        forget(done);
-      if (pairs_.empty())
-        return done.result;
-      add_entry(pairs_.back(), done.key, done.result);
-      pairs_.back().position++;
-    }
-    return nullptr;
-  }
+  node *run(const node *from, const node *to);
 
 private:
   bool step();
   bool step_object(Pair &pair);
   bool step_array(Pair &pair);
   void settle(const node *from, const node *to, const char *key);
-  bool compare(const node *from, const node *to, const char *key, node *&entry);
-  bool follow(const node *&from, const node *&to, bool behind, node *&entry);
-  bool note(const node *from, const node *to);
-  void forget(const Pair &pair);
+  void finish();
+  void remember(const Pair &done, const Outcome &outcome);
+  void settle_assumptions(size_t count, bool hold);
+  void add(const char *key, const node *to, Outcome outcome);
+  bool add_entry(Pair &pair, const char *key, node *entry);
+
+  Outcome compare(const node *from, const node *to, const char *key);
+  Outcome compare_links(node *from, node *to, const char *key);
+  Outcome enter(const node *from, const node *to, const char *key, bool by_link);
+  Outcome copy(const node *n, int links, size_t behind);
+  size_t behind() const { return pairs_.empty() ? 0 : pairs_.back().behind; }
 
   Links from_links_;
-  Links to_links_;
+  Links to_links_; // the limit on nodes is that of these
   Stack<Pair> pairs_;
-  avl_tree comparing_;
+  AddressTable<Comparison> comparisons_;
+  Stack<Address> assumptions_; // the pairs found equal on assumptions
+  bool entries_lost_ = false;
 };
+
+// The spare node is what can still be given when nothing else can.
+node *Difference::run(const node *from, const node *to) {
+  NodeOwner spare(node_new_null());
+  if (!spare)
+    return nullptr;
+  Outcome outcome = compare(from, to, nullptr);
+  if (outcome.kind == Outcome::failed)
+    outcome = copy(to, 1, 0);
+  if (outcome.kind == Outcome::failed)
+    return spare.release();
+  if (outcome.kind == Outcome::known)
+    return outcome.entry;
+  for (;;) {
+    if (step())
+      continue;
+    if (pairs_.size() == 1)
+      break;
+    finish();
+  }
+  const Pair &top = pairs_.back();
+  return !top.result && top.lacking ? spare.release() : top.result;
+}
 
 // Deals with the next children of the innermost pair: false when there are none.
 bool Difference::step() {
@@ -109,7 +118,7 @@ bool Difference::step_object(Pair &pair) {
   if (const node *child = pair.from_child) {
     pair.from_child = next_sibling(child);
     if (!node_object_get(pair.to, child->key))
-      add_entry(pair, child->key, node_new_null());
+      add(child->key, nullptr, made(node_new_null()));
     return true;
   }
   return false;
@@ -129,95 +138,153 @@ bool Difference::step_array(Pair &pair) {
 // Adds the entry of two children, one of which may be missing, to the innermost pair, or
 // makes them the innermost pair.
 void Difference::settle(const node *from, const node *to, const char *key) {
-  node *entry = nullptr;
+  Outcome outcome = equal;
   if (!from)
-    entry = copy_tree(to, 1, &to_links_);
+    outcome = copy(to, 1, behind());
   else if (!to)
-    entry = node_new_null();
-  else if (compare(from, to, key, entry))
+    outcome = made(node_new_null());
+  else if (behind() > 1 && !to_links_.visit())
+    outcome = failed;
+  else
+    outcome = compare(from, to, key);
+  if (outcome.kind == Outcome::inside)
     return;
-  add_entry(pairs_.back(), key, entry);
+  add(key, to, outcome);
   pairs_.back().position++;
 }
 
-// Whether the comparison of two nodes goes on as the innermost pair; otherwise `entry` is
-// its result.
-bool Difference::compare(const node *from, const node *to, const char *key, node *&entry) {
-  bool through_links = false;
-  // Two chains of links in a circle come back to any pair on it; see Links::resolve().
-  const node *seen_from = from;
-  const node *seen_to = to;
-  for (size_t steps = 1, limit = 2; from->type == to->type; steps++) {
-    if (from->diff_hash != 0 && from->diff_hash == to->diff_hash)
-      return false;
-    if (from->type == NODE_LINK) {
-      bool behind = through_links || comparing_.count > 0;
-      if (!follow(from, to, behind, entry) || (from == seen_from && to == seen_to))
-        return false;
-      if (steps == limit) {
-        seen_from = from;
-        seen_to = to;
-        limit *= 2;
-      }
-      through_links = true;
-      continue;
-    }
-    if (!is_container(from)) {
-      entry = node_equals(from, to) ? nullptr : node_clone(to);
-      return false;
-    }
-    if (through_links && !note(from, to))
-      return false;
-    Pair pair{from, to, first_child(from), first_child(to), 0, key, nullptr, through_links};
-    if (pairs_.push(pair))
-      return true;
-    if (through_links)
-      forget(pair);
-    return false;
-  }
-  entry = copy_tree(to, 1, &to_links_);
-  return false;
+// Ends the innermost pair, which is not the only one.
+void Difference::finish() {
+  const Pair done = pairs_.back();
+  pairs_.pop();
+  Outcome outcome = failed;
+  if (done.result || !done.lacking)
+    outcome = {Outcome::known, done.result};
+  remember(done, outcome);
+  add(done.key, done.to, outcome);
+  pairs_.back().position++;
 }
 
-// Replaces two links by their targets: false when that settles the matter.
-bool Difference::follow(const node *&from, const node *&to, bool behind, node *&entry) {
-  const node *from_target = from_links_.follow(from, behind);
-  const node *to_target = to_links_.follow(to, behind);
-  if (from_links_.exhausted() || to_links_.exhausted())
-    return false;
-  if (!from_target || !to_target) {
-    if (to_target)
-      entry = copy_tree(to_target, 1, &to_links_);
-    else if (from_target)
-      entry = node_new_null();
-    return false;
-  }
-  from = from_target;
-  to = to_target;
-  return true;
+// A difference lasts where nothing was met again inside of it: then nothing can be in any
+// other place. Without memory for a note the pair is only compared again.
+void Difference::remember(const Pair &done, const Outcome &outcome) {
+  const size_t level = pairs_.size();
+  const bool is_equal = outcome.kind == Outcome::known && !outcome.entry;
+  const size_t lowest = is_equal && done.lowest >= level ? never : done.lowest;
+  pairs_.back().lowest = std::min(pairs_.back().lowest, lowest);
+  if (!is_equal || lowest == never)
+    settle_assumptions(done.assumed, is_equal);
+  if (done.behind == 0)
+    return;
+  const Address key{done.from, done.to};
+  Comparison *note = comparisons_.find(key);
+  const bool is_outer = note && note->state == Comparison::comparing && !done.by_link;
+  const bool lasting = outcome.kind == Outcome::known && lowest == never;
+  if (is_outer || (!note && !is_equal && !lasting) || !(note = comparisons_.add(key)))
+    return;
+  *note = {};
+  if (lasting || (is_equal && assumptions_.push(key)))
+    *note = {Comparison::finished, lowest, outcome.entry};
 }
 
-// False when the pair is being compared already, or there is no memory to note it.
-bool Difference::note(const node *from, const node *to) {
-  auto *pair = static_cast<LinkPair *>(std::malloc(sizeof(LinkPair)));
-  if (!pair)
-    return false;
-  pair->from = from;
-  pair->to = to;
-  pair->entry.key = pair;
-  if (avl_insert(&comparing_, &pair->entry) == 0)
+// The comparison on which the last assumptions rest has ended.
+void Difference::settle_assumptions(size_t count, bool hold) {
+  for (; assumptions_.size() > count; assumptions_.pop()) {
+    Comparison *note = comparisons_.find(assumptions_.back());
+    *note = {hold ? Comparison::finished : Comparison::unknown, never, nullptr};
+  }
+}
+
+// Adds an entry to the innermost pair. What is not known is shown as a copy of `to`, or as
+// null where not even that can be made.
+void Difference::add(const char *key, const node *to, Outcome outcome) {
+  Pair &pair = pairs_.back();
+  if (outcome.kind == Outcome::failed && to)
+    outcome = copy(to, 1, behind());
+  if (outcome.kind == Outcome::failed)
+    outcome = made(node_new_null());
+  if (outcome.kind == Outcome::failed ||
+      (outcome.entry && !add_entry(pair, key, outcome.entry)))
+    pair.lacking = true;
+}
+
+// The result is made with the first entry. What cannot be added is released.
+bool Difference::add_entry(Pair &pair, const char *key, node *entry) {
+  if (!pair.result)
+    pair.result = node_new_object();
+  char position[24];
+  if (!key) {
+    *std::to_chars(position, position + sizeof position - 1, pair.position).ptr = '\0';
+    key = position;
+  }
+  if (node_object_add(pair.result, key, entry))
     return true;
-  std::free(pair);
+  node_free(entry);
+  entries_lost_ = true;
   return false;
 }
 
-void Difference::forget(const Pair &pair) {
-  LinkPair key{};
-  key.from = pair.from;
-  key.to = pair.to;
-  avl_node *entry = avl_find(&comparing_, &key);
-  avl_delete(&comparing_, entry);
-  std::free(const_cast<void *>(entry->key));
+Outcome Difference::copy(const node *n, int links, size_t behind) {
+  Outcome outcome = equal;
+  if (!copy_tree(n, links, to_links_, behind, outcome.entry))
+    return failed;
+  return outcome;
+}
+
+// With `inside` the two have become the innermost pair.
+Outcome Difference::compare(const node *from, const node *to, const char *key) {
+  if (from->type != to->type)
+    return copy(to, 1, behind());
+  if (from->diff_hash != 0 && from->diff_hash == to->diff_hash)
+    return equal;
+  if (from->type == NODE_LINK)
+    return compare_links(const_cast<node *>(from), const_cast<node *>(to), key);
+  if (is_container(from))
+    return enter(from, to, key, false);
+  return node_equals(from, to) ? equal : copy(to, 0, behind());
+}
+
+// Two chains of links that are followed side by side come to a comparison of their ends when
+// they are equally long.
+Outcome Difference::compare_links(node *from, node *to, const char *key) {
+  const Links::End a = from_links_.end_of(from), b = to_links_.end_of(to);
+  if (from_links_.out_of_memory() || to_links_.out_of_memory())
+    return failed;
+  const bool together = a.at && a.steps == b.steps;
+  if (!b.at)
+    return together || a.steps > b.steps ? made(node_new_null()) : equal;
+  if (!together || a.at->type != b.at->type)
+    return copy(to, 1, behind());
+  if (b.at->type == NODE_LINK)
+    return equal; // both go in a circle
+  if (behind() > 0 && !to_links_.visit())
+    return failed;
+  if (!is_container(b.at) || (a.at->diff_hash != 0 && a.at->diff_hash == b.at->diff_hash))
+    return compare(a.at, b.at, key);
+  return enter(a.at, b.at, key, true);
+}
+
+// Makes two containers the innermost pair, unless what comes of it is known.
+Outcome Difference::enter(const node *from, const node *to, const char *key, bool by_link) {
+  Pair pair{from,  to,      first_child(from),  first_child(to), 0,
+            key,   nullptr, behind() + by_link, by_link,         assumptions_.size(),
+            never, false};
+  const Comparison *known = pair.behind > 0 ? comparisons_.find({from, to}) : nullptr;
+  if (known && known->difference && !entries_lost_)
+    return copy(known->difference, 0, pair.behind);
+  if (known && !known->difference &&
+      known->state >= (by_link ? Comparison::comparing : Comparison::finished)) {
+    pairs_.back().lowest = std::min(pairs_.back().lowest, known->level);
+    return equal;
+  }
+  Comparison *note = by_link ? comparisons_.add({from, to}) : nullptr;
+  if (by_link && !note)
+    return failed;
+  if (!pairs_.push(pair))
+    return failed;
+  if (note)
+    *note = {Comparison::comparing, pairs_.size() - 1, nullptr};
+  return {Outcome::inside, nullptr};
 }
 
 } // namespace

@@ -1,110 +1,91 @@
 #include "node/expand.hpp"
 
-#include <cstdint>
-
 namespace nodetree {
 namespace {
 
-int compare_addresses(const void *key, const void *held_key, void *) {
-  auto a = reinterpret_cast<std::uintptr_t>(key);
-  auto b = reinterpret_cast<std::uintptr_t>(held_key);
-  return (a > b) - (a < b);
+int compare_places(const void *key, const void *held_key, void *places) {
+  return static_cast<const Places *>(places)->compare(static_cast<const node *>(key),
+                                                      static_cast<const node *>(held_key));
 }
 
 } // namespace
 
-ExpandingWalk::ExpandingWalk(node *top, bool follow, Links *account)
-    : top_(top), walk_(top), follow_(follow), links_(account ? *account : own_links_) {
-  avl_init(&inside_, compare_addresses, false, nullptr);
+ExpandingWalk::ExpandingWalk(node *top, bool follow, Links &links, std::size_t behind)
+    : top_(top), walk_(top), follow_(follow), links_(links), behind_(behind) {
+  avl_init(&inside_, compare_places, false, &links.places());
   settle();
 }
 
 ExpandingWalk::~ExpandingWalk() {
-  auto *anchor = reinterpret_cast<avl_node *>(&inside_);
-  for (avl_node *entry = inside_.next; entry != anchor;) {
-    avl_node *next = entry->next;
-    std::free(entry);
-    entry = next;
-  }
+  for (; !outer_.empty(); outer_.pop())
+    std::free(outer_.back().inside);
 }
 
 void ExpandingWalk::settle_among_links() {
-  while (walk_.done() && !outer_.empty())
-    leave_link();
-  if (walk_.done()) {
+  while (walk_.done() && !outer_.empty()) {
+    walk_ = Walk(outer_.back().top, outer_.back().link);
+    pop_outer();
+  }
+  if (walk_.done())
     step_ = Step::done;
-  } else if (!walk_.entering()) {
+  else if (!walk_.entering())
     step_ = Step::leave;
-    if (noting_)
-      forget(walk_.at());
-  } else if (follow_ && walk_.at()->type == NODE_LINK) {
-    enter_link();
-  } else {
-    bool noted = !noting_ || !is_container(walk_.at()) || note(walk_.at());
-    step_ = noted ? Step::enter : Step::failed;
-  }
+  else
+    arrive(follow_ && walk_.at()->type == NODE_LINK ? enter_link() : Step::enter);
 }
 
-void ExpandingWalk::enter_link() {
-  node *link = walk_.at();
-  node *target = links_.resolve(link, !outer_.empty());
-  step_ = Step::failed;
-  if (links_.exhausted())
-    return;
-  if (!target || target->type == NODE_LINK) {
-    step_ = target ? Step::circular : Step::dangling;
-    return;
-  }
-  Outer outer{walk_.top(), link, target->parent};
+void ExpandingWalk::arrive(Step step) {
+  step_ = behind_ > 1 && !links_.visit() ? Step::failed : step;
+}
+
+ExpandingWalk::Step ExpandingWalk::enter_link() {
+  Outer outer{walk_.top(), walk_.at(), nullptr};
+  node *target = links_.resolve(outer.link);
+  if (!target)
+    return links_.out_of_memory() ? Step::failed : Step::dangling;
+  if (target->type == NODE_LINK)
+    return Step::circular;
   if (is_container(target)) {
-    node *none = nullptr;
-    if (!noting_ && !note_upward(link->parent, none))
-      return;
-    noting_ = true;
-    if (avl_find(&inside_, target)) {
-      step_ = Step::circular;
-      return;
-    }
-    if (!note_upward(target->parent, outer.noted_above))
-      return;
+    Step step = enter_container(outer, target);
+    if (step != Step::enter)
+      return step;
   }
-  if (!outer_.push(outer))
-    return;
+  if (!outer_.push(outer)) {
+    if (outer.inside)
+      avl_delete(&inside_, outer.inside);
+    std::free(outer.inside);
+    return Step::failed;
+  }
   walk_ = Walk(target);
-  settle();
+  behind_++;
+  return Step::enter;
 }
 
-void ExpandingWalk::leave_link() {
-  Outer outer = outer_.back();
-  for (node *n = walk_.top()->parent; n != outer.noted_above; n = n->parent)
-    forget(n);
-  walk_ = Walk(outer.top, outer.link);
+ExpandingWalk::Step ExpandingWalk::enter_container(Outer &outer, const node *target) {
+  Places &places = links_.places();
+  const node *home = outer.link->parent;
+  if (!places.note(home) || !places.note(target))
+    return Step::failed;
+  // What a container holds follows it in the order of places without a gap.
+  const avl_node *next = avl_find_greaterequal(&inside_, target);
+  if (places.holds(target, home) ||
+      (next && places.holds(target, static_cast<const node *>(next->key))))
+    return Step::circular;
+  outer.inside = static_cast<avl_node *>(std::malloc(sizeof(avl_node)));
+  if (!outer.inside)
+    return Step::failed;
+  outer.inside->key = home;
+  avl_insert(&inside_, outer.inside);
+  return Step::enter;
+}
+
+void ExpandingWalk::pop_outer() {
+  if (avl_node *inside = outer_.back().inside) {
+    avl_delete(&inside_, inside);
+    std::free(inside);
+  }
   outer_.pop();
-}
-
-// The set of noted containers is closed upwards, so the first one met ends the way up.
-bool ExpandingWalk::note_upward(node *container, node *&noted_above) {
-  node *n = container;
-  for (; n && !avl_find(&inside_, n); n = n->parent)
-    if (!note(n))
-      return false;
-  noted_above = n;
-  return true;
-}
-
-bool ExpandingWalk::note(const node *container) {
-  auto *entry = static_cast<avl_node *>(std::malloc(sizeof(avl_node)));
-  if (!entry)
-    return false;
-  entry->key = container;
-  avl_insert(&inside_, entry);
-  return true;
-}
-
-void ExpandingWalk::forget(const node *container) {
-  avl_node *entry = avl_find(&inside_, container);
-  avl_delete(&inside_, entry);
-  std::free(entry);
+  behind_--;
 }
 
 } // namespace nodetree

@@ -16,8 +16,8 @@ class ExpandingWalk {
 public:
   enum class Step { enter, leave, dangling, circular, failed, done };
 
-  // A walk that is a part of a call which follows links itself does so on its account.
-  ExpandingWalk(node *top, bool follow, Links *account = nullptr);
+  // `behind` is the number of links that led to `top` already.
+  ExpandingWalk(node *top, bool follow, Links &links, std::size_t behind = 0);
   ExpandingWalk(const ExpandingWalk &) = delete;
   ExpandingWalk &operator=(const ExpandingWalk &) = delete;
   ~ExpandingWalk();
@@ -45,58 +45,72 @@ public:
 
   // Advances without visiting the children of the node that was just entered.
   void pass() {
-    if (noting_ && is_container(walk_.at()))
-      forget(walk_.at());
     walk_.pass();
     settle();
+  }
+
+  // Goes on inside the target of the link that was just entered as a leaf.
+  void follow_link() { arrive(enter_link()); }
+
+  // Ends the walk and gives every container that it was inside of to `visit`.
+  template <class Visit>
+  void give_up(Visit visit) {
+    for (node *at = walk_.at(), *top = walk_.top();; pop_outer()) {
+      for (; at != top; at = at->parent)
+        visit(at->parent);
+      if (outer_.empty())
+        return;
+      at = outer_.back().link;
+      top = outer_.back().top;
+    }
   }
 
   // Why the step is `circular` or `failed`.
   const char *reason() const {
     if (step_ == Step::circular)
       return "a link leads back into itself";
-    return links_.exhausted() ? "too many links" : "out of memory";
+    return links_.exhausted() ? "links lead to too many nodes" : "out of memory";
   }
 
 private:
-  // Where to go on after the target that the walk is in, and the nearest ancestor of that
-  // target that was noted before.
+  // Where to go on after the target that the walk is in, and, when that is a container, the
+  // link's own container among `inside_`.
   struct Outer {
     node *top;
     node *link;
-    node *noted_above;
+    avl_node *inside;
   };
 
   // Derives the step from where the walk is now, which in a tree without links says it all.
   void settle() {
-    if (walk_.done() || noting_ || (follow_ && walk_.at()->type == NODE_LINK))
+    if (walk_.done() || behind_ > 1 || (follow_ && walk_.at()->type == NODE_LINK))
       settle_among_links();
     else
       step_ = walk_.entering() ? Step::enter : Step::leave;
   }
 
   void settle_among_links();
-  void enter_link();
-  void leave_link();
-  bool note(const node *container);
-  bool note_upward(node *container, node *&noted_above);
-  void forget(const node *container);
+  void arrive(Step step);
+  Step enter_link();
+  Step enter_container(Outer &outer, const node *target);
+  void pop_outer();
 
   node *top_;
   Walk walk_;
   bool follow_;
   Step step_ = Step::enter;
-  Links own_links_;
   Links &links_;
+  std::size_t behind_;
   Stack<Outer> outer_;
-  // The containers that the walk is inside of and all their ancestors, by address; kept
-  // from the first link to a container on.
+  // The containers of the links that the walk is behind, in the order of Places. They
+  // differ: a target that held an earlier link's container would be circular.
   avl_tree inside_;
-  bool noting_ = false;
 };
 
-// node_copy() as a part of a call with that account.
-node *copy_tree(const node *n, int links, Links *account);
+// node_copy() as a part of a call, of a node that so many links have led to already: false
+// when memory runs out or the links lead to too many nodes. `copy` is NULL then, and where
+// there is nothing to be copied.
+bool copy_tree(const node *n, int links, Links &account, std::size_t behind, node *&copy);
 
 } // namespace nodetree
 

@@ -15,7 +15,7 @@ namespace {
 class Matches {
 public:
   Matches(node *tree, const char *pattern)
-      : tree_(tree), complete_(lookup_glob(tree, pattern, nodes_)) {
+      : tree_(tree), complete_(lookup_distinct(tree, pattern, nodes_)) {
     for (void **n = nodes_; n && *n; n++)
       node_ref(static_cast<node *>(*n));
   }
@@ -27,19 +27,16 @@ public:
     std::free(nodes_);
   }
 
-  // False when memory or the links allowed have run out: there is no match to be had then.
+  // False when memory ran out: which nodes match cannot be told then.
   bool complete() const { return complete_; }
 
-  // The next match that is still below `root`, NULL at the end. The tree that is edited
-  // comes once, what holds it never.
+  // The next match that is still below `root`, NULL at the end. What holds the tree that is
+  // edited is passed over.
   node *next(const node *root) {
     while (nodes_ && nodes_[at_]) {
       auto *match = static_cast<node *>(nodes_[at_++]);
-      if (match == tree_ ? !tree_met_
-                         : is_inside(match, root) && !is_inside(tree_, match)) {
-        tree_met_ = tree_met_ || match == tree_;
+      if (match == tree_ || (is_inside(match, root) && !is_inside(tree_, match)))
         return match;
-      }
     }
     return nullptr;
   }
@@ -48,31 +45,33 @@ private:
   node *tree_;
   void **nodes_ = nullptr;
   bool complete_;
-  bool tree_met_ = false;
   size_t at_ = 0;
 };
 
-// The paths of dropped leaves, gathered to be appended to the caller's list at once.
+// The paths of dropped leaves, to be appended to the caller's list at once.
 class Removed {
 public:
-  explicit Removed(char ***list) : list_(list) {}
+  explicit Removed(bool wanted) : wanted_(wanted) {}
   Removed(const Removed &) = delete;
   Removed &operator=(const Removed &) = delete;
   ~Removed() {
-    if (!paths_.empty() && paths_.push(nullptr)) {
-      char **paths = paths_.take();
-      char **joined = sl_concat(*list_, paths);
-      if (joined)
-        *list_ = joined;
-      else
-        sl_free(paths);
-    }
     for (; !paths_.empty(); paths_.pop())
       std::free(paths_.back());
   }
 
+  // Without memory the list stays as it was.
+  void append_to(char **&list) {
+    if (paths_.empty() || !paths_.push(nullptr))
+      return;
+    char **paths = paths_.take();
+    if (char **joined = sl_concat(list, paths))
+      list = joined;
+    else
+      sl_free(paths);
+  }
+
   void add_leaves(node *top) {
-    if (!list_)
+    if (!wanted_)
       return;
     for (Walk walk(top); !walk.done(); walk.advance()) {
       if (is_container(walk.at()))
@@ -84,29 +83,26 @@ public:
   }
 
 private:
-  char ***list_;
+  bool wanted_;
   Stack<char *> paths_;
 };
 
-// Moves a match to the same path in `result`. What was kept there before is dropped where
-// the two do not go together.
-void keep(node *result, node *match, node *tree, Removed &removed) {
+// Moves a match to the same path in `result`, where it replaces what it does not go
+// together with.
+void keep(node *result, node *match, node *tree) {
   char **path = node_path_sl(match);
   node *place = node_lookup_create_sl(result, path);
   sl_free(path);
   if (!place)
     return;
-  auto add_leaves = [](node *replaced, void *list) {
-    static_cast<Removed *>(list)->add_leaves(replaced);
-  };
-  merge_contents(place, match, {add_leaves, &removed});
+  merge_contents(place, match);
   // The tree itself stays the caller's, whatever of it was taken.
   if (match != tree)
     node_free(match);
 }
 
 void include_matches(node *tree, char **patterns, Removed &removed) {
-  node result{}; // here, so that a want of memory cannot keep all that is to be dropped
+  node result{}; // here, so that dropping the rest cannot fail
   result.refcount = 1;
   make_container(&result, NODE_OBJECT);
   bool tree_taken = false;
@@ -117,7 +113,7 @@ void include_matches(node *tree, char **patterns, Removed &removed) {
       if (match == tree && tree_taken)
         continue;
       tree_taken = tree_taken || match == tree;
-      keep(&result, match, tree, removed);
+      keep(&result, match, tree);
     }
   }
   if (tree->type == NODE_OBJECT) {
@@ -160,5 +156,7 @@ void node_filter(node *tree, char **include, char **exclude, char ***removed) {
     include_matches(tree, include, dropped);
   if (!sl_empty(exclude))
     exclude_matches(tree, exclude, dropped);
+  if (removed)
+    dropped.append_to(*removed);
   node_unref(tree);
 }

@@ -1,7 +1,5 @@
 #include "node/glob.hpp"
 #include "node/links.hpp"
-#include "node/segments.hpp"
-#include "shared/stack.hpp"
 
 using namespace nodetree;
 
@@ -12,19 +10,17 @@ namespace {
 template <class Segments>
 class Glob {
 public:
-  // See lookup_glob().
+  // A distinct search meets each match once, and each container once with the same rest of
+  // the path, so that nothing multiplies.
+  explicit Glob(bool distinct) : distinct_(distinct) {}
+
+  // See lookup_distinct(); false also for a search that would enter too many nodes.
   bool run(const node *start, Segments path, void **&matches) {
-    node *at = const_cast<node *>(start);
     matches = nullptr;
-    if (!start || path.empty())
+    node *at = links_.begin(start, path);
+    if (!at)
       return true;
-    Segments behind_root = path;
-    std::string_view first;
-    if (behind_root.next(first) && first.empty()) {
-      at = links_.root(at);
-      path = behind_root;
-    }
-    if (!advance(at, path, false) || !expand() || links_.exhausted())
+    if (!advance(at, path, {}) || !expand() || links_.out_of_memory())
       return false;
     if (matches_.empty())
       return true;
@@ -35,16 +31,24 @@ public:
   }
 
 private:
+  // What led to a node besides descending: the same nodes can be met again behind each.
+  struct Turns {
+    bool expanded = false;       // behind a "*"
+    unsigned links = 0, ups = 0; // links followed, and ".." behind a "*"
+
+    bool multiply() const { return links > 1 || ups > 1; }
+  };
+
   struct Branch {
     node *child;
     Segments rest;
-    bool behind_link;
+    Turns turns;
   };
 
-  // The functions below give false only when memory runs out.
+  // The functions below give false when memory runs out or too many nodes are entered.
 
   bool expand() {
-    while (!branches_.empty() && !links_.exhausted()) {
+    while (!branches_.empty()) {
       Branch &branch = branches_.back();
       node *child = branch.child;
       if (!child) {
@@ -52,54 +56,89 @@ private:
         continue;
       }
       branch.child = next_sibling(child);
-      bool match = branch.rest.empty() || child->type == NODE_NULL;
-      if (!(match ? matches_.push(child) : advance(child, branch.rest, branch.behind_link)))
+      const Turns turns = branch.turns;
+      if (turns.multiply() && !visit())
+        return false;
+      bool is_match = branch.rest.empty() || child->type == NODE_NULL;
+      if (!(is_match ? match(child) : advance(child, branch.rest, turns)))
         return false;
     }
     return true;
   }
 
   // Goes along the path as far as the next "*", which becomes a branch, or to its end.
-  bool advance(node *at, Segments path, bool behind_link) {
+  bool advance(node *at, Segments path, Turns turns) {
     std::string_view segment;
     while (path.next(segment)) {
       if (at->type == NODE_LINK) {
-        at = links_.target_or_self(at, behind_link);
-        behind_link = true;
+        at = links_.target_or_self(at);
+        turns.links++;
+        turned_ = true;
       }
-      if (segment == "*" && is_container(at))
-        return branches_.push({first_child(at), path, behind_link});
-      if (segment == "..")
-        at = at->parent;
-      else if (segment != ".")
-        at = child_named(at, segment);
+      if (segment == "*" && is_container(at)) {
+        turns.expanded = true;
+        return branch(at, path, turns);
+      }
+      const bool up = turns.expanded && segment == "..";
+      turns.ups += up;
+      turned_ = turned_ || up;
+      if ((up || turns.links > 1) && !visit())
+        return false;
+      at = step(at, segment);
       if (!at)
         return true;
     }
-    return matches_.push(at);
+    return match(at);
   }
 
+  bool visit() { return distinct_ || links_.visit(); }
+
+  bool branch(node *container, Segments rest, const Turns &turns) {
+    if (distinct_ && turned_) {
+      auto added = entered_.add({container, rest.position()});
+      if (added != AddressSet::Result::added)
+        return added == AddressSet::Result::known;
+    }
+    return branches_.push({first_child(container), rest, turns});
+  }
+
+  // What was matched before the first turn is noted with the first match behind it.
+  bool match(node *n) {
+    if (distinct_ && turned_) {
+      for (; noted_ < matches_.size(); noted_++)
+        if (matched_.add({matches_[noted_]}) == AddressSet::Result::failed)
+          return false;
+      if (matched_.contains({n}))
+        return true;
+    }
+    return matches_.push(n);
+  }
+
+  bool distinct_;
+  bool turned_ = false; // from the first turn on a node can be met again
   Links links_;
   Stack<void *> matches_;
   Stack<Branch> branches_;
+  AddressSet matched_, entered_;
+  std::size_t noted_ = 0; // of the matches, in matched_
 };
 
 } // namespace
 
-bool lookup_glob(const node *start, const char *path, void **&matches) {
-  return Glob<TextSegments>().run(start, TextSegments(path), matches);
+bool lookup_distinct(const node *start, const char *path, void **&matches) {
+  return Glob<TextSegments>(true).run(start, TextSegments(path), matches);
 }
 
 } // namespace nodetree
 
 void **node_lookup_glob(const node *start, const char *path) {
   void **matches = nullptr;
-  lookup_glob(start, path, matches);
+  Glob<TextSegments>(false).run(start, TextSegments(path), matches);
   return matches;
 }
 
 void **node_lookup_glob_sl(const node *start, char **path) {
   void **matches = nullptr;
-  Glob<ListSegments>().run(start, ListSegments(path), matches);
+  Glob<ListSegments>(false).run(start, ListSegments(path), matches);
   return matches;
 }

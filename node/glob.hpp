@@ -5,9 +5,9 @@
 
 namespace nodetree {
 
-// node_lookup_glob() that tells a search without matches from one that was given up: false
-// when memory or the links allowed run out. `matches` is NULL in both cases.
-bool lookup_glob(const node *start, const char *path, void **&matches);
+// The nodes that node_lookup_glob() finds, each once, where it comes first. False when
+// memory runs out; `matches` is NULL then and for none.
+bool lookup_distinct(const node *start, const char *path, void **&matches);
 
 } // namespace nodetree
 

@@ -43,20 +43,107 @@ void fold(node *container, const node *child) {
   container->diff_hash = hash_sdbm(bytes, sizeof bytes, hash);
 }
 
-// The node at which the walk is has its hash: so has the link that led to it, and the
-// container that it stands in goes on.
-void finish(const ExpandingWalk &walk) {
-  node *place = walk.place();
-  if (place->diff_hash == 0)
-    place->diff_hash = walk.at()->diff_hash;
-  if (!walk.at_top())
-    fold(place->parent, place);
+// Prepares the hashes of one tree.
+class Hashing {
+public:
+  explicit Hashing(node *top) : top_(top), walk_(top, false, links_) {}
+
+  std::uint32_t run();
+
+private:
+  using Step = ExpandingWalk::Step;
+
+  bool is_known(const node *n) const { return n->diff_hash != 0 || zero_.contains({n}); }
+  void enter();
+  void enter_link();
+  const node *first_known(const node *link);
+  void finish(std::uint32_t hash);
+
+  node *top_;
+  Links links_;
+  ExpandingWalk walk_;
+  // What is known to have the hash 0, from the first link on.
+  AddressSet zero_;
+  bool out_of_memory_ = false;
+};
+
+std::uint32_t Hashing::run() {
+  for (;;) {
+    switch (out_of_memory_ ? Step::failed : walk_.step()) {
+    case Step::enter:
+      enter();
+      break;
+    case Step::leave:
+      finish(walk_.at()->diff_hash);
+      walk_.advance();
+      break;
+    case Step::dangling:
+    case Step::circular:
+      finish(0);
+      walk_.advance();
+      break;
+    case Step::failed:
+      walk_.give_up([](node *half_made) { half_made->diff_hash = 0; });
+      return 0;
+    case Step::done:
+      return top_->diff_hash;
+    }
+  }
 }
 
-// A walk that breaks off leaves half-made hashes behind; none is better.
-void drop_hashes(node *n) {
-  for (Walk walk(node_root(n)); !walk.done(); walk.advance())
-    walk.at()->diff_hash = 0;
+void Hashing::enter() {
+  node *at = walk_.at();
+  const bool known = is_known(at);
+  if (!known && at->type == NODE_LINK)
+    return enter_link();
+  if (!known && has_children(at))
+    return walk_.advance();
+  if (!known && !is_container(at))
+    at->diff_hash = hash_leaf(at);
+  finish(at->diff_hash);
+  walk_.pass();
+}
+
+// A hash on the way to the target counts, as the links that have it say what they led to.
+void Hashing::enter_link() {
+  const node *link = walk_.at();
+  walk_.follow_link();
+  if (walk_.step() == Step::circular || walk_.step() == Step::failed)
+    return;
+  const node *known = first_known(link);
+  out_of_memory_ = out_of_memory_ || links_.out_of_memory();
+  if (known && !out_of_memory_) {
+    finish(known->diff_hash);
+    walk_.pass();
+  }
+}
+
+// The first node on the chain of links whose hash is known; NULL for none. The links before
+// it have the hash 0 unless finish() gives them another.
+const node *Hashing::first_known(const node *link) {
+  for (const node *n = link; n; n = links_.follow(n)) {
+    if (is_known(n))
+      return n;
+    if (n->type != NODE_LINK)
+      return nullptr;
+    out_of_memory_ = zero_.add({n}) == AddressSet::Result::failed;
+    if (out_of_memory_)
+      return nullptr;
+  }
+  return nullptr;
+}
+
+// The node at which the walk is has its hash: so have the links that led to it, and the
+// container that it stands in goes on.
+void Hashing::finish(std::uint32_t hash) {
+  node *place = walk_.place();
+  for (node *n = place; hash != 0 && n && n->type == NODE_LINK && n->diff_hash == 0;
+       n = links_.follow(n))
+    n->diff_hash = hash;
+  if (hash == 0 && is_container(walk_.at()) && !zero_.empty())
+    zero_.add({walk_.at()}); // without memory it is only visited again
+  if (!walk_.at_top())
+    fold(place->parent, place);
 }
 
 } // namespace
@@ -73,26 +160,5 @@ uint32_t hash_sdbm(const void *data, size_t length, uint32_t seed) {
 uint32_t node_prepare_diff_hash(node *n) {
   if (!n)
     return 0;
-  if (n->diff_hash != 0)
-    return n->diff_hash;
-  ExpandingWalk walk(n, true);
-  while (walk.step() != ExpandingWalk::Step::done) {
-    if (walk.step() == ExpandingWalk::Step::failed) {
-      drop_hashes(n);
-      return 0;
-    }
-    bool descend = false;
-    if (walk.step() == ExpandingWalk::Step::enter) {
-      descend = walk.at()->diff_hash == 0 && has_children(walk.at());
-      if (walk.at()->diff_hash == 0 && !is_container(walk.at()))
-        walk.at()->diff_hash = hash_leaf(walk.at());
-    }
-    if (!descend)
-      finish(walk);
-    if (descend || walk.step() != ExpandingWalk::Step::enter)
-      walk.advance();
-    else
-      walk.pass();
-  }
-  return n->diff_hash;
+  return n->diff_hash != 0 ? n->diff_hash : Hashing(n).run();
 }

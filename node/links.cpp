@@ -3,12 +3,19 @@
 #include "node/wanted_key.hpp"
 #include "string/parse_int.hpp"
 
-#include <algorithm>
 #include <cstring>
 
 using namespace nodetree;
 
 namespace nodetree {
+namespace {
+
+constexpr std::size_t circular = SIZE_MAX;
+
+// A path that takes fewer steps, none of them along an array, costs no more than a note.
+constexpr std::size_t effort_noted = 8;
+
+} // namespace
 
 node *child_named(const node *container, std::string_view segment) {
   if (has_kind(container, NODE_OBJECT))
@@ -20,74 +27,103 @@ node *child_named(const node *container, std::string_view segment) {
   return node_array_get(container, static_cast<std::size_t>(position));
 }
 
-// The node where the link's path starts and the segments to apply to it; NULL for a path
-// that does not resolve, and when the limit is reached.
-node *Links::start(const node *link, bool behind, char **&rest) {
-  rest = link->value.link_path;
-  followed_ += behind;
-  if (exhausted() || !rest || !*rest)
-    return nullptr;
-  if (**rest == '\0') {
-    rest++;
-    return root(link);
-  }
-  return std::strcmp(*rest, "..") == 0 ? const_cast<node *>(link) : nullptr;
+node *Links::start(const node *link, ListSegments &path) {
+  path = ListSegments(link->value.link_path);
+  return leads_from_link(link->value.link_path) ? begin(link, path) : nullptr;
 }
 
-// A link whose target has to be known before the rest of another link's path goes on.
+// A link whose path, from there on, goes on behind the target of another.
 struct Links::Waiting {
   const node *link;
-  char **rest;
+  ListSegments path;
 };
 
-node *Links::follow(const node *link, bool behind) {
-  Waiting waiting[nesting_max];
-  std::size_t depth = 0;
-  char **rest = nullptr;
-  node *at = start(link, behind, rest);
-  while (at) {
-    if (!*rest) {
-      // The innermost link's target is reached: the path that waits for it goes on there.
-      if (depth == 0)
-        return at;
-      link = waiting[--depth].link;
-      rest = waiting[depth].rest;
-      at = child_named(at, *rest++);
-    } else if (std::strcmp(*rest, "..") == 0) {
-      at = at->parent;
-      rest++;
-    } else if (std::strcmp(*rest, ".") == 0) {
-      rest++;
-    } else if (at->type != NODE_LINK) {
-      at = child_named(at, *rest++);
-    } else {
-      auto needs_itself = [at](const Waiting &outer) { return outer.link == at; };
-      if (at == link || depth == nesting_max ||
-          std::any_of(waiting, waiting + depth, needs_itself))
+node *Links::follow(const node *link) {
+  if (out_of_memory_)
+    return nullptr;
+  if (const Note *known = notes_.find({link}))
+    return known->target;
+  Stack<Waiting> waiting;
+  ListSegments path(nullptr);
+  std::string_view segment;
+  node *at = start(link, path);
+  std::size_t effort = 0;
+  bool through_others = false;
+  for (;;) {
+    ListSegments here = path;
+    if (!at || !path.next(segment)) {
+      if ((through_others || effort >= effort_noted) && !settle(link, at))
         return nullptr;
-      waiting[depth++] = {link, rest};
+      if (waiting.empty())
+        return at;
+      link = waiting.back().link;
+      path = waiting.back().path;
+      waiting.pop();
+      path.next(segment);
+      at = at ? child_named(at, segment) : nullptr;
+    } else if (at->type != NODE_LINK || !names_child(segment)) {
+      effort += at->type == NODE_ARRAY ? effort_noted : 1;
+      at = step(at, segment);
+    } else if (const Note *known = notes_.find({at}); known || at == link) {
+      // A path that needs its own link's target leads nowhere.
+      node *target = known && !known->resolving ? known->target : nullptr;
+      at = target ? child_named(target, segment) : nullptr;
+    } else {
+      if (!wait(waiting, link, here))
+        return nullptr;
+      through_others = true;
       link = at;
-      at = start(link, true, rest);
+      at = start(link, path);
     }
   }
-  return nullptr;
 }
 
-node *Links::resolve(node *n, bool behind) {
-  // A chain in a circle comes back to any link on it. One is remembered for as many steps
-  // as have been taken before, which in the end is more than a round.
-  const node *remembered = n;
-  size_t steps = 0;
-  for (size_t limit = 2; n && n->type == NODE_LINK; steps++) {
-    n = follow(n, behind || steps > 0);
-    if (n == remembered)
+bool Links::settle(const node *link, node *target) {
+  Note *note = notes_.add({link});
+  if (note)
+    *note = {target, {nullptr, 0}, false};
+  out_of_memory_ = !note;
+  return note;
+}
+
+bool Links::wait(Stack<Waiting> &waiting, const node *link, ListSegments path) {
+  Note *note = notes_.add({link});
+  out_of_memory_ = !note || !waiting.push({link, path});
+  if (note)
+    note->resolving = true;
+  return !out_of_memory_;
+}
+
+// Along the chain as far as something is known, then the same way again to note its end.
+Links::End Links::end_of(node *link) {
+  End end{link, 0};
+  std::size_t noted = 0;
+  for (; end.at && end.at->type == NODE_LINK; noted++) {
+    const Note *known = notes_.find({end.at});
+    if (known && known->end.steps != 0) {
+      end = known->end;
       break;
-    if (steps == limit) {
-      remembered = n;
-      limit *= 2;
     }
+    node *target = follow(end.at);
+    if (noted == 0 && !(target && target->type == NODE_LINK) && !out_of_memory_)
+      return {target, 1};
+    Note *note = out_of_memory_ ? nullptr : notes_.add({end.at});
+    if (!note) {
+      out_of_memory_ = true;
+      return {nullptr, 0};
+    }
+    *note = {target, {end.at, circular}, false}; // which holds if it is met again
+    end.at = target;
   }
-  return n;
+  const std::size_t steps = end.steps;
+  for (node *at = link; noted > 0; noted--) {
+    Note *note = notes_.find({at});
+    note->end = {end.at, steps == circular ? circular : steps + noted};
+    if (at == link)
+      end.steps = note->end.steps;
+    at = note->target;
+  }
+  return end;
 }
 
 } // namespace nodetree

@@ -1,56 +1,91 @@
-// What all operations that follow links share: the steps of a lookup, and the limits that
-// end every resolution.
+// What all operations that follow links share: what links lead to, and the limit that ends
+// what fans out through them.
 #ifndef NODETREE_NODE_LINKS_HPP
 #define NODETREE_NODE_LINKS_HPP
 
 #include "node/node_internal.hpp"
-
-#include <string_view>
+#include "node/places.hpp"
+#include "node/segments.hpp"
+#include "shared/stack.hpp"
 
 namespace nodetree {
 
-// The child that a segment names in a container, NULL where there is none.
-node *child_named(const node *container, std::string_view segment);
+// Whether a link's path is of a form that resolves: from the root, or up from the link.
+inline bool leads_from_link(char **path) {
+  return path && *path && (**path == '\0' || std::strcmp(*path, "..") == 0);
+}
 
-// Follows links for one call of an operation. Links can fan out (the path or the target of
-// each leads through several others), so that even a small circle-free tree holds more ways
-// than there is time for; the number of links followed behind others is limited.
+// Follows links for one call of an operation, all of one tree. What costs more to find than
+// to note is noted: the ends of chains, and the targets of paths that are long or pass
+// through other links.
 class Links {
 public:
-  static constexpr std::size_t follow_max = 1000000;
-  // Links that wait for others, whose targets their paths pass through.
-  static constexpr std::size_t nesting_max = 256;
+  // A link can lead to many more, so that even a small tree without circles holds more ways
+  // than there is time for. So many nodes may be entered inside targets that were come to
+  // through two links or more.
+  static constexpr std::size_t visits_max = 10000000;
 
-  // The target of a link, which may be a link; NULL for what does not resolve. `behind` says
-  // that the link was come to through another.
-  node *follow(const node *link, bool behind = false);
+  // Where a chain of links ends: NULL where one dangles, a link where it goes in a circle,
+  // and behind how many links.
+  struct End {
+    node *at;
+    std::size_t steps;
+  };
 
-  // The node that is no link at the end of a chain of links; NULL where one of them does
-  // not resolve, and a link of the chain where it goes in a circle.
-  node *resolve(node *n, bool behind = false);
+  // The target of a link, which may be a link; NULL for what does not resolve and when
+  // memory runs out.
+  node *follow(const node *link);
+
+  // {NULL, 0} when memory runs out.
+  End end_of(node *link);
+
+  // The node that is no link at the end of a chain of links; else see End.
+  node *resolve(node *n) { return n->type == NODE_LINK ? end_of(n).at : n; }
 
   // The target of a link that resolves, otherwise the node itself.
-  node *target_or_self(node *n, bool behind = false) {
-    node *target = n->type == NODE_LINK ? follow(n, behind) : nullptr;
+  node *target_or_self(node *n) {
+    node *target = n->type == NODE_LINK ? follow(n) : nullptr;
     return target ? target : n;
   }
 
-  // The root of the tree that `n` belongs to. All nodes that one call meets are of one
-  // tree.
+  // The node at which a path begins, NULL for an empty path and for no node. What is left of an absolute
+  // path is relative to that.
+  template <class Segments>
+  node *begin(const node *start, Segments &path) {
+    if (!start || path.empty())
+      return nullptr;
+    return path.take_empty() ? root(start) : const_cast<node *>(start);
+  }
+
+  // Counts a node that was come to through two links or more: false beyond the limit.
+  bool visit() { return ++visits_ <= visits_max; }
+
+  bool out_of_memory() const { return out_of_memory_; }
+  bool exhausted() const { return visits_ > visits_max; }
+  Places &places() { return places_; }
+
+private:
+  struct Note {
+    node *target;
+    End end;        // 0 steps until it is known
+    bool resolving; // its path goes on behind another link's target
+  };
+  struct Waiting;
+
   node *root(const node *n) {
     if (!root_)
       root_ = node_root(n);
     return root_;
   }
+  node *start(const node *link, ListSegments &path);
+  bool settle(const node *link, node *target);
+  bool wait(Stack<Waiting> &waiting, const node *link, ListSegments path);
 
-  bool exhausted() const { return followed_ > follow_max; }
-
-private:
-  struct Waiting;
-  node *start(const node *link, bool behind, char **&rest);
-
-  std::size_t followed_ = 0;
+  AddressTable<Note> notes_;
+  Places places_;
+  std::size_t visits_ = 0;
   node *root_ = nullptr;
+  bool out_of_memory_ = false;
 };
 
 } // namespace nodetree

@@ -1,61 +1,32 @@
 #include "node/links.hpp"
-#include "node/segments.hpp"
-
-#include <cstring>
 
 using namespace nodetree;
 
 namespace nodetree {
 namespace {
 
-// Moves to the root when the path is absolute: false when that was the whole path, and for
-// an empty one, where `at` becomes NULL.
-template <class Segments>
-bool begin(Segments &path, std::string_view &segment, node *&at, Links &links) {
-  if (!path.next(segment)) {
-    at = nullptr;
-    return false;
-  }
-  if (!segment.empty())
-    return true;
-  at = links.root(at);
-  return path.next(segment);
-}
-
-node *step(node *at, std::string_view segment, Links &links) {
-  if (segment == "..")
-    return at->parent;
-  if (segment == ".")
-    return at;
-  return child_named(links.target_or_self(at), segment);
+// Plain lookups go through a link only where they go down from it.
+node *plain_step(node *at, std::string_view segment, Links &links) {
+  return step(names_child(segment) ? links.target_or_self(at) : at, segment);
 }
 
 template <class Segments>
 node *lookup(const node *start, Segments path) {
   Links links;
-  node *at = const_cast<node *>(start);
+  node *at = links.begin(start, path);
   std::string_view segment;
-  for (bool more = begin(path, segment, at, links); more && at; more = path.next(segment))
-    at = step(at, segment, links);
+  while (at && path.next(segment))
+    at = plain_step(at, segment, links);
   return at;
-}
-
-node *lenient_step(node *at, std::string_view segment, Links &links) {
-  at = links.target_or_self(at);
-  if (segment == "..")
-    return at->parent;
-  if (segment == ".")
-    return at;
-  return child_named(links.target_or_self(at), segment);
 }
 
 node *lenient_lookup(const node *start, char **list) {
   Links links;
-  node *at = const_cast<node *>(start);
   ListSegments path(list);
+  node *at = links.begin(start, path);
   std::string_view segment;
-  for (bool more = begin(path, segment, at, links); more && at; more = path.next(segment)) {
-    node *next = lenient_step(at, segment, links);
+  while (at && path.next(segment)) {
+    node *next = plain_step(links.target_or_self(at), segment, links);
     if (!next)
       break;
     at = next;
@@ -64,10 +35,7 @@ node *lenient_lookup(const node *start, char **list) {
 }
 
 node *creating_step(node *at, std::string_view segment, Links &links) {
-  node *holder = links.target_or_self(at);
-  if (segment == ".")
-    return holder;
-  node *found = segment == ".." ? holder->parent : child_named(holder, segment);
+  node *found = step(links.target_or_self(at), segment);
   if (found || at->type != NODE_OBJECT)
     return found;
 
@@ -80,9 +48,9 @@ node *creating_step(node *at, std::string_view segment, Links &links) {
 template <class Segments>
 node *lookup_create(node *start, Segments path) {
   Links links;
-  node *at = start;
+  node *at = links.begin(start, path);
   std::string_view segment;
-  for (bool more = begin(path, segment, at, links); more && at; more = path.next(segment))
+  while (at && path.next(segment))
     at = creating_step(at, segment, links);
   return at;
 }
@@ -108,9 +76,7 @@ node *node_try_lookup_sl(const node *start, char **path) {
 
 node *node_try_follow_link(const node *n) {
   char **path = node_get_link_path(n);
-  if (!path || !*path || (**path != '\0' && std::strcmp(*path, "..") != 0))
-    return nullptr;
-  return lenient_lookup(n, path);
+  return leads_from_link(path) ? lenient_lookup(n, path) : nullptr;
 }
 
 node *node_lookup_create(node *start, const char *path) {

@@ -10,23 +10,24 @@ namespace nodetree {
 namespace {
 
 // Makes the target a container of the kind, if it is none yet.
-void prepare_container(node *target, node_type kind, Replacing replacing) {
+void prepare_container(node *target, node_type kind) {
   if (target->type == kind)
     return;
-  replacing(target);
   node_clear(target);
   make_container(target, kind);
 }
 
-// The source's value, a text or list moved over from a source that goes away with this.
-void replace_scalar(node *target, node *source, Replacing replacing) {
+// The target gets the source's value, a text by moving it. It keeps its own when there is
+// no memory for a link's path, and when the source's kind is unknown.
+void replace_scalar(node *target, node *source) {
+  if (source->type > NODE_LINK)
+    return;
   char **path = nullptr;
   if (source->type == NODE_LINK) {
     path = sl_copy(source->value.link_path);
     if (!path && source->value.link_path)
       return;
   }
-  replacing(target);
   node_clear(target);
   target->type = source->type;
   target->value = source->value;
@@ -45,15 +46,15 @@ void move_element(node *array, node *child) {
 
 } // namespace
 
-void merge_contents(node *target, node *source, Replacing replacing) {
+void merge_contents(node *target, node *source) {
   if (!is_container(source)) {
-    replace_scalar(target, source, replacing);
+    replace_scalar(target, source);
     return;
   }
   // Two cursors: what is below source goes below target. A container that meets one of the
   // same key is entered, and consumed when it is empty, so that no stack is needed.
   node *top = source;
-  prepare_container(target, source->type, replacing);
+  prepare_container(target, source->type);
   for (;;) {
     node *child = first_child(source);
     if (!child) {
@@ -73,11 +74,11 @@ void merge_contents(node *target, node *source, Replacing replacing) {
     } else if (!present) {
       move_member(target, child);
     } else if (is_container(child)) {
-      prepare_container(present, child->type, replacing);
+      prepare_container(present, child->type);
       target = present;
       source = child;
     } else {
-      replace_scalar(present, child, replacing);
+      replace_scalar(present, child);
       node_free(child);
     }
   }

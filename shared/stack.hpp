@@ -19,6 +19,8 @@ public:
   ~Stack() { std::free(items_); }
 
   bool empty() const { return size_ == 0; }
+  std::size_t size() const { return size_; }
+  const T &operator[](std::size_t i) const { return items_[i]; }
   T &back() { return items_[size_ - 1]; }
   const T &back() const { return items_[size_ - 1]; }
   void pop() { size_--; }

@@ -58,6 +58,15 @@ TEST(Hash, IsCachedInEveryNodeAndStays) {
   EXPECT_EQ(node_object_get(t.get(), "new")->diff_hash, 0u);
 }
 
+TEST(Hash, OfALinkIsWhatItOrALinkOnTheWayKeeps) {
+  const tree t = make("{'a':'->/b','b':'->/c','c':'->/d','d':[1],'e':'->/a'}");
+  const uint32_t b = node_prepare_diff_hash(node_lookup(t.get(), "/b"));
+  EXPECT_EQ(node_object_get(t.get(), "c")->diff_hash, b) << "a link on the way has it too";
+  node_object_del(t.get(), "d");
+  EXPECT_EQ(node_prepare_diff_hash(node_lookup(t.get(), "/b")), b);
+  EXPECT_EQ(node_prepare_diff_hash(node_lookup(t.get(), "/e")), b);
+}
+
 TEST(Diff, HoldsWhatDiffers) {
   const struct {
     const char *from, *to, *difference, *prepared = difference;
@@ -133,28 +142,52 @@ tree links(size_t levels, size_t width, const char *leaf) {
 }
 
 TEST(DiffLimits, LinksThatFanOutComeToAnEnd) {
-  on_small_stack([] {
-    for (size_t levels : {8ul, to_the_limit ? 64ul : 9ul})
-      for (const char *leaf : {"1", "null"}) {
-        const tree from = links(levels, 2, leaf), to = links(levels, 2, "'new'");
-        for (int i = 0; levels == 64 && i < 1000; i++) // one limit for all of them
-          node_object_add(to.get(), ("m" + std::to_string(i)).c_str(), new_link("/0"));
-        const tree found(node_diff(from.get(), to.get()));
-        node *first = node_object_get(found.get(), "0");
-        size_t leaves = 0;
-        for (node *n = first; !node_iterate_end(first, n); n = node_iterate(n))
-          leaves += node_is_string(n);
-        EXPECT_TRUE(levels < 64 ? leaves == 1ul << levels : leaves <= 1000000) << leaves;
-        const std::string last = std::to_string(levels);
-        EXPECT_STREQ(node_get_string(node_object_get(found.get(), last.c_str())), "new");
-        EXPECT_EQ(node_prepare_diff_hash(node_object_get(from.get(), "0")) == 0,
-                  *leaf == 'n');
-      }
-    const tree broken_off = make("{'x':1}"); // hashed before the links use up their limit
-    node_merge(broken_off.get(), links(64, 2, "null").release());
-    EXPECT_EQ(node_prepare_diff_hash(broken_off.get()), 0u);
-    EXPECT_EQ(node_object_get(broken_off.get(), "x")->diff_hash, 0u);
-  });
+  for (const char *leaf : {"1", "null"}) {
+    const tree from = links(8, 2, leaf), to = links(8, 2, "'new'");
+    const tree found(node_diff(from.get(), to.get()));
+    node *first = node_object_get(found.get(), "0");
+    size_t leaves = 0;
+    for (node *n = first; !node_iterate_end(first, n); n = node_iterate(n))
+      leaves += node_is_string(n);
+    EXPECT_EQ(leaves, 256u);
+    EXPECT_EQ(node_prepare_diff_hash(node_object_get(from.get(), "0")) == 0, *leaf == 'n');
+  }
+  // Every way through these is another one, so that nothing found on one serves another.
+  const tree fan = fan_out(12), same = fan_out(12), none = make("{}");
+  EXPECT_EQ(diff(fan, same), "NULL");
+  if (!to_the_limit)
+    return;
+  const tree wide = links(8, 2, ("[0" + repeat(",'->/gone'", 100000) + "]").c_str());
+  const tree found(node_diff(none.get(), wide.get()));
+  EXPECT_EQ(show(node_object_get(found.get(), "0")), "null") << "what is not known differs";
+  EXPECT_EQ(show(node_object_get(found.get(), "8")), "[0]");
+  EXPECT_EQ(node_copy(wide.get(), 1), nullptr);
+}
+
+TEST(DiffLimits, WhatIsKnownIsNotComparedAgain) {
+  const size_t n = wide_count;
+  tree sides[2];
+  for (tree &side : sides) {
+    side = make("{'a':[],'nulls':[],'links':[],'none':[],'e':[],'s':{}}");
+    node *at = node_object_get(side.get(), "s");
+    for (size_t i = 0; i < n; i++) {
+      node_array_append(node_lookup(side.get(), "a"), node_new_integer(1));
+      node_array_append(node_lookup(side.get(), "nulls"), node_new_null());
+      node_array_append(node_lookup(side.get(), "links"), new_link("/a"));
+      node_array_append(node_lookup(side.get(), "none"), new_link("/nulls"));
+      node *below = node_new_object();
+      node_object_add(at, "s", below);
+      if (&side == &sides[1])
+        node_object_add(at, "l", new_link("/e"));
+      at = below;
+    }
+  }
+  node_merge(node_lookup(sides[0].get(), "a/7"), node_new_integer(2));
+  const tree found(node_diff(sides[0].get(), sides[1].get()));
+  EXPECT_EQ(node_object_get(found.get(), "links")->child_count, n);
+  EXPECT_EQ(show(node_lookup(found.get(), "links/0")), "{'7':1}");
+  EXPECT_EQ(show(node_lookup(found.get(), "s/s/l")), "[]");
+  EXPECT_NE(node_prepare_diff_hash(sides[0].get()), 0u);
 }
 
 TEST(DiffLimits, LinksThatLeadOnAndOnNeedNoStackAndLinearTime) {

@@ -11,7 +11,7 @@
  * Writing. Members and elements are written in their order, integers in the shortest form,
  * reals always as 64-bit floats, a link as the value it leads to in the end, a dangling link
  * as nil. Links that lead to each other in a circle or to a container that holds them, more
- * links than convention 12 allows and nodes of an unknown kind fail.
+ * nodes behind links than convention 12 allows and nodes of an unknown kind fail.
  *
  * Both work at any depth, and take memory in proportion to the bytes that have arrived,
  * whatever sizes those announce. Failures and what was left out are logged at LOG_ERR.

@@ -276,9 +276,11 @@ NODETREE_API node *node_lookup_sl(const node *start, char **path);
 
 /* The target of a link: its path looked up from the root when it begins with "", from the
    link when it begins with ".." (which leads to the link's own container). NULL for any
-   other path, a non-link, a target that does not exist, and a path that passes through the
-   link itself. A target that is a link, even the same one, is returned as the link. Costs a
-   lookup, and the depth of the tree for a path from the root. */
+   other path, a non-link, a target that does not exist, a path that passes through the link
+   itself, and when memory runs out, of which only paths through other links and long ones
+   need some. A target that is a link, even the same one, is returned as the link. Costs a
+   lookup of its path and of those of the links that it passes through, and the depth of the
+   tree for a path from the root. */
 NODETREE_API node *node_follow_link(const node *n);
 
 /* The lenient lookup: where a step fails, the last node reached before it; NULL only for an
@@ -291,8 +293,8 @@ NODETREE_API node *node_try_lookup_sl(const node *start, char **path);
 NODETREE_API node *node_try_follow_link(const node *n);
 
 /* All nodes that a glob path matches, as a new value list in document order; NULL for none,
-   when memory runs out, and when more links than convention 12 allows would have to be
-   followed. A null child that "*" meets before the path ends matches itself. Empty segments
+   when memory runs out, and when more nodes than convention 12 allows would have to be
+   entered. A node is listed as often as it is matched. A null child that "*" meets before the path ends matches itself. Empty segments
    other than the first name the member with the empty key. A search for each child that a
    "*" meets. */
 NODETREE_API void **node_lookup_glob(const node *start, const char *path);
@@ -314,8 +316,8 @@ NODETREE_API node *node_lookup_create_sl(node *start, char **path);
    stay links, with 1 each is replaced by a copy of what it leads to in the end; links that
    lead nowhere, back to themselves or to a container that holds them (directly or through
    the links they were reached by) are left out, and so are all links with any other number.
-   NULL, with nothing left behind, when memory runs out or more links than convention 12
-   allows would have to be followed. */
+   NULL, with nothing left behind, when memory runs out or more nodes behind links than
+   convention 12 allows would have to be copied. */
 NODETREE_API node *node_copy(const node *n, int links);
 
 /* node_copy() that keeps links. */
@@ -341,28 +343,30 @@ NODETREE_API void node_fprint(const node *n, FILE *stream);
    target's. The target stays the same node in the same place. A source that somebody else
    refers to is left null when it was a container or a string. Nothing happens, and the
    source stays the caller's, when one is NULL or lies inside the other or they are the
-   same. A link whose path cannot be copied for want of memory leaves the value that it was
-   to replace. O(n log n) in the source and the depths. */
+   same. A link whose path cannot be copied, as memory ran out, and a value of an unknown
+   kind leave what they were to replace. O(n log n) in the source and the depths. */
 NODETREE_API void node_merge(node *target, node *source);
 
 /* Cuts `tree` down in place. First, unless `include` is empty, all that its glob paths do
    not match is dropped; kept subtrees stand where they stood, where a container above them
    that was not itself matched is a new object, also where it was an array. Then what the
    glob paths of `exclude` match is released; `tree` itself becomes null in its place.
-   Unless `removed` is NULL, the absolute paths of all leaves dropped that are no empty
+   Unless `removed` is NULL, the absolute paths of all leaves so dropped that are no empty
    containers are appended to the list *removed, which may be NULL.
 
    Patterns may overlap or match a node many times. A match that holds `tree` itself inside
    it cannot be taken and is passed over. What `include` keeps is merged in the order of the
    matches and stands under its absolute path, below `tree`. Where two do not go together
-   the later one replaces the earlier, which is dropped then: so is an element when the rest
-   of its array follows it. A tree that is no object becomes one when something is included,
-   or what "." kept of it, and the rest of it is dropped without being listed.
+   the later one replaces the earlier, which is dropped without being listed: so is an
+   element when the rest of its array follows it. A tree that is no object becomes one when
+   something is included, or what "." kept of it, and the rest of it is dropped without being
+   listed.
 
-   What cannot be told apart does not stay: where memory runs out, or a pattern would have
-   to follow more links than convention 12 allows, `include` keeps nothing for the pattern
-   and `exclude` makes the whole tree null; *removed may lack paths for want of memory. O(n
-   log n) in the tree and the matches with their depths. */
+   What cannot be told apart does not stay: where memory runs out, `include` keeps nothing
+   for the pattern and `exclude` makes the whole tree null, and *removed may lack paths. A
+   pattern visits each container once for each of its "*", by however many links and ".." it
+   can be come to. O(n log n) in the tree, times the "*" of a pattern, and the matches with
+   their depths. */
 NODETREE_API void node_filter(node *tree, char **include, char **exclude, char ***removed);
 
 /*
@@ -375,19 +379,30 @@ NODETREE_API uint32_t hash_sdbm(const void *data, size_t length, uint32_t seed);
 /* Computes and caches in diff_hash the hashes of the node and of all below it that have
    none yet, and returns the node's: 0, which is never cached, for null, empty values and
    links that lead nowhere or to a container that holds them. Nothing resets a hash when a
-   tree is changed: prepare trees that no longer change. When memory runs out, or more links
-   than convention 12 allows would have to be followed, the hashes of the whole tree are
-   dropped and 0 is returned. NULL gives 0. O(n), O(1) for a node that has its hash. */
+   tree is changed: prepare trees that no longer change. Nothing below a node that has a hash
+   is visited, no link's target either; a link gets the hash of the next node on its way that
+   has one, and so do the links between them. When memory runs out, or more nodes behind
+   links than convention 12 allows would have to be visited, 0 is returned; containers whose
+   hash is not finished have none then. NULL gives 0. O(n), O(1) for a node that has its
+   hash. */
 NODETREE_API uint32_t node_prepare_diff_hash(node *n);
 
 /* What differs in `to` from `from`, as a new tree; NULL for no difference. For two objects
    or two arrays it is an object of the children that differ, by key or position; children
    that only `from` has stand there as null, others as copies of those of `to` with links
-   resolved. Links are compared by what they lead to; a pair of links met again inside its
-   own comparison counts as equal. Nodes with the same cached hash count as equal. An entry
-   is left out when there is no memory for it, or when it takes more links than convention
-   12 allows. NULL with NULL gives NULL, NULL with a node a copy of the node or a null node.
-   O(n log n). */
+   resolved. Links are compared by what they lead to in the end, where they lead there over
+   equally many links (otherwise they differ); a pair of links met again inside its own
+   comparison counts as equal. Nodes with the same cached hash count as equal.
+
+   Where memory runs out, or more nodes behind links than convention 12 allows would have to
+   be compared, what could not be compared is shown as a copy of what `to` has, or as null
+   where that cannot be made either, and is left out only when there is no memory for a null
+   node; the whole is then at least a null node. NULL is given for two trees that differ only
+   when memory runs out before the first node is made.
+
+   NULL with NULL gives NULL, NULL with a node a copy of the node or a null node. O(n log n);
+   pairs that several links lead to are compared once, unless they differ and hold links that
+   lead back to them. */
 NODETREE_API node *node_diff(const node *from, const node *to);
 
 NODETREE_END
