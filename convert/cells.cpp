@@ -6,56 +6,24 @@
 #include <cstdio>
 #include <cstring>
 #include <nodetree/convert.h>
+#include <type_traits>
 
 using namespace nodetree;
 
 namespace nodetree {
 namespace {
 
-// What tells the cell types apart.
+// A cell holds a boolean or an integer of some width.
 template <class T>
-struct Cell;
+constexpr bool is_boolean = std::is_same_v<T, bool>;
 
-template <>
-struct Cell<int> {
-  static constexpr node_type kind = NODE_INTEGER;
-  static constexpr const char *kind_name = "integer";
-  static node *make(int value) { return node_new_integer(value); }
-  // Modulo 2^32, which is what C++20 makes of the conversion.
-  static int get(const node *n) { return static_cast<int>(n->value.integer); }
-  static int print(int value, FILE *stream) { return std::fprintf(stream, "&%d", value); }
-};
-
-template <>
-struct Cell<int64_t> {
-  static constexpr node_type kind = NODE_INTEGER;
-  static constexpr const char *kind_name = "integer";
-  static node *make(int64_t value) { return node_new_integer(value); }
-  static int64_t get(const node *n) { return n->value.integer; }
-  static int print(int64_t value, FILE *stream) {
-    return std::fprintf(stream, "&%" PRId64, value);
-  }
-};
-
-template <>
-struct Cell<bool> {
-  static constexpr node_type kind = NODE_BOOLEAN;
-  static constexpr const char *kind_name = "boolean";
-  static node *make(bool value) { return node_new_boolean(value); }
-  static bool get(const node *n) { return n->value.boolean; }
-  static int print(bool value, FILE *stream) {
-    return std::fprintf(stream, "&%s", value ? "true" : "false");
-  }
-};
-
-// A cell that another language fills may hold any byte for true.
-bool load(const bool *cell) {
-  return *reinterpret_cast<const unsigned char *>(cell) != 0;
-}
-
+// What a cell holds. One that another language fills may hold any byte for true.
 template <class T>
-T load(const T *cell) {
-  return *cell;
+int64_t load(const T *cell) {
+  if constexpr (is_boolean<T>)
+    return *reinterpret_cast<const unsigned char *>(cell) != 0;
+  else
+    return *cell;
 }
 
 template <class T>
@@ -70,20 +38,28 @@ template <class T>
 node *cell_into_node(T *const *field, const node *target) {
   if (target)
     return nullptr;
-  return *field ? Cell<T>::make(load(*field)) : node_new_null();
+  if (!*field)
+    return node_new_null();
+  if constexpr (is_boolean<T>)
+    return node_new_boolean(load(*field));
+  else
+    return node_new_integer(load(*field));
 }
 
 template <class T>
-bool cell_from_node(T **field, const node *n, const char *function) {
+bool cell_from_node(T **field, const node *n, Caller caller) {
   if (node_is_null(n)) {
     *field = nullptr;
     return true;
   }
   if (!*field && !(*field = cell_new<T>(0)))
     return false;
-  if (n->type != Cell<T>::kind)
-    return mismatch(function, __LINE__, n, Cell<T>::kind_name, n);
-  **field = Cell<T>::get(n);
+  if (is_boolean<T> ? !node_is_boolean(n) : !node_is_integer(n))
+    return mismatch(caller, n, is_boolean<T> ? "boolean" : "integer", n);
+  if constexpr (is_boolean<T>)
+    **field = n->value.boolean;
+  else
+    **field = static_cast<T>(n->value.integer); // its low bits
   return true;
 }
 
@@ -98,7 +74,13 @@ bool cell_equals(T *const *a, T *const *b) {
 
 template <class T>
 int cell_fprint(T *const *field, FILE *stream) {
-  return *field ? Cell<T>::print(load(*field), stream) : std::fputs("NULL", stream);
+  if (!*field)
+    return std::fputs("NULL", stream);
+  const int64_t value = load(*field);
+  if constexpr (is_boolean<T>)
+    return std::fprintf(stream, "&%s", value ? "true" : "false");
+  else
+    return std::fprintf(stream, "&%" PRId64, value);
 }
 
 template <class T>
@@ -119,7 +101,7 @@ node *int_ptr_into_node(int *const *field, node *target) {
 }
 
 bool int_ptr_from_node(int **field, const node *n) {
-  return cell_from_node(field, n, __func__);
+  return cell_from_node(field, n, NODETREE_CALLER);
 }
 
 bool int_ptr_equals(int *const *a, int *const *b) {
@@ -143,7 +125,7 @@ node *bool_ptr_into_node(bool *const *field, node *target) {
 }
 
 bool bool_ptr_from_node(bool **field, const node *n) {
-  return cell_from_node(field, n, __func__);
+  return cell_from_node(field, n, NODETREE_CALLER);
 }
 
 bool bool_ptr_equals(bool *const *a, bool *const *b) {
@@ -167,7 +149,7 @@ node *node_int_ptr_into_node(int64_t *const *field, node *target) {
 }
 
 bool node_int_ptr_from_node(int64_t **field, const node *n) {
-  return cell_from_node(field, n, __func__);
+  return cell_from_node(field, n, NODETREE_CALLER);
 }
 
 bool node_int_ptr_equals(int64_t *const *a, int64_t *const *b) {

@@ -7,15 +7,22 @@
 
 namespace nodetree {
 
-// Reports at `place` that `function` expected something else of a node than what it got;
+// Where a report comes from: a function, and a line of it.
+struct Caller {
+  const char *function;
+  int line;
+};
+#define NODETREE_CALLER (nodetree::Caller{__func__, __LINE__})
+
+// Reports at `place` that `caller` expected something else of a node than what it got;
 // false, as the conversion's result.
-inline bool mismatch(const char *function, int line, const node *place,
-                     const char *expected, const node *got, const char *suffix = "") {
+inline bool mismatch(Caller caller, const node *place, const char *expected,
+                     const node *got, const char *suffix = "") {
   if (!log_get_debug())
     return false;
   char *path = node_path(place);
-  log_msg(LOG_DEBUG, "%s:%d: %s: Expected %s, got %s%s.", function, line, path ? path : "?",
-          expected, node_type_to_string(got), suffix);
+  log_msg(LOG_DEBUG, "%s:%d: %s: Expected %s, got %s%s.", caller.function, caller.line,
+          path ? path : "?", expected, node_type_to_string(got), suffix);
   std::free(path);
   return false;
 }

@@ -12,11 +12,10 @@ using namespace nodetree;
 namespace nodetree {
 namespace {
 
-bool text_from_node(char **field, const node *n, const char *expected,
-                    const char *function) {
+bool text_from_node(char **field, const node *n, const char *expected, Caller caller) {
   *field = nullptr;
   if (!node_is_string(n))
-    return mismatch(function, __LINE__, n, expected, n);
+    return mismatch(caller, n, expected, n);
   *field = strdup(node_get_string(n));
   return *field != nullptr;
 }
@@ -29,7 +28,7 @@ node *str_into_node(char *const *field, node *target) {
 }
 
 bool str_from_node(char **field, const node *n) {
-  return text_from_node(field, n, "string", __func__);
+  return text_from_node(field, n, "string", NODETREE_CALLER);
 }
 
 node *strn_into_node(char *const *field, node *target) {
@@ -40,7 +39,7 @@ node *strn_into_node(char *const *field, node *target) {
 
 bool strn_from_node(char **field, const node *n) {
   if (!node_is_null(n))
-    return text_from_node(field, n, "string or null", __func__);
+    return text_from_node(field, n, "string or null", NODETREE_CALLER);
   *field = nullptr;
   return true;
 }
@@ -62,12 +61,12 @@ node *sl_into_node(char **const *field, node *target) {
 
 bool sl_from_node(char ***field, const node *n) {
   if (!node_is_array(n))
-    return mismatch(__func__, __LINE__, n, "array of strings", n);
+    return mismatch(NODETREE_CALLER, n, "array of strings", n);
   *field = nullptr;
   for (const node *element = node_array_first(n); element;
        element = node_array_next(n, element))
     if (!node_is_string(element))
-      return mismatch(__func__, __LINE__, n, "array of strings", element, " array element");
+      return mismatch(NODETREE_CALLER, n, "array of strings", element, " array element");
 
   size_t count = node_array_count(n);
   if (count == 0)

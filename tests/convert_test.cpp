@@ -98,6 +98,18 @@ TEST_F(Convert, CellsKeepTheirPlaceAndTellWrongKinds) {
   check_cells<bool>({"bool_ptr_from_node", "boolean", bool_new, bool_ptr_into_node,
                      bool_ptr_from_node, bool_ptr_equals, bool_ptr_fprint, bool_ptr_deinit},
                     true, "true", "false");
+  int *small = nullptr, line = 0, other_line = 0;
+  int64_t *large = nullptr;
+  EXPECT_FALSE(int_ptr_from_node(&small, kinds.get()) ||
+               node_int_ptr_from_node(&large, nullptr)); // no node, no kind
+  EXPECT_EQ(sscanf(log.fresh(true).c_str(),
+                   "DEBUG: int_ptr_from_node:%d:%*[^\n] "
+                   "DEBUG: node_int_ptr_from_node:%d: ?: Expected",
+                   &line, &other_line),
+            2);
+  EXPECT_NE(line, other_line);
+  int_ptr_deinit(&small);
+  node_int_ptr_deinit(&large);
 }
 
 TEST_F(Convert, AnyByteButZeroIsTrue) {

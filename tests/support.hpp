@@ -144,12 +144,12 @@ public:
     std::free(buffer);
   }
   log_reader(const log_reader &) = delete;
-  // What came since the last call, without the numbers of lines of code.
-  std::string fresh() {
+  // What came since the last call, without the numbers of lines of code or with them.
+  std::string fresh(bool with_lines = false) {
     std::fflush(log_file);
     const std::string text(buffer + read, size - read);
     read = size;
-    return without_lines(text);
+    return with_lines ? text : without_lines(text);
   }
 
 private:

@@ -17,8 +17,8 @@
  * `target` is given, which is for types that fill one (sl alone does).
  *
  * TYPE_from_node stores the value of a node: whether the field now holds it. A node of
- * another kind is reported at LOG_DEBUG with its path. What the field held before is not
- * released: for a field that is used again, that comes first.
+ * another kind, as is NULL, is reported at LOG_DEBUG with its path. What the field held
+ * before is not released: for a field that is used again, that comes first.
  *
  * TYPE_equals: whether both fields are absent or both hold equal values; either address may
  * be NULL and equals only NULL. TYPE_fprint writes "NULL" or "&" and the value, and returns
