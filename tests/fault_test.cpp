@@ -6,6 +6,7 @@
 
 #include <concepts>
 #include <fcntl.h>
+#include <nodetree.hpp>
 
 namespace {
 
@@ -367,6 +368,26 @@ TEST_F(Fault, TreesAreChangedOrTheRestIsIntact) {
   });
   fault::for_each_failure(check_filter);
   fault::for_each_failure(check_moves_need_no_memory, 0);
+}
+
+TEST_F(Fault, TheCppFaceChangesOrRefuses) {
+  using nodetree::Node;
+  const auto body = [] {
+    Node n = granted([] { return Node::from_json(R"({"a":[1,2],"l":"x"})"); });
+    Node link = granted([] { return Node::link(nodetree::StringList{"", "a"}); });
+    const bool inserted = n["a"].insert_at(1, {{"k", {3, "t"}}});
+    const bool replaced = n.replace("l", std::move(link));
+    const bool set = n.set_member("m", {{"p", nullptr}, {"q", std::vector{1.5}}});
+    const auto why = nodetree::parse_json("[1");
+    const fault::Granted all;
+    EXPECT_TRUE((inserted && replaced && set) || fault::injected());
+    EXPECT_EQ(n["a"].to_json().str(), inserted ? R"([1,{"k":[3,"t"]},2])" : "[1,2]");
+    EXPECT_EQ(n["l"].to_json().str(), replaced ? n["a"].to_json().str() : R"("x")");
+    EXPECT_EQ(replaced, !link);
+    EXPECT_EQ(n["m"].to_json().str(), set ? R"({"p":null,"q":[1.5]})" : "");
+    EXPECT_TRUE(!why && (fault::injected() || *why.reason() == 'l')) << why.reason();
+  };
+  fault::for_each_failure(body, fault::allocations ? 20 : 0);
 }
 
 // A decoder that could not be made is made by the next call; what could be made delivers

@@ -23,6 +23,9 @@ using namespace nodetree;
     (void)one;
   for (View leaf : (*parse_json(text)).leaves()) // refused
     (void)leaf;
+  auto first = n.lookup_glob("*").begin(); // refused
+  for (View one : n.lookup_glob("*"))
+    (void)one;
   const std::string kept = n.to_json().str();
   for (auto [key, value] : n.members())
     (void)key, (void)value;
@@ -63,5 +66,6 @@ using namespace nodetree;
   (void)n.add("a", v.clone());
   (void)(n["a"].value_or(1.5) == 2);
   (void)s1, (void)s2, (void)s3, (void)v1, (void)v2, (void)v3, (void)v4, (void)v5;
-  (void)s4, (void)s5, (void)s6, (void)s7, (void)r1, (void)r2, (void)copy, (void)r;
+  (void)s4, (void)s5, (void)first, (void)s6, (void)s7, (void)r1, (void)r2, (void)copy,
+      (void)r;
 }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <map>
 #include <sstream>
 #include <string>
 #include <unordered_set>
@@ -223,6 +224,11 @@ TEST(Values, AreMadeOfListsInBraces) {
             R"([["a",1],["b",2]][[1,2],["a",1]])");
   EXPECT_FALSE(Node({{"a", 1}, {"a", 2}}) || Node::of({1, Node()}) ||
                Node::of({{"a", {static_cast<const char *>(nullptr)}}}));
+  const std::vector<std::vector<bool>> bits{{true}, {}};
+  const std::map<std::string, int> map{{"a", 1}, {"b", 2}};
+  EXPECT_EQ(json(Node::of({bits, map, StringList{"x"}})),
+            R"([[[true],[]],{"a":1,"b":2},["x"]])");
+  EXPECT_FALSE(Node::of(std::vector<const char *>{"a", nullptr}));
   Node moved = Node::of(1), whole{std::move(moved)};
   EXPECT_TRUE(whole == 1 && !moved);
 }
@@ -253,17 +259,6 @@ TEST(Values, AreSetInTheirPlace) {
               tree["c"].follow_link() == tree["a"]);
 }
 
-template <class T, class = void>
-constexpr bool is_changed_by_add = false;
-template <class T>
-constexpr bool is_changed_by_add<T, decltype(void(std::declval<T &>().add("a", 1)))> = true;
-static_assert(is_changed_by_add<Node> && is_changed_by_add<Ref>);
-static_assert(!is_changed_by_add<const Node> && !is_changed_by_add<const Ref> &&
-              !is_changed_by_add<View>);
-static_assert(
-    std::is_same_v<decltype(std::declval<const Node &>()["a"]), View> &&
-    std::is_same_v<decltype(std::declval<const Ref &>().lookup("a")), View> &&
-    std::is_same_v<decltype(std::declval<Node &>().members().begin()->value), Ref>);
 #if defined(__cpp_lib_ranges)
 template <class R>
 constexpr bool is_view = std::ranges::forward_range<R> &&std::ranges::view<R>;

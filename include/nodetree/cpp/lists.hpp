@@ -37,8 +37,9 @@ template <class Self, class Strings, class StringList>
 class StringsInterface {
 public:
   using iterator = detail::Iterator<detail::ListStep<std::string_view, char *>>;
-  /// The strings in order, borrowed.
-  iterator begin() const noexcept { return iterator(raw()); }
+  /// The strings in order, borrowed; not from a temporary.
+  iterator begin() const &noexcept NODETREE_LIFETIMEBOUND { return iterator(raw()); }
+  iterator begin() const && = delete;
   iterator end() const noexcept { return {}; }
   /// sl_len(). O(n).
   std::size_t size() const noexcept { return ::sl_len(raw()); }
@@ -108,8 +109,9 @@ template <class Item>
 class ValueList : public detail::Owner<ValueList<Item>, void **> {
 public:
   using iterator = detail::Iterator<detail::ListStep<Item, void *>>;
-  /// The elements in order, borrowed; not those of a temporary list in a variable.
-  iterator begin() const noexcept NODETREE_LIFETIMEBOUND { return iterator(this->get()); }
+  /// The elements in order, borrowed.
+  iterator begin() const &noexcept NODETREE_LIFETIMEBOUND { return iterator(this->get()); }
+  iterator begin() const && = delete;
   iterator end() const noexcept { return {}; }
   /// vl_len(). O(n).
   std::size_t size() const noexcept { return ::vl_len(this->get()); }

@@ -6,7 +6,6 @@
 #ifndef NODETREE_CPP_OUTPUT_HPP
 #define NODETREE_CPP_OUTPUT_HPP
 
-#include <functional>
 #include <iosfwd>
 #include <nodetree/cpp/node.hpp>
 #if defined(__has_include)

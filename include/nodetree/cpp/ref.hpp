@@ -5,7 +5,6 @@
 #ifndef NODETREE_CPP_REF_HPP
 #define NODETREE_CPP_REF_HPP
 
-#include <memory>
 #include <nodetree/cpp/view.hpp>
 
 namespace nodetree {
@@ -116,22 +115,21 @@ public:
         static_cast<std::uint64_t>(index) > self().size() || !fresh(value))
       return false;
     const std::size_t behind = self().size() - static_cast<std::size_t>(index);
-    const auto free_list = [](::node **list) { std::free(list); };
-    const std::unique_ptr<::node *, decltype(free_list)> tail(
-        static_cast<::node **>(std::malloc((behind + 1) * sizeof(::node *))), free_list);
+    auto *tail = static_cast<::node **>(std::malloc((behind + 1) * sizeof(::node *)));
     if (!tail)
       return false;
     ::node *at = ::node_array_get(target(), static_cast<std::size_t>(index));
     for (std::size_t i = 0; i < behind; i++) {
       ::node *next = ::node_array_next(target(), at);
-      tail.get()[i] = at;
+      tail[i] = at;
       ::node_detach(at);
       at = next;
     }
     const bool done = append(value);
     for (std::size_t i = 0; i < behind; i++)
-      if (!::node_array_append(target(), tail.get()[i]))
-        ::node_unref(tail.get()[i]); // not met: nothing that was an element is refused
+      if (!::node_array_append(target(), tail[i]))
+        ::node_unref(tail[i]); // not met: nothing that was an element is refused
+    std::free(tail);
     return done;
   }
   /// Releases the member with this key, if it is there.
@@ -201,11 +199,18 @@ private:
   static bool put(::node *at, const Value &value) noexcept {
     if (::node_is_container(value.get()))
       ::node_clear(at); // rather than fold one into the other
-    const bool link = ::node_is_link(value.get());
+    if (!::node_is_link(value.get())) {
+      ::node_merge(at, value.take());
+      return true;
+    }
+    // Only a link takes memory: where there is none, `at` keeps its value.
     char **const path = ::node_get_link_path(at);
-    const bool some = link && ::node_get_link_path(value.get());
-    ::node_merge(at, value.take());
-    return !some || ::node_get_link_path(at) != path; // a link needs memory, others none
+    ::node_ref(value.get());
+    ::node_merge(at, value.get());
+    if (::node_get_link_path(value.get()) && ::node_get_link_path(at) == path)
+      return false;
+    ::node_unref(value.take());
+    return true;
   }
 };
 

@@ -5,9 +5,9 @@
 #ifndef NODETREE_CPP_VALUE_HPP
 #define NODETREE_CPP_VALUE_HPP
 
-#include <cmath>
 #include <cstdint>
 #include <initializer_list>
+#include <iterator>
 #include <limits>
 #include <nodetree/cpp/owners.hpp>
 #include <optional>
@@ -48,6 +48,20 @@ template <class T>
 inline constexpr bool is_node =
     std::is_same_v<std::remove_cv_t<T>, Node> || std::is_base_of_v<View, T>;
 
+/// Containers of the standard library and the like; with pairs of a text and a value.
+template <class R, class = void>
+inline constexpr bool is_range = false;
+template <class R>
+inline constexpr bool
+    is_range<R, std::void_t<decltype(*std::begin(std::declval<const R &>()),
+                                     std::end(std::declval<const R &>()))>> = !is_plain<R>;
+template <class R, class = void>
+inline constexpr bool is_range_of_pairs = false;
+template <class R>
+inline constexpr bool is_range_of_pairs<
+    R, std::void_t<decltype(std::begin(std::declval<const R &>())->first)>> =
+    is_text<decltype(std::begin(std::declval<const R &>())->first)>;
+
 /// Whether an integer can be one of a node.
 template <class T>
 constexpr bool fits_int64(T value) noexcept {
@@ -70,11 +84,12 @@ std::optional<T> narrow(std::int64_t value) noexcept {
 /// The real as an integer, if it is one and fits.
 template <class T>
 std::optional<T> exact(double value) noexcept {
-  const double end = std::ldexp(1.0, std::numeric_limits<T>::digits);
-  if (!(value >= static_cast<double>(std::numeric_limits<T>::min()) && value < end) ||
-      std::trunc(value) != value)
+  constexpr int bits = std::numeric_limits<T>::digits;
+  constexpr double end = static_cast<double>(std::uint64_t{1} << (bits - 1)) * 2;
+  if (!(value >= static_cast<double>(std::numeric_limits<T>::min()) && value < end))
     return std::nullopt;
-  return static_cast<T>(value);
+  const T whole = static_cast<T>(value);
+  return static_cast<double>(whole) == value ? std::optional<T>(whole) : std::nullopt;
 }
 
 /// The value of a node, which may be null, as a T.
@@ -95,9 +110,9 @@ std::optional<T> read(const ::node *n) noexcept(!std::is_same_v<T, std::string>)
   } else if constexpr (is_real<T>) {
     if (type == NODE_INTEGER)
       return static_cast<T>(::node_get_integer(n));
+    constexpr double most = static_cast<double>(std::numeric_limits<T>::max());
     const double real = type == NODE_REAL ? ::node_get_real(n) : 0;
-    const bool fits = !std::isfinite(real) ||
-                      std::fabs(real) <= static_cast<double>(std::numeric_limits<T>::max());
+    const bool fits = (real >= -most && real <= most) || real - real != 0; // NaN, infinity
     if (type == NODE_REAL && fits)
       return static_cast<T>(real);
   } else if (type == NODE_STRING) {
@@ -116,6 +131,8 @@ class Held : public Owner<Held, ::node *> {};
 ///  - texts: anything a std::string_view can be made of;
 ///  - a Node that is given away, `std::move(n)` or a new one; a copy is asked for by
 ///    `n.clone()`;
+///  - a container of these (a vector, an array, a StringList), which becomes an array, or of
+///    pairs that begin with a text (a map), which becomes an object;
 ///  - a list in braces: an object where every entry is a list of two that begins with a
 ///    text, `{{"port", 8080}, {"tags", {1, 2}}}`, otherwise an array. Node::array() and
 ///    Node::object() say which, and are the only empty ones.
@@ -143,6 +160,21 @@ public:
   Value(const N &) = delete;
   template <class N, std::enable_if_t<std::is_same_v<N, Node>, int> = 0>
   Value(N &) = delete;
+  /// A container.
+  template <class R, std::enable_if_t<detail::is_range<R>, int> = 0>
+  Value(const R &items) noexcept
+      : own_(detail::Held::adopt(detail::is_range_of_pairs<R> ? ::node_new_object()
+                                                              : ::node_new_array())) {
+    using Item = typename std::iterator_traits<decltype(std::begin(items))>::value_type;
+    for (const Item &item : items) {
+      if constexpr (detail::is_range_of_pairs<R>) {
+        if (!add(CString(item.first), Value(item.second)))
+          return;
+      } else if (!append(Value(item))) {
+        return;
+      }
+    }
+  }
   /// A list in braces.
   Value(std::initializer_list<Value> list) noexcept
       : is_pair_(list.size() == 2 && list.begin()->is_text()), own_(array(list)) {
@@ -159,16 +191,31 @@ public:
   [[nodiscard]] ::node *take() const noexcept;
   /// An array of the values; nothing when one of them is.
   static detail::Held array(std::initializer_list<Value> list) noexcept {
-    detail::Held array = detail::Held::adopt(::node_new_array());
-    for (const Value &value : list) {
-      if (!::node_array_append(array.get(), value.get()))
-        return {};
-      (void)value.take();
-    }
-    return array;
+    const Value array(list, ::node_new_array());
+    return std::move(array.own_);
   }
 
 private:
+  Value(std::initializer_list<Value> list, ::node *array) noexcept
+      : own_(detail::Held::adopt(array)) {
+    for (const Value &value : list)
+      if (!append(value))
+        return;
+  }
+  /// Puts a value into this container, which is nothing from then on if that is refused.
+  bool append(const Value &value) noexcept {
+    return keep(::node_array_append(own_.get(), value.get()), value);
+  }
+  bool add(const CString &key, const Value &value) noexcept {
+    return keep(key.get() && ::node_object_add(own_.get(), key.get(), value.get()), value);
+  }
+  bool keep(bool taken, const Value &value) noexcept {
+    if (taken)
+      (void)value.take();
+    else
+      own_.reset();
+    return taken;
+  }
   bool is_text() const noexcept { return own_ && ::node_is_string(own_.get()); }
 
   template <class T>
