@@ -9,6 +9,10 @@ FILES ?=
 BENCH_OPTIONS = --benchmark_repetitions=15 --benchmark_enable_random_interleaving=true \
   --benchmark_min_time=0.01 --benchmark_report_aggregates_only=true \
   --benchmark_out=build/bench/results.json
+# `make load`: seconds of each measurement, then the numbers of connections.
+LOAD ?= 5 1 100
+# How long `make soak` keeps up each of its four situations.
+SOAK_SECONDS ?= 150
 # How long `make fuzz` runs each target.
 FUZZ_SECONDS ?= 60
 # The folder of an MPack with which `make test` runs all tests as well.
@@ -33,7 +37,7 @@ SOURCES = $(shell find . -name build -prune -o -name '.?*' -prune -o -type f \
 TIDY_SOURCES = $(filter-out ./bench/% ./tests/consumer/% ./tests/fuzz/% %/coverage_end.cpp,\
   $(filter %.c %.cpp,$(SOURCES)))
 
-.PHONY: all build demo test test-mpack tsan valgrind lint format bench fuzz coverage install uninstall package \
+.PHONY: all build demo test test-mpack tsan valgrind lint format bench load soak fuzz coverage install uninstall package \
   abi abi-update docs ports clean help
 
 all: build
@@ -100,6 +104,20 @@ bench:
 	build/bench/bench/nodetree_bench $(BENCH_OPTIONS) build/bench/configuration.json $(FILES) >/dev/null
 	/usr/bin/python3 bench/report.py build/bench/results.json build/bench/bench.svg
 
+# The example service under load, beside an echo and jansson.
+load:
+	$(INSTALL_PACKAGES) $(BENCH_PACKAGES)
+	cmake --preset bench
+	cmake --build build/bench -j $(JOBS)
+	python3 bench/load/load.py build/bench $(LOAD)
+
+# The same under attack, with the sanitizers on.
+soak:
+	$(INSTALL_PACKAGES) $(TEST_PACKAGES)
+	cmake --preset asan
+	cmake --build build/asan -j $(JOBS) --target example_serve
+	python3 tests/serve_test.py build/asan/examples/serve examples/data/booking_rules.json $(SOAK_SECONDS)
+
 fuzz:
 	$(INSTALL_PACKAGES) $(FUZZ_PACKAGES)
 	cmake --preset fuzz
@@ -165,6 +183,8 @@ help:
 	@echo 'make valgrind   the test programs under valgrind'
 	@echo 'make lint       formatting, folder order and clang-tidy; make format repairs the first'
 	@echo 'make bench      benchmarks, also drawn as build/bench/bench.svg; FILES="a.json b.json" adds inputs'
+	@echo 'make load       the example service under load; LOAD="SECONDS CONNECTIONS..."'
+	@echo 'make soak       the example service under attack, for 4 times SOAK_SECONDS=$(SOAK_SECONDS)'
 	@echo 'make fuzz       FUZZ_TARGETS, or all, for FUZZ_SECONDS=$(FUZZ_SECONDS) each; findings in build/fuzz/findings'
 	@echo 'make coverage   which lines and branches of the library the tests reach'
 	@echo 'make install    install into PREFIX ($(PREFIX)), below DESTDIR if given; make uninstall'

@@ -1,0 +1,460 @@
+/*
+ * A daemon on plain Linux calls: one thread, one epoll loop, a conversation a connection.
+ *
+ *     serve --socket /run/bookings.sock --rules examples/data/booking_rules.json
+ *     serve --port 7000 --rules rules.json --log syslog --lock /run/bookings.lock --user nobody
+ *
+ * Requests follow each other on a connection, in JSON or MessagePack, and are answered in kind
+ * and in order. Systemd may hand the listening socket over (LISTEN_FDS). SIGHUP reads the rules
+ * again; SIGTERM and SIGINT end the service once what has arrived is answered. Everything that
+ * a client could use up has a limit: see usage() and serve.h.
+ */
+#include "serve.h"
+
+#include <arpa/inet.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <getopt.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <nodetree.h>
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/epoll.h>
+#include <sys/signalfd.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <time.h>
+#include <unistd.h>
+
+typedef struct connection {
+  struct connection *earlier, *later; /* in the order of the last activity */
+  talk *talk;
+  output out;
+  int fd;
+  uint32_t events; /* what the loop waits for */
+  bool last_words; /* nothing more is taken in: what waits is written, then the end told */
+  bool end_told;   /* what still comes is dropped until the client ends, too */
+  time_t active;
+} connection;
+
+typedef struct service {
+  const char *socket_path, *rules, *log, *lock, *user;
+  int port;
+  limits at_most;
+  int epoll, listener, signals, lock_fd;
+  size_t connections;
+  connection ring; /* its neighbours are the least and the most recently active */
+  bool accepting, ending;
+  time_t accept_again; /* when descriptors had run out */
+} service;
+
+enum { MAX_EVENTS = 256, LAST_WORDS_SECONDS = 5 };
+
+static time_t now(void) {
+  struct timespec time;
+  clock_gettime(CLOCK_MONOTONIC_COARSE, &time);
+  return time.tv_sec;
+}
+
+/* ---- Bytes that wait ---- */
+
+bool output_append(output *out, const void *bytes, size_t size) {
+  if (out->room - out->size < size) {
+    size_t room = out->size + size + out->room;
+    char *grown = realloc(out->bytes, room);
+    if (grown == NULL)
+      return false;
+    out->bytes = grown;
+    out->room = room;
+  }
+  memcpy(out->bytes + out->size, bytes, size);
+  out->size += size;
+  return true;
+}
+
+static size_t waiting(const connection *c) {
+  return c->out.size - c->out.sent;
+}
+
+/* False when the client is gone. */
+static bool write_out(connection *c) {
+  while (waiting(c) > 0) {
+    ssize_t sent = send(c->fd, c->out.bytes + c->out.sent, waiting(c), MSG_NOSIGNAL);
+    if (sent < 0 && errno == EINTR)
+      continue;
+    if (sent < 0)
+      return errno == EAGAIN;
+    c->out.sent += (size_t)sent;
+  }
+  free(c->out.bytes); /* thousands of connections are idle: they keep nothing */
+  c->out = (output){.bytes = NULL};
+  return true;
+}
+
+/* ---- One connection ---- */
+
+static void touch(service *s, connection *c) {
+  if (c->earlier != NULL) {
+    c->earlier->later = c->later;
+    c->later->earlier = c->earlier;
+  }
+  c->earlier = s->ring.earlier;
+  c->later = &s->ring;
+  c->earlier->later = c->later->earlier = c;
+  c->active = now();
+}
+
+static void hang_up(service *s, connection *c) {
+  c->earlier->later = c->later;
+  c->later->earlier = c->earlier;
+  close(c->fd); /* which takes it out of the epoll set, too */
+  talk_free(c->talk);
+  free(c->out.bytes);
+  free(c);
+  s->connections--;
+  s->accept_again = 0;
+}
+
+/* Waits for what the connection needs next. False when it is over. */
+static bool wait_for(const service *s, connection *c) {
+  if (c->last_words && !c->end_told && waiting(c) == 0) {
+    /* Closing now could take the last answer back, if something unread has come. */
+    if (shutdown(c->fd, SHUT_WR) != 0)
+      return false;
+    c->end_told = true;
+  }
+  uint32_t events = waiting(c) > 0 ? EPOLLOUT : 0;
+  if (c->end_told || (!c->last_words && waiting(c) <= s->at_most.waiting_bytes))
+    events |= EPOLLIN;
+  if (events == c->events)
+    return true;
+  c->events = events;
+  return epoll_ctl(s->epoll, EPOLL_CTL_MOD, c->fd,
+                   &(struct epoll_event){.events = events, .data.ptr = c}) == 0;
+}
+
+/* Takes in what has come, all of it when the service ends. False when the client is gone. */
+static bool read_in(const service *s, connection *c) {
+  static char bytes[16384];
+  do {
+    ssize_t size = recv(c->fd, bytes, sizeof bytes, 0);
+    if (size < 0 && errno == EINTR)
+      continue;
+    if (size < 0)
+      return errno == EAGAIN;
+    if (size == 0 && c->end_told)
+      return false;
+    if (size == 0)
+      c->last_words = true; /* the client has ended; it may still read */
+    else if (!c->last_words && !talk_take(c->talk, bytes, (size_t)size))
+      c->last_words = true;
+  } while (s->ending && !c->last_words && waiting(c) <= s->at_most.waiting_bytes);
+  return true;
+}
+
+static void serve_connection(service *s, connection *c, uint32_t events) {
+  touch(s, c);
+  bool there = (events & (EPOLLIN | EPOLLHUP | EPOLLERR)) == 0 || read_in(s, c);
+  if (!there || !write_out(c) || !wait_for(s, c))
+    hang_up(s, c);
+}
+
+static bool take_connection(service *s, int fd) {
+  connection *c = calloc(1, sizeof *c);
+  if (c == NULL)
+    return false;
+  c->fd = fd;
+  c->events = EPOLLIN;
+  c->talk = talk_new(&c->out, &s->at_most);
+  struct epoll_event event = {.events = c->events, .data.ptr = c};
+  if (c->talk == NULL || epoll_ctl(s->epoll, EPOLL_CTL_ADD, fd, &event) != 0) {
+    talk_free(c->talk);
+    free(c);
+    return false;
+  }
+  touch(s, c);
+  s->connections++;
+  s->accept_again = 0;
+  return true;
+}
+
+/* ---- The listener ---- */
+
+static void set_accepting(service *s, bool accepting) {
+  if (accepting != s->accepting)
+    epoll_ctl(
+        s->epoll, EPOLL_CTL_MOD, s->listener,
+        &(struct epoll_event){.events = accepting ? EPOLLIN : 0, .data.ptr = &s->listener});
+  s->accepting = accepting;
+}
+
+static void accept_some(service *s) {
+  for (int i = 0; i < MAX_EVENTS && s->connections < s->at_most.connections; i++) {
+    int fd = accept4(s->listener, NULL, NULL, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    if (fd == -1) {
+      if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
+        log_msg(LOG_WARNING, "no new connections for a while: %s", strerror(errno));
+        s->accept_again = now() + 1;
+      }
+      return;
+    }
+    setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &(int){1}, sizeof(int)); /* fails on others */
+    if (!take_connection(s, fd)) {
+      log_msg(LOG_WARNING, "a connection is refused: out of memory");
+      close(fd);
+    }
+  }
+}
+
+static int listen_at(const service *s) {
+  const char *handed = getenv("LISTEN_FDS"), *pid = getenv("LISTEN_PID");
+  if (handed != NULL && atoi(handed) == 1 && pid != NULL && atol(pid) == (long)getpid())
+    return 3;
+  struct sockaddr_un path = {.sun_family = AF_UNIX};
+  struct sockaddr_in loopback = {.sin_family = AF_INET,
+                                 .sin_port = htons((uint16_t)s->port),
+                                 .sin_addr.s_addr = htonl(INADDR_LOOPBACK)};
+  bool local = s->socket_path != NULL;
+  if (local && strlen(s->socket_path) >= sizeof path.sun_path) {
+    errno = ENAMETOOLONG;
+    return -1;
+  }
+  if (local) {
+    strcpy(path.sun_path, s->socket_path);
+    unlink(path.sun_path); /* the lock file tells whether somebody uses it */
+  }
+  int fd = socket(local ? AF_UNIX : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (fd != -1)
+    setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &(int){1}, sizeof(int));
+  if (fd != -1 &&
+      (local ? bind(fd, (struct sockaddr *)&path, sizeof path)
+             : bind(fd, (struct sockaddr *)&loopback, sizeof loopback)) == 0 &&
+      (!local || chmod(path.sun_path, 0666) == 0) && listen(fd, SOMAXCONN) == 0)
+    return fd;
+  if (fd != -1)
+    close(fd);
+  return -1;
+}
+
+/* ---- The loop ---- */
+
+static void begin_to_end(service *s) {
+  s->ending = true;
+  set_accepting(s, false);
+  close(s->listener);
+  s->listener = -1;
+  for (connection *c = s->ring.later, *later; c != &s->ring; c = later) {
+    later = c->later; /* serve_connection() moves c, or ends it */
+    bool there = c->last_words || read_in(s, c);
+    c->last_words = true;
+    if (!there || !write_out(c) || !wait_for(s, c))
+      hang_up(s, c);
+  }
+}
+
+static void take_signals(service *s) {
+  struct signalfd_siginfo info;
+  while (read(s->signals, &info, sizeof info) == (ssize_t)sizeof info) {
+    if (info.ssi_signo != SIGHUP)
+      s->ending ? (void)0 : begin_to_end(s);
+    else if (handler_load(s->rules))
+      log_msg(LOG_INFO, "rules read again");
+  }
+}
+
+/* Ends what has been idle for too long, and tells how many milliseconds may pass until the next
+   has. */
+static int end_idle(service *s) {
+  time_t time = now();
+  for (connection *c = s->ring.later; c != &s->ring; c = s->ring.later) {
+    int allowed = s->ending ? LAST_WORDS_SECONDS : s->at_most.idle_seconds;
+    if (time - c->active <= allowed)
+      return 1000;
+    hang_up(s, c);
+  }
+  return s->accept_again != 0 ? 1000 : -1;
+}
+
+static void run(service *s) {
+  struct epoll_event events[MAX_EVENTS];
+  while (!s->ending || s->connections > 0) {
+    int timeout = end_idle(s);
+    if (s->ending && s->connections == 0)
+      break;
+    if (!s->ending)
+      set_accepting(s, s->connections < s->at_most.connections && now() >= s->accept_again);
+    int count = epoll_wait(s->epoll, events, MAX_EVENTS, timeout);
+    bool signalled = false;
+    for (int i = 0; i < count; i++) {
+      if (events[i].data.ptr == &s->signals)
+        signalled = true; /* last, as it may end connections that have events here */
+      else if (events[i].data.ptr == &s->listener)
+        accept_some(s);
+      else
+        serve_connection(s, events[i].data.ptr, events[i].events);
+    }
+    if (signalled)
+      take_signals(s);
+  }
+}
+
+/* ---- Start ---- */
+
+static bool open_log(const char *name) {
+  if (name == NULL || strcmp(name, "stderr") == 0)
+    log_open_stderr();
+  else if (strcmp(name, "syslog") == 0)
+    log_open_syslog("serve", LOG_PID);
+  else if (log_open_file(name, "a") == NULL) {
+    fprintf(stderr, "serve: %s: %s\n", name, strerror(errno));
+    return false;
+  }
+  return true;
+}
+
+static int failed(const char *what) {
+  log_msg(LOG_ERR, "serve: %s: %s", what, strerror(errno));
+  return EXIT_FAILURE;
+}
+
+static int start(service *s) {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGHUP);
+  sigaddset(&signals, SIGTERM);
+  sigaddset(&signals, SIGINT);
+  sigprocmask(SIG_BLOCK, &signals, NULL);
+  signal(SIGPIPE, SIG_IGN); /* of a log that nobody reads */
+  if (s->lock != NULL) {
+    errno = EWOULDBLOCK;
+    if (file_write_is_locked(s->lock) || (s->lock_fd = file_write_lock(s->lock)) == -1)
+      return failed(s->lock);
+  }
+  if (!handler_load(s->rules))
+    return EXIT_FAILURE;
+  s->epoll = epoll_create1(EPOLL_CLOEXEC);
+  s->signals = signalfd(-1, &signals, SFD_NONBLOCK | SFD_CLOEXEC);
+  s->listener = listen_at(s);
+  if (s->listener == -1)
+    return failed("cannot listen");
+  struct epoll_event on_signal = {.events = EPOLLIN, .data.ptr = &s->signals};
+  struct epoll_event on_client = {.events = EPOLLIN, .data.ptr = &s->listener};
+  int flags = fcntl(s->listener, F_GETFL);
+  if (fcntl(s->listener, F_SETFL, flags | O_NONBLOCK) != 0 ||
+      epoll_ctl(s->epoll, EPOLL_CTL_ADD, s->signals, &on_signal) != 0 ||
+      epoll_ctl(s->epoll, EPOLL_CTL_ADD, s->listener, &on_client) != 0)
+    return failed("cannot wait");
+  if (s->user != NULL && !process_drop_privilege(s->user))
+    return failed(s->user);
+  s->accepting = true;
+  log_msg(LOG_INFO, "serving");
+  run(s);
+  log_msg(LOG_INFO, "ended");
+  return EXIT_SUCCESS;
+}
+
+static int usage(FILE *out) {
+  fputs("usage: serve (--socket PATH | --port PORT) --rules FILE [OPTION...]\n"
+        "  --log stderr|syslog|FILE   where messages go (stderr)\n"
+        "  --lock FILE                held while the service runs\n"
+        "  --user NAME                who to become once the socket is there\n"
+        "  --max-value BYTES          of one request (65536)\n"
+        "  --max-values N             requests that one read completes (2000)\n"
+        "  --max-waiting BYTES        of answers; beyond them nothing is read (262144)\n"
+        "  --max-connections N        others wait to be accepted (10240)\n"
+        "  --max-idle SECONDS         without a byte either way (60)\n",
+        out);
+  return out == stdout ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+/* A number of 1 or more. */
+static bool read_number(const char *text, size_t *number) {
+  int value = 0;
+  bool good = string_to_int(text, &value) && value > 0;
+  *number = (size_t)value;
+  return good;
+}
+
+int main(int argc, char **argv) {
+  static const struct option options[] = {{"socket", 1, NULL, 's'},
+                                          {"port", 1, NULL, 'p'},
+                                          {"rules", 1, NULL, 'r'},
+                                          {"log", 1, NULL, 'l'},
+                                          {"lock", 1, NULL, 'k'},
+                                          {"user", 1, NULL, 'u'},
+                                          {"max-value", 1, NULL, 'b'},
+                                          {"max-values", 1, NULL, 'v'},
+                                          {"max-waiting", 1, NULL, 'w'},
+                                          {"max-connections", 1, NULL, 'c'},
+                                          {"max-idle", 1, NULL, 'i'},
+                                          {"help", 0, NULL, 'h'},
+                                          {NULL, 0, NULL, 0}};
+  service s = {.epoll = -1,
+               .listener = -1,
+               .signals = -1,
+               .lock_fd = -1,
+               .at_most = {65536, 2000, 262144, 10240, 60}};
+  s.ring.earlier = s.ring.later = &s.ring;
+  size_t number = 0;
+  bool good = true;
+  for (int option; (option = getopt_long(argc, argv, "", options, NULL)) != -1;)
+    switch (option) {
+    case 's':
+      s.socket_path = optarg;
+      break;
+    case 'p':
+      good = read_number(optarg, &number) && number < 65536 && good;
+      s.port = (int)number;
+      break;
+    case 'r':
+      s.rules = optarg;
+      break;
+    case 'l':
+      s.log = optarg;
+      break;
+    case 'k':
+      s.lock = optarg;
+      break;
+    case 'u':
+      s.user = optarg;
+      break;
+    case 'b':
+      good = read_number(optarg, &s.at_most.value_bytes) && good;
+      break;
+    case 'v':
+      good = read_number(optarg, &s.at_most.values_at_once) && good;
+      break;
+    case 'w':
+      good = read_number(optarg, &s.at_most.waiting_bytes) && good;
+      break;
+    case 'c':
+      good = read_number(optarg, &s.at_most.connections) && good;
+      break;
+    case 'i':
+      good = read_number(optarg, &number) && good;
+      s.at_most.idle_seconds = (int)number;
+      break;
+    case 'h':
+      return usage(stdout);
+    default:
+      good = false;
+    }
+  if (!good || optind != argc || s.rules == NULL ||
+      (s.socket_path == NULL) == (s.port == 0))
+    return usage(stderr);
+  if (!open_log(s.log))
+    return EXIT_FAILURE;
+  int status = start(&s);
+  handler_load(NULL);
+  file_unlock(s.lock_fd);
+  for (int *fd = (int[]){s.epoll, s.listener, s.signals, -1}; *fd != -1; fd++)
+    close(*fd);
+  if (s.socket_path != NULL && status == EXIT_SUCCESS)
+    unlink(s.socket_path);
+  log_close();
+  return status;
+}
