@@ -128,7 +128,7 @@ bool JsonTail::hold_back(const unsigned char *bytes, std::size_t size) {
 }
 
 JsonTail::Held JsonTail::take_held() {
-  Held held{std::unique_ptr<unsigned char, Free>(held_), held_size_};
+  Held held{MallocOwner<unsigned char>(held_), held_size_};
   held_ = nullptr;
   held_size_ = 0;
   return held;

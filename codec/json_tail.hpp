@@ -1,9 +1,10 @@
 #ifndef NODETREE_CODEC_JSON_TAIL_HPP
 #define NODETREE_CODEC_JSON_TAIL_HPP
 
+#include "shared/memory.hpp"
+
 #include <cstddef>
 #include <cstdlib>
-#include <memory>
 
 namespace nodetree {
 
@@ -49,11 +50,8 @@ private:
    an error, so nothing is reported later than it would have been. Zero-filled is empty. */
 class JsonTail {
 public:
-  struct Free {
-    void operator()(unsigned char *bytes) const { std::free(bytes); }
-  };
   struct Held {
-    std::unique_ptr<unsigned char, Free> bytes;
+    MallocOwner<unsigned char> bytes;
     std::size_t size;
   };
 

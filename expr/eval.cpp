@@ -1,8 +1,8 @@
 #include "expr/evaluation.hpp"
+#include "shared/memory.hpp"
 
 #include <array>
 #include <iterator>
-#include <memory>
 #include <nodetree/string.h>
 
 using namespace nodetree;
@@ -48,11 +48,6 @@ const Operation *find_operation(const char *name) {
   const auto &[known, operation] = operations[index_at[slot_of(name)]];
   return std::strcmp(known, name) == 0 ? &operation : nullptr;
 }
-
-struct FreeText {
-  void operator()(char *text) const { std::free(text); }
-};
-using Text = std::unique_ptr<char, FreeText>;
 
 } // namespace
 

@@ -1,8 +1,8 @@
 // Advisory locks on whole files.
 #include <nodetree/file.h>
 
-#include "file/owners.hpp"
 #include "log/report.hpp"
+#include "shared/descriptor.hpp"
 
 #include <sys/file.h>
 

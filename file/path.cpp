@@ -2,7 +2,7 @@
 #include <nodetree/file.h>
 #include <nodetree/string.h>
 
-#include "file/owners.hpp"
+#include "shared/memory.hpp"
 
 #include <cerrno>
 #include <cstdlib>

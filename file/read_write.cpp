@@ -1,8 +1,9 @@
 // Whole files: reading, mapping and writing.
 #include <nodetree/file.h>
 
-#include "file/owners.hpp"
 #include "log/report.hpp"
+#include "shared/descriptor.hpp"
+#include "shared/memory.hpp"
 
 #include <cstdint>
 #include <cstdlib>

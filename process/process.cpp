@@ -1,8 +1,8 @@
 // What becomes of a process: how it ended and whose it is.
 #include <nodetree/process.h>
 
-#include "file/owners.hpp"
 #include "log/report.hpp"
+#include "shared/descriptor.hpp"
 
 #include <cstring>
 #include <pwd.h>

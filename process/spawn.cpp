@@ -2,8 +2,8 @@
 #include <nodetree/process.h>
 #include <nodetree/stringlist.h>
 
-#include "file/owners.hpp"
 #include "log/report.hpp"
+#include "shared/descriptor.hpp"
 
 #include <csignal>
 #include <initializer_list>

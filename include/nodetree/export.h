@@ -13,15 +13,18 @@
 /* Lets the compiler check that a run of arguments ends with a null pointer. */
 #define NODETREE_SENTINEL __attribute__((sentinel))
 
-/* What surrounds declarations, and a cast as inline functions have it, in either language. */
+/* What surrounds declarations, and a cast and a null pointer as inline functions have them, in
+   either language. */
 #ifdef __cplusplus
 #define NODETREE_BEGIN extern "C" {
 #define NODETREE_END }
 #define NODETREE_CAST(type, value) static_cast<type>(value)
+#define NODETREE_NULL nullptr
 #else
 #define NODETREE_BEGIN
 #define NODETREE_END
 #define NODETREE_CAST(type, value) ((type)(value))
+#define NODETREE_NULL ((void *)0)
 #endif
 
 #endif

@@ -63,12 +63,12 @@ NODETREE_PRINTF(2, 0)
 static inline void log_vmsg(int level, const char *format, va_list args) {
   const int caller_errno = errno;
   va_list again;
-  char *text = NULL;
+  char *text = NODETREE_NULL;
   int length;
   if (level == LOG_DEBUG && !log_get_debug())
     return;
   va_copy(again, args);
-  length = vsnprintf(NULL, 0, format, again);
+  length = vsnprintf(NODETREE_NULL, 0, format, again);
   va_end(again);
   if (length >= 0)
     text = NODETREE_CAST(char *, malloc(NODETREE_CAST(size_t, length) + 1));

@@ -229,15 +229,14 @@ NODETREE_API bool node_iterate_end(const node *root, const node *cursor);
        for (node *n = root; n; n = node_iterate_within(root, n)) ...
    O(1) averaged over the walk. */
 static inline node *node_iterate_within(const node *root, node *n) {
-  if (n->child_count == 0) {
-    node *next = NULL;
-    while (n != root && !(next = node_container_next(n->parent, n)))
-      n = n->parent;
-    if (!next || next->child_count == 0)
-      return next;
-    n = next;
+  if (n->child_count != 0)
+    return node_iterate(n);
+  for (; n != root; n = n->parent) {
+    node *next = node_container_next(n->parent, n);
+    if (next)
+      return next->child_count != 0 ? node_iterate(next) : next;
   }
-  return node_iterate(n);
+  return NODETREE_NULL;
 }
 
 /*

@@ -1,20 +1,13 @@
-// Owners of what a call holds while it runs.
-#ifndef NODETREE_FILE_OWNERS_HPP
-#define NODETREE_FILE_OWNERS_HPP
+// The owner of a file descriptor.
+#ifndef NODETREE_SHARED_DESCRIPTOR_HPP
+#define NODETREE_SHARED_DESCRIPTOR_HPP
 
 #include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
-#include <memory>
 #include <unistd.h>
 #include <utility>
 
 namespace nodetree {
-
-struct Free {
-  void operator()(char *text) const { free(text); }
-};
-using Text = std::unique_ptr<char, Free>;
 
 // Repeats a system call for as long as a signal interrupts it.
 template <class Call>
