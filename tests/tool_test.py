@@ -109,7 +109,6 @@ class Commands(Case):
         self.expect_rows(
             ("flat", '{"a/b": {"x": 1}, "c\\nd": 2}', 2, "/a/b/x=1\n/c\nd=2\n",
              told_once + told_input("1 more .*")),
-            ("flat", '{"a": {"1": 1, "0": 2}}', 2, "/a/1=1\n/a/0=2\n", told_once),
             ("flat", '{"": 1}', 2, "/=1\n", told_once),
             ("flat", '{"": {"01": 1}, "a=": {"1": 2}, "..": "="}', 0,
              '//01=1\n/a=/1=2\n/..="="\n'),

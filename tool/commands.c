@@ -27,11 +27,13 @@ const command commands[] = {
     {
         .name = "flat",
         .synopsis = "[FILE...]",
-        .summary = "Prints path and JSON of every leaf, a line each.\n"
-                   "Empty objects and arrays are leaves too. What such lines cannot tell "
-                   "is reported:\n"
-                   "names with a \"/\" or a newline, and objects whose names are 0, 1, 2 "
-                   "and so on.",
+        .summary =
+            "Prints path and JSON of every leaf, a line each.\n"
+            "Empty objects and arrays are leaves too, and so that unflat can tell it "
+            "from an array,\n"
+            "an object whose names are 0, 1, 2 and so on has a line PATH={}. Names "
+            "with a \"/\" or a\n"
+            "newline, which no line can tell, are reported.",
         .example = "flat config.json | grep timeout",
         .takes = TAKES_INPUT | TAKES_OUTPUT | TAKES_LABELS | TAKES_LINES,
         .run = run_flat,
@@ -93,17 +95,108 @@ const command commands[] = {
     },
     {
         .name = "diff",
-        .synopsis = "FILE FILE",
+        .synopsis = "[--patch] FILE FILE",
         .summary = "Prints what differs in the second file's value.\n"
                    "Members are compared by key, elements by position, and null stands for "
                    "what it\n"
                    "lacks. The status is 1 then; without a difference nothing is printed "
-                   "and it is 0.",
+                   "and it is 0.\n"
+                   "--patch prints what the patch command takes, [] without a difference.",
         .example = "diff old.json new.json",
-        .takes = PRINTS_VALUES,
+        .takes = PRINTS_VALUES | TAKES_DIFF,
         .min_arguments = 2,
         .max_arguments = 2,
         .run = run_diff,
+    },
+    {
+        .name = "set",
+        .synopsis = "PATH VALUE [FILE...]",
+        .summary = "Prints every value with VALUE, which is JSON, at PATH.\n"
+                   "Members that are missing on the way are made, also the element behind "
+                   "the last one\n"
+                   "of an array; its position is the number of the others, or - with "
+                   "--pointer.",
+        .example = "set -i /server/port 8443 config.json",
+        .takes = ANSWERS_VALUES | TAKES_EDIT | TAKES_PATH | TAKES_SET,
+        .min_arguments = 2,
+        .run = run_set,
+    },
+    {
+        .name = "del",
+        .synopsis = "PATH [--path PATH]... [FILE...]",
+        .summary = "Prints every value without what is at PATH.\n"
+                   "The positions in an array are those before anything is taken out. The "
+                   "status is 1\n"
+                   "where there was nothing to take out.",
+        .example = "del -i /tls/key --path /users/0 config.json",
+        .takes = ANSWERS_VALUES | TAKES_EDIT | TAKES_PATH | TAKES_DEL,
+        .min_arguments = 1,
+        .run = run_del,
+    },
+    {
+        .name = "patch",
+        .synopsis = "[--merge] PATCHFILE [FILE...]",
+        .summary =
+            "Prints every value with a JSON Patch applied, whole or not at all.\n"
+            "That is an array of operations as in RFC 6902, which diff --patch makes; "
+            "with\n"
+            "--merge, what members become, null for none, as in RFC 7396.",
+        .example = "patch -i change.json config.json",
+        .takes = ANSWERS_VALUES | TAKES_EDIT | TAKES_PATCH,
+        .min_arguments = 1,
+        .run = run_patch,
+    },
+    {
+        .name = "unflat",
+        .synopsis = "[FILE...]",
+        .summary =
+            "Prints the value of the lines that flat has printed, in any order.\n"
+            "Members whose names are 0, 1, 2 and so on without a gap become an array, "
+            "unless a\n"
+            "line PATH={} says that they are an object. Every FILE is one value.",
+        .example = "flat config.json | grep -v secret | nodetree unflat",
+        .takes = TAKES_OUTPUT | TAKES_VALUES,
+        .run = run_unflat,
+    },
+    {
+        .name = "keys",
+        .synopsis = "[PATH [FILE...]]",
+        .summary = "Prints the names of the members at PATH, or the positions of the "
+                   "elements.",
+        .example = "keys -r /server config.json",
+        .takes = ANSWERS_VALUES | TAKES_PATH,
+        .run = run_keys,
+    },
+    {
+        .name = "length",
+        .synopsis = "[PATH [FILE...]]",
+        .summary = "Prints how many members or elements there are at PATH.",
+        .example = "length /users config.json",
+        .takes = ANSWERS_VALUES | TAKES_PATH,
+        .run = run_length,
+    },
+    {
+        .name = "type",
+        .synopsis = "[PATH [FILE...]]",
+        .summary = "Prints what is at PATH: null, object, array, integer, real, string or "
+                   "boolean.",
+        .example = "type /server/port config.json",
+        .takes = TAKES_INPUT | TAKES_OUTPUT | TAKES_LABELS | TAKES_PATH,
+        .run = run_type,
+    },
+    {
+        .name = "check",
+        .synopsis = "[--syntax] RULES [FILE...]",
+        .summary = "Prints the rules that a value breaks, with what they say to it.\n"
+                   "RULES is the file of an object of expressions by name, as eval takes "
+                   "them; each is\n"
+                   "to be true. The status is 1 where one is not. With --syntax the rules "
+                   "themselves\n"
+                   "are looked at for what must fail with every value.",
+        .example = "check rules.json config.json",
+        .takes = TAKES_INPUT | TAKES_OUTPUT | TAKES_LABELS | TAKES_CHECK,
+        .min_arguments = 1,
+        .run = run_check,
     },
     {
         .name = "dot",

@@ -1,8 +1,9 @@
-#include "tool.h"
-
 #include <errno.h>
 #include <stdlib.h>
 #include <string.h>
+
+#include "place.h"
+#include "tool.h"
 
 /* A path as it grows and shrinks with a walk: that of the node it is at. */
 static buffer path;
@@ -12,37 +13,20 @@ static const char *key_of(const node *n) {
   return key != NULL ? key : ""; /* an element for whose label there was no memory */
 }
 
-/* Whether the key is one of the labels from 0 to count - 1. */
-static bool is_label(const char *key, size_t count) {
-  size_t label = 0;
-  if (*key == '\0' || (*key == '0' && key[1] != '\0'))
-    return false;
-  for (; *key >= '0' && *key <= '9' && label < count; key++)
-    label = label * 10 + (size_t)(*key - '0');
-  return *key == '\0' && label < count;
+/* Whether there is a line for the node: of a leaf, or of an object that the lines of what is
+   in it would make an array. */
+static bool has_line(const node *n) {
+  return n->child_count == 0 || (node_is_object(n) && has_labels(n));
 }
 
-/* Whether lines cannot tell the object from an array. */
-static bool looks_like_array(const node *n) {
-  if (!node_is_object(n))
-    return false;
-  const node *child = node_object_first(n);
-  while (child != NULL && is_label(node_key(child), n->child_count))
-    child = node_object_next(n, child);
-  return n->child_count != 0 && child == NULL;
-}
-
-/* Why the line of a leaf, or all lines of a container, say something else when they are read
-   again; NULL where they do not. */
+/* Why lines say something else when they are read again; NULL where they do not. */
 static const char *ambiguity(const walk *w) {
-  if (looks_like_array(w->at))
-    return "its members look like the elements of an array";
   if (w->at == w->top)
     return NULL;
   const char *key = key_of(w->at);
   if (strpbrk(key, "/\n") != NULL)
     return "a key has a \"/\" or a newline";
-  if (*key == '\0' && path.length == 1 && w->at->child_count == 0)
+  if (*key == '\0' && path.length == 1 && has_line(w->at))
     return "its path is that of the whole value";
   return NULL;
 }
@@ -71,10 +55,17 @@ static void note_ambiguity(struct job *job, const walk *w, size_t *count) {
   free(shown);
 }
 
-static void print_leaf(struct job *job, const walk *w) {
+static void print_own_line(struct job *job, const walk *w) {
   const char *prefix = path_with(job, w->at == w->top ? "/=" : "=");
-  if (prefix != NULL && print_line(job, prefix, w->at))
-    job->found = true;
+  if (prefix == NULL)
+    return;
+  if (w->at->child_count == 0) {
+    job->found = print_line(job, prefix, w->at) || job->found;
+  } else {
+    print_label(job);
+    fprintf(output, "%s{}", prefix);
+    output_newline(job);
+  }
 }
 
 static void visit(struct job *job, const walk *w, size_t *ambiguous) {
@@ -85,9 +76,10 @@ static void visit(struct job *job, const walk *w, size_t *ambiguous) {
       buffer_add(&path, key_of(w->at), key_length - 1);
     }
     note_ambiguity(job, w, ambiguous);
+    if (has_line(w->at))
+      print_own_line(job, w);
     if (w->at->child_count != 0)
       return;
-    print_leaf(job, w);
   }
   path.length -= key_length;
 }

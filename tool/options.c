@@ -41,6 +41,12 @@ static const option_row rows[] = {
     {"exclude", OPTION_EXCLUDE, "PATTERN", "drops what matches", TAKES_FILTER},
     {"removed", OPTION_REMOVED, NULL, "prints the paths of what is taken out instead",
      TAKES_FILTER},
+    {"string", 's', NULL, "VALUE is a string as it is, not JSON", TAKES_SET},
+    {"path", 'p', "PATH", "one PATH more", TAKES_DEL},
+    {"merge", OPTION_MERGE, NULL, "PATCHFILE is a merge patch (RFC 7396)", TAKES_PATCH},
+    {"patch", OPTION_PATCH, NULL, "a JSON Patch (RFC 6902) instead", TAKES_DIFF},
+    {"syntax", OPTION_SYNTAX, NULL, "looks for faults in RULES alone, without a FILE",
+     TAKES_CHECK},
     {"help", 'h', NULL, "prints this", 0},
     {"version", 'V', NULL, "prints the version", 0},
 };

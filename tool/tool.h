@@ -38,6 +38,11 @@ enum {
   TAKES_EDIT = 1 << 5,   /* what prints a changed value */
   TAKES_PATH = 1 << 6,   /* what has a PATH */
   TAKES_FILTER = 1 << 7, /* the others belong to single commands */
+  TAKES_SET = 1 << 8,
+  TAKES_DEL = 1 << 9,
+  TAKES_PATCH = 1 << 10,
+  TAKES_DIFF = 1 << 11,
+  TAKES_CHECK = 1 << 12,
 };
 
 /* Options without a letter are told by numbers behind the letters. */
@@ -52,6 +57,9 @@ enum {
   OPTION_COLOR,
   OPTION_FORCE,
   OPTION_POINTER,
+  OPTION_MERGE,
+  OPTION_PATCH,
+  OPTION_SYNTAX,
   OPTION_END
 };
 
@@ -78,7 +86,7 @@ struct job {
 
 enum { STATUS_FOUND = 0, STATUS_NOTHING = 1, STATUS_FAILED = 2 };
 
-/* ---- look.c, eval.c, trees.c, dot.c, help.c: the commands ---- */
+/* ---- The commands ---- */
 
 void run_get(struct job *job, char **arguments);
 void run_glob(struct job *job, char **arguments);
@@ -89,6 +97,14 @@ void run_merge(struct job *job, char **arguments);
 void run_filter(struct job *job, char **arguments);
 void run_diff(struct job *job, char **arguments);
 void run_dot(struct job *job, char **arguments);
+void run_set(struct job *job, char **arguments);
+void run_del(struct job *job, char **arguments);
+void run_patch(struct job *job, char **arguments);
+void run_unflat(struct job *job, char **arguments);
+void run_keys(struct job *job, char **arguments);
+void run_length(struct job *job, char **arguments);
+void run_type(struct job *job, char **arguments);
+void run_check(struct job *job, char **arguments);
 void run_help(struct job *job, char **arguments);
 
 /* ---- help.c ---- */

@@ -1,5 +1,5 @@
 /* The commands that make one tree of others. */
-#include "tool.h"
+#include "patch.h"
 
 #include <nodetree/stringlist.h>
 
@@ -57,17 +57,54 @@ void run_filter(struct job *job, char **files) {
 
 /* The trees are compared in full: prepared hashes would only pay for more than one
    comparison, and two values of the same hash would count as equal. */
+static void print_difference(struct job *job, const node *from, const node *to) {
+  node *difference = node_diff(from, to);
+  if (difference == NULL)
+    job->found = true;
+  else
+    print_value(job, "", difference);
+  node_free(difference);
+}
+
+static void print_patch(struct job *job, node *from, node *to) {
+  node *patch = patch_make(job, from, to);
+  if (patch != NULL && print_value(job, "", patch))
+    job->found = patch->child_count == 0;
+  node_free(patch);
+}
+
 void run_diff(struct job *job, char **files) {
   node *from = input_only(job, files[0]);
   node *to = input_only(job, files[1]);
-  if (from != NULL && to != NULL) {
-    node *difference = node_diff(from, to);
-    if (difference == NULL)
-      job->found = true;
-    else
-      print_value(job, "", difference);
-    node_free(difference);
-  }
+  if (from != NULL && to != NULL && job->option[OPTION_PATCH])
+    print_patch(job, from, to);
+  else if (from != NULL && to != NULL)
+    print_difference(job, from, to);
   node_free(from);
   node_free(to);
+}
+
+/* ---- patch ---- */
+
+static void answer_patch(struct job *job, node *value) {
+  node *root = value;
+  node_ref(root); /* the caller keeps its own, also when the whole value is replaced */
+  bool patched = job->option[OPTION_MERGE] ? merge_patch_apply(job, &root, job->expression)
+                                           : patch_apply(job, &root, job->expression);
+  if (patched && print_value(job, "", root))
+    job->found = true;
+  node_unref(root);
+}
+
+void run_patch(struct job *job, char **files) {
+  job->expression = input_expression(job, *files);
+  if (job->expression == NULL)
+    return;
+  if (job->option[OPTION_MERGE] || node_is_array(job->expression)) {
+    input_answer(job, files + 1, answer_patch);
+  } else {
+    job->input = *files;
+    complain(job, "holds no JSON Patch, which is an array of operations");
+  }
+  node_free(job->expression);
 }

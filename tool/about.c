@@ -1,0 +1,79 @@
+/* The commands that tell what a value is like. */
+#include <nodetree/node.h>
+#include <unistd.h>
+
+#include "place.h"
+#include "tool.h"
+
+/* Consumes the answer. */
+static void answer_with(struct job *job, node *answer) {
+  if (answer == NULL)
+    complain(job, "%s", no_memory);
+  else if (print_line(job, "", answer))
+    job->found = true;
+  node_free(answer);
+}
+
+/* What the PATH leads to when that has children; otherwise NULL, with a report unless there
+   is nothing. */
+static const node *find_container(struct job *job, node *value) {
+  const node *found = find_path(job, value, job->operand);
+  if (found == NULL || node_is_container(found))
+    return found;
+  complain(job, "%s: neither object nor array, but %s", job->operand,
+           node_type_to_string(found));
+  return NULL;
+}
+
+static void answer_keys(struct job *job, node *value) {
+  const node *found = find_container(job, value);
+  if (found == NULL)
+    return;
+  job->found = true;
+  int64_t position = 0;
+  for (const node *child = node_container_first(found); child != NULL && !job->failed;
+       child = node_container_next(found, child))
+    answer_with(job, node_is_object(found) ? node_new_string(node_key(child))
+                                           : node_new_integer(position++));
+}
+
+static void answer_length(struct job *job, node *value) {
+  const node *found = find_container(job, value);
+  if (found != NULL)
+    answer_with(job, node_new_integer((int64_t)found->child_count));
+}
+
+static void answer_type(struct job *job, node *value) {
+  const node *found = find_path(job, value, job->operand);
+  if (found != NULL) {
+    print_label(job);
+    fputs(node_type_to_string(found), output);
+    output_newline(job);
+    job->found = true;
+  }
+}
+
+static void run(struct job *job, char **arguments, answer_function answer) {
+  bool has_path = *arguments != NULL;
+  if (has_path && arguments[1] == NULL && isatty(STDIN_FILENO) &&
+      access(*arguments, F_OK) == 0) {
+    /* Waiting for what is typed would answer nothing to who has only left out the PATH. */
+    complain(job, "'%s' stands for a PATH; for all of the file put / before it",
+             *arguments);
+    return;
+  }
+  job->operand = has_path ? *arguments : job->option[OPTION_POINTER] ? "" : "/";
+  input_answer(job, arguments + has_path, answer);
+}
+
+void run_keys(struct job *job, char **arguments) {
+  run(job, arguments, answer_keys);
+}
+
+void run_length(struct job *job, char **arguments) {
+  run(job, arguments, answer_length);
+}
+
+void run_type(struct job *job, char **arguments) {
+  run(job, arguments, answer_type);
+}

@@ -1,0 +1,283 @@
+/* The command that makes values of the lines that "flat" has made of them. */
+#include <errno.h>
+#include <nodetree/json.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "place.h"
+#include "tool.h"
+
+/* What a node of the tree is while lines come in; counted in its references, of which it has
+   no other use for then. */
+enum {
+  IMPLIED = 1, /* lines give what is in it; an array where their labels are those of one */
+  IS_OBJECT,   /* a line says that it is an object, others may give what is in it */
+  IS_WHOLE     /* a line gives it with all that is in it */
+};
+
+static bool is_open(const node *n) {
+  return node_is_object(n) && n->refcount != IS_WHOLE;
+}
+
+static void set_state(node *n, uint32_t state) {
+  while (n->refcount < state)
+    node_ref(n);
+}
+
+/* ---- Lines ---- */
+
+/* Whether nothing stands outside of strings that is in no value, or only in a comment. Behind
+   a "=" that belongs to a key there is such a thing, the "=" before the value, or a quote that
+   is left over. */
+static bool may_be_value(const char *text) {
+  bool in_string = false;
+  for (; *text != '\0'; text++) {
+    if (*text == '"')
+      in_string = !in_string;
+    else if (in_string ? *text == '\\' && *++text == '\0' : strchr("=/\\", *text) != NULL)
+      return false;
+  }
+  return !in_string;
+}
+
+/* The value, which is cut off the path in front of it; NULL where there is none. */
+static const char *cut_value(char *line) {
+  for (char *sign = strchr(line, '='); sign != NULL; sign = strchr(sign + 1, '=')) {
+    if (may_be_value(sign + 1)) {
+      *sign = '\0';
+      return sign + 1;
+    }
+  }
+  return NULL;
+}
+
+static const char *find_place(place *p, node *root, char *path) {
+  *p = (place){.present = root};
+  if (strcmp(path, "/") == 0)
+    return NULL;
+  for (char *key = path, *end = path; end != NULL; key = end) {
+    *key++ = '\0';
+    end = strchr(key, '/');
+    if (end != NULL)
+      *end = '\0';
+    node *parent = p->present;
+    if (parent == NULL) {
+      parent = node_new_object();
+      if (parent == NULL || !place_put(p, &root, parent, false))
+        return no_memory;
+    }
+    if (!is_open(parent))
+      return "lies in a value that another line gives";
+    *p = (place){.parent = parent, .key = key, .present = node_object_get(parent, key)};
+  }
+  return NULL;
+}
+
+/* Consumes the value. */
+static const char *add_value(node **root, char *path, node *value) {
+  place p;
+  bool is_empty_object = node_is_object(value) && value->child_count == 0;
+  const char *reason = find_place(&p, *root, path);
+  if (reason == NULL && p.present != NULL && p.present->refcount == IMPLIED &&
+      p.present->child_count != 0 && is_empty_object) {
+    set_state(p.present, IS_OBJECT);
+  } else if (reason == NULL && p.present != NULL &&
+             (p.present->refcount != IMPLIED || p.present->child_count != 0)) {
+    reason = "other lines give this value or what is in it";
+  } else if (reason == NULL) {
+    if (!place_put(&p, root, value, false))
+      return no_memory;
+    set_state(value, is_empty_object ? IS_OBJECT : IS_WHOLE);
+    return NULL;
+  }
+  node_free(value);
+  return reason;
+}
+
+static const char *add_line(node **root, char *line) {
+  const char *text = *line == '/' ? cut_value(line) : NULL;
+  if (text == NULL)
+    return "is no PATH=VALUE";
+  node *value = json_parse_string(text);
+  if (value != NULL)
+    return add_value(root, line, value);
+  free(messages_take()); /* it says no more, but quotes the value */
+  return "has a value that is no JSON";
+}
+
+/* ---- The value ---- */
+
+static bool sort_by_labels(node *object) {
+  size_t count = object->child_count;
+  void **elements = calloc(count, sizeof *elements);
+  if (elements == NULL)
+    return false;
+  for (node *child; (child = node_object_first(object)) != NULL;) {
+    size_t label;
+    read_position(node_key(child), &label);
+    elements[label] = child;
+    node_detach(child);
+  }
+  bool sorted = true;
+  for (size_t i = 0; i < count; i++) {
+    char label[24];
+    snprintf(label, sizeof label, "%zu", i);
+    if (node_object_add(object, label, elements[i]))
+      continue;
+    node_free(elements[i]);
+    sorted = false;
+  }
+  free(elements);
+  return sorted;
+}
+
+/* The container that is to hold what is in the object; NULL without memory. */
+static node *new_container(node *object) {
+  if (object->refcount != IMPLIED || !has_labels(object))
+    return node_new_object();
+  return sort_by_labels(object) ? node_new_array() : NULL;
+}
+
+static void drop_state(node *n) {
+  while (n->refcount > 1)
+    node_unref(n);
+}
+
+static bool add_child(node *container, const char *key, node *child) {
+  if (child != NULL && (node_is_array(container) ? node_array_append(container, child)
+                                                 : node_object_add(container, key, child)))
+    return true;
+  node_free(child);
+  return false;
+}
+
+/* Moves the first child of one container to the other. One that has children itself is made
+   anew instead, for these to follow: `*from` and `*to` go down to the two. */
+static bool move_child(node **from, node **to) {
+  node *child = node_container_first(*from);
+  if (is_open(child) && child->child_count != 0) {
+    node *made = new_container(child);
+    if (!add_child(*to, node_key(child), made))
+      return false;
+    *from = child;
+    *to = made;
+    return true;
+  }
+  char *key = strdup(node_key(child));
+  if (key == NULL)
+    return false;
+  node_detach(child);
+  drop_state(child);
+  bool moved = add_child(*to, key, child);
+  free(key);
+  return moved;
+}
+
+/* Makes the value of the objects that the lines have made, which are empty then. */
+static node *build(node *root) {
+  node *made = new_container(root);
+  node *from = root;
+  node *to = made;
+  bool moved = made != NULL;
+  while (moved && (from != root || from->child_count != 0)) {
+    if (from->child_count != 0) {
+      moved = move_child(&from, &to);
+      continue;
+    }
+    node *emptied = from;
+    from = node_parent(from);
+    to = node_parent(to);
+    drop_state(emptied);
+    node_free(emptied);
+  }
+  if (moved)
+    return made;
+  node_free(made);
+  return NULL;
+}
+
+static void release(node *root) {
+  for (node *n = root; n != NULL;) {
+    node *child = node_is_container(n) ? node_container_first(n) : NULL;
+    node *parent = node_parent(n);
+    if (child == NULL) {
+      drop_state(n);
+      node_free(n);
+    }
+    n = child != NULL ? child : parent;
+  }
+}
+
+/* ---- Files ---- */
+
+static const char *check_line(char *line, size_t length) {
+  if (strlen(line) != length)
+    return "has a NUL";
+  if (length > 0 && line[length - 1] == '\n')
+    line[length - 1] = '\0';
+  return NULL;
+}
+
+static bool read_lines(struct job *job, FILE *file, node **root) {
+  char *line = NULL;
+  size_t room = 0;
+  ssize_t length;
+  const char *reason = NULL;
+  size_t number = 0;
+  while (reason == NULL && (length = getline(&line, &room, file)) >= 0) {
+    number++;
+    reason = check_line(line, (size_t)length);
+    if (reason == NULL && *line != '\0')
+      reason = add_line(root, line);
+  }
+  bool whole = reason == NULL && feof(file);
+  if (reason != NULL)
+    complain(job, "line %zu %s", number, reason);
+  else if (!whole)
+    complain(job, "%s", strerror(errno));
+  free(line);
+  return whole;
+}
+
+static void answer_lines(struct job *job, FILE *file) {
+  node *root = node_new_object();
+  if (root == NULL) {
+    complain(job, "%s", no_memory);
+    return;
+  }
+  node *value = read_lines(job, file, &root) ? root : NULL;
+  if (value != NULL && is_open(root) && root->child_count != 0) {
+    value = build(root);
+    if (value == NULL)
+      complain(job, "%s", no_memory);
+  }
+  bool has_lines = value != root || (value != NULL && value->refcount != IMPLIED);
+  if (value != NULL && has_lines && print_value(job, "", value))
+    job->found = true;
+  if (value != root)
+    node_free(value);
+  release(root);
+}
+
+static void unflatten(struct job *job, const char *name) {
+  bool standard = strcmp(name, "-") == 0;
+  job->input = standard ? "standard input" : name;
+  FILE *file = NULL;
+  if (standard && job->input_taken)
+    complain(job, "has been read already");
+  else if ((file = standard ? stdin : fopen(name, "re")) == NULL)
+    complain(job, "%s", strerror(errno));
+  else
+    answer_lines(job, file);
+  job->input_taken = job->input_taken || standard;
+  if (file != NULL && !standard)
+    fclose(file);
+  job->input = NULL;
+}
+
+void run_unflat(struct job *job, char **files) {
+  if (*files == NULL)
+    unflatten(job, "-");
+  for (char **file = files; *file != NULL && !job->output_lost; file++)
+    unflatten(job, *file);
+}
