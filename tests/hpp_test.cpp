@@ -399,7 +399,7 @@ TEST(Results, AreANodeOrAReason) {
   const auto unknown = eval(Node::of({"frob"}), View());
   EXPECT_NE(std::string(unknown.reason()).find("frob"), std::string::npos);
   const auto nothing = eval(Node::of({"get", "/a"}), View());
-  EXPECT_STREQ(nothing.reason(), "it comes to nothing");
+  EXPECT_STREQ(nothing.reason(), "the expression gives no value");
 
   const auto fault = [](std::string_view given) {
     const auto result = parse_json(given);
@@ -421,7 +421,7 @@ TEST(Results, AreANodeOrAReason) {
   EXPECT_STREQ(missing.reason(), "/nowhere: No such file or directory");
   for (const auto &[given, answer] : {
            std::pair("\x92\x01\xc0"s, "[1,null]"s),
-           {"\x92\x01", "no message, one that is cut short, or one that no node can hold"},
+           {"\x92\x01", "not a whole message, or a value that no node can hold"},
            {"\x01\x02", "there are bytes behind the message"},
            {"", "no bytes"},
        }) {

@@ -121,8 +121,8 @@ private:
 } // namespace detail
 
 /// The tree of the one JSON value in the text. The reason of a failure names line and
-/// column, counted in bytes from 1; finding them takes some times as long as reading the
-/// text. The library logs the failure too, twice then.
+/// column, counted in bytes from 1; finding them takes about six
+/// times as long as reading the text. The library also logs the failure, twice then.
 inline Result<Node> parse_json(Chars text) noexcept {
   Node tree = Node::from_json(text);
   if (tree)
@@ -150,7 +150,7 @@ inline Result<Node> read_json(const CString &path) noexcept {
 inline Result<Node> parse_msgpack(Chars bytes) noexcept {
   std::size_t used = 0;
   Node tree = Node::from_msgpack(bytes, &used);
-  const char *reason = "no message, one that is cut short, or one that no node can hold";
+  const char *reason = "not a whole message, or a value that no node can hold";
   if (tree && used == bytes.size())
     return Result<Node>(std::move(tree));
   if (bytes.size() == 0)
@@ -161,16 +161,15 @@ inline Result<Node> parse_msgpack(Chars bytes) noexcept {
 }
 
 /// expr_eval(): the value of the expression for the context, which may be nothing. It is
-/// not to be changed, for it may be a part of either tree. The reason is what the evaluation
-/// says; one that only comes to nothing has no words of its own, and an operand that "range"
-/// has skipped leaves a reason beside the value.
+/// not to be changed, for it may be a part of either tree. The reason is the message of the
+/// evaluation; an operand that "range" skips leaves one beside the value.
 inline Result<const Node> eval(NodeArg expression, NodeArg context) noexcept {
   char *message = nullptr;
   Node value = Node::adopt(::expr_eval(const_cast<::node *>(expression.get()),
                                        const_cast<::node *>(context.get()), &message));
   Text reason = Text::adopt(message);
   if (!value && !reason)
-    reason = Text::adopt(::string_printf("it comes to nothing"));
+    reason = Text::adopt(::string_printf("the expression gives no value"));
   return Result<const Node>(std::move(value), std::move(reason));
 }
 

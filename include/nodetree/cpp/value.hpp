@@ -48,13 +48,14 @@ template <class T>
 inline constexpr bool is_node =
     std::is_same_v<std::remove_cv_t<T>, Node> || std::is_base_of_v<View, T>;
 
-/// Containers of the standard library and the like; with pairs of a text and a value.
+/// Containers of the standard library and the like.
 template <class R, class = void>
 inline constexpr bool is_range = false;
 template <class R>
 inline constexpr bool
     is_range<R, std::void_t<decltype(*std::begin(std::declval<const R &>()),
                                      std::end(std::declval<const R &>()))>> = !is_plain<R>;
+/// Those of pairs of a text and a value.
 template <class R, class = void>
 inline constexpr bool is_range_of_pairs = false;
 template <class R>
@@ -139,7 +140,8 @@ class Held : public Owner<Held, ::node *> {};
 ///
 /// Other types, characters among them, do not compile. An integer above INT64_MAX, a NULL
 /// text, one with a NUL inside, a name that comes twice, an empty Node and no memory make
-/// no value: the call is then refused. Nodes inside braces go with the list even so.
+/// no value: the call is then refused. A Node inside braces is released with a list that is
+/// refused.
 class Value {
 public:
   Value() = delete;
