@@ -383,7 +383,7 @@ TEST_F(Fault, TheCppFaceChangesOrRefuses) {
     EXPECT_TRUE((inserted && replaced && set) || fault::injected());
     EXPECT_EQ(n["a"].to_json().str(), inserted ? R"([1,{"k":[3,"t"]},2])" : "[1,2]");
     EXPECT_EQ(n["l"].to_json().str(), replaced ? n["a"].to_json().str() : R"("x")");
-    EXPECT_EQ(replaced, !link);
+    EXPECT_EQ(replaced, !link); // NOLINT(bugprone-use-after-move): emptied when taken
     EXPECT_EQ(n["m"].to_json().str(), set ? R"({"p":null,"q":[1.5]})" : "");
     EXPECT_TRUE(!why && (fault::injected() || *why.reason() == 'l')) << why.reason();
   };
