@@ -160,7 +160,8 @@ void Difference::finish() {
   Outcome outcome = failed;
   if (done.result || !done.lacking)
     outcome = {Outcome::known, done.result};
-  remember(done, outcome);
+  if (done.behind > 0)
+    remember(done, outcome);
   add(done.key, done.to, outcome);
   pairs_.back().position++;
 }
@@ -174,8 +175,6 @@ void Difference::remember(const Pair &done, const Outcome &outcome) {
   pairs_.back().lowest = std::min(pairs_.back().lowest, lowest);
   if (!is_equal || lowest == never)
     settle_assumptions(done.assumed, is_equal);
-  if (done.behind == 0)
-    return;
   const Address key{done.from, done.to};
   Comparison *note = comparisons_.find(key);
   const bool is_outer = note && note->state == Comparison::comparing && !done.by_link;

@@ -57,7 +57,7 @@ private:
   void enter();
   void enter_link();
   const node *first_known(const node *link);
-  void finish(std::uint32_t hash);
+  [[gnu::always_inline]] inline void finish(std::uint32_t hash);
 
   node *top_;
   Links links_;
@@ -66,6 +66,20 @@ private:
   AddressSet zero_;
   bool out_of_memory_ = false;
 };
+
+// The node at which the walk is has its hash: so have the links that led to it, and the
+// container that it stands in goes on.
+inline void Hashing::finish(std::uint32_t hash) {
+  node *place = walk_.place();
+  if (place->type == NODE_LINK && hash != 0)
+    for (node *n = place; n && n->type == NODE_LINK && n->diff_hash == 0;
+         n = links_.follow(n))
+      n->diff_hash = hash;
+  if (hash == 0 && !zero_.empty() && is_container(walk_.at()))
+    zero_.add({walk_.at()}); // without memory it is only visited again
+  if (!walk_.at_top())
+    fold(place->parent, place);
+}
 
 std::uint32_t Hashing::run() {
   for (;;) {
@@ -93,13 +107,14 @@ std::uint32_t Hashing::run() {
 
 void Hashing::enter() {
   node *at = walk_.at();
-  const bool known = is_known(at);
-  if (!known && at->type == NODE_LINK)
-    return enter_link();
-  if (!known && has_children(at))
-    return walk_.advance();
-  if (!known && !is_container(at))
-    at->diff_hash = hash_leaf(at);
+  if (!is_known(at)) {
+    if (at->type == NODE_LINK)
+      return enter_link();
+    if (has_children(at))
+      return walk_.advance();
+    if (!is_container(at))
+      at->diff_hash = hash_leaf(at);
+  }
   finish(at->diff_hash);
   walk_.pass();
 }
@@ -131,19 +146,6 @@ const node *Hashing::first_known(const node *link) {
       return nullptr;
   }
   return nullptr;
-}
-
-// The node at which the walk is has its hash: so have the links that led to it, and the
-// container that it stands in goes on.
-void Hashing::finish(std::uint32_t hash) {
-  node *place = walk_.place();
-  for (node *n = place; hash != 0 && n && n->type == NODE_LINK && n->diff_hash == 0;
-       n = links_.follow(n))
-    n->diff_hash = hash;
-  if (hash == 0 && is_container(walk_.at()) && !zero_.empty())
-    zero_.add({walk_.at()}); // without memory it is only visited again
-  if (!walk_.at_top())
-    fold(place->parent, place);
 }
 
 } // namespace
