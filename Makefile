@@ -38,7 +38,7 @@ TIDY_SOURCES = $(filter-out ./bench/% ./tests/consumer/% ./tests/fuzz/% %/covera
   $(filter %.c %.cpp,$(SOURCES)))
 
 .PHONY: all build demo test test-mpack tsan valgrind lint format bench load soak fuzz coverage install uninstall package \
-  abi abi-update docs ports clean help
+  abi abi-update docs docs-browser ports clean help
 
 all: build
 
@@ -165,11 +165,18 @@ package:
 	$(INSTALL_PACKAGES) $(PACKAGE_PACKAGES)
 	cmake/package.sh build/package
 
-# Pages of the public headers' comments; a name without one is an error.
+# Pages of the public headers' comments and the guide; a name without a comment, a lost
+# comment and a dead link are errors.
 docs:
 	$(INSTALL_PACKAGES) doxygen python3
 	mkdir -p build
 	doxygen docs/doxygen/Doxyfile
+	python3 docs/doxygen/check_pages.py build/docs/html include
+
+# The same pages, each opened in a browser.
+docs-browser: docs
+	$(INSTALL_PACKAGES) chromium chromium-driver
+	python3 docs/doxygen/check_pages.py build/docs/html include /usr/bin/chromedriver
 
 clean:
 	rm -rf build

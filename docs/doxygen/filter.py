@@ -1,4 +1,4 @@
-"""Doxygen's input filter: the comments of the headers as Doxygen has them. Usage: filter.py HEADER
+"""Doxygen's input filter: the comments of the headers as Doxygen has them. Usage: filter.py HEADER|PAGE
 
 The headers are written to be read as they are. Here a comment becomes the documentation of
 what it stands before; of a run of declarations, up to the next blank line, it becomes that of each. One
@@ -25,6 +25,7 @@ PLAIN_MEMBERS = [
     (r"\bempty\(", "Whether there are none. O(1)."),
     (r"^ *~", "Releases what is held."),
     (r"= default;", "Holds nothing."),
+    (r"bool is_range_of_pairs", "Not for users."),
     (r"&&other\)", "Takes over what the other holds."),
     (r"\bsize\(", "The number of bytes; 0 when there is none."),
     (r"\bget\(\)", "What is held, borrowed."),
@@ -102,18 +103,23 @@ class Header:
         ):
             yield one[0]
 
-    def convert_c(self, main):
-        first = True
+    def convert_c(self, family):
+        """`family` is the name of the header; its declarations make a group of that name."""
+        first, opened = True, False
         while self.at < len(self.text):
             comment = self.take(r"/\*(.*?)\*/\n")
             if comment:
                 heading = HEADING.match(comment[1].lstrip("\n *"))
                 text = body(comment[1])
-                if first and main:
-                    self.out.append(f"/** @mainpage nodetree{text}*/"
+                if first and family == "nodetree":
+                    self.out.append(f"/** @page conventions Conventions{text}*/"
                                     " /** @file nodetree.h */\n")
                 elif first:
-                    self.out.append(f"/** @file {text}*/\n")
+                    title = re.match(r"\s*(?:\w+: )?(.*?)(?:\.\s|\n\n|$)", text, re.DOTALL)[1]
+                    title = " ".join(title.split())
+                    self.out.append(f"/** @file */ /** @defgroup {family} {family}.h: {title}\n"
+                                    f"{text[1:]} @{{*/\n")
+                    opened = True
                 elif heading:
                     self.close()
                     about = body(HEADING.split(comment[1], 1)[2])
@@ -128,6 +134,8 @@ class Header:
                 self.out += map(self.fields, self.declarations())
                 self.out.append(self.take(r"[^\n]*\n")[0])  # blank, or for the preprocessor
         self.close()
+        if opened:
+            self.out.append("/** @} */\n")
 
     def run(self, text):
         other = self.take(r"#if[^\n]*\n#define[^\n]*\n#else\n(#define[^\n]*\n)#endif\n")
@@ -189,9 +197,12 @@ def main():
     text = path.read_text(encoding="utf-8")
     if path.suffix == ".hpp":
         sys.stdout.write(convert_cpp(text))
+    elif path.suffix == ".md":  # what lies outside the pages has no link to it
+        text = text.replace("](README.md)", "](@ref md_docs_guide_README)")
+        sys.stdout.write(re.sub(r"\[([^]]*)\]\((?!https?:|@ref |[\w-]+\.md\))[^)]*\)", r"\1", text))
     else:
         header = Header(text)
-        header.convert_c(path.name == "nodetree.h")
+        header.convert_c(path.stem)
         sys.stdout.write("".join(header.out))
 
 

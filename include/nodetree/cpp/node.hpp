@@ -90,8 +90,8 @@ public:
   static Node link(Strings path) noexcept { return adopt(::node_new_link(path.get())); }
 
   /// @}
-  /// @name Reading texts; empty on failure. parse_json(), read_json() and parse_msgpack()
-  /// also say why.
+  /// @name Reading texts
+  /// Empty on failure; parse_json(), read_json() and parse_msgpack() also say why.
   /// @{
   /// The tree of the one JSON value in the text.
   static Node from_json(Chars text) noexcept {
@@ -116,9 +116,10 @@ public:
   ::node *get() noexcept NODETREE_LIFETIMEBOUND { return Owner::get(); }
   const ::node *get() const noexcept NODETREE_LIFETIMEBOUND { return Owner::get(); }
 
-  /// @name As View and Ref have them, deleted for temporaries. So are get_string(), c_str(),
-  /// get_link_path(), key(), parent(), root(), get_child(), lookup(), follow_link(),
-  /// lookup_glob() and their kin, members(), elements(), children(), leaves() and walk().
+  /// @name As View and Ref have them, deleted for temporaries
+  /// So are get_string(), c_str(), get_link_path(), key(), parent(), root(), get_child(),
+  /// lookup(), follow_link(), lookup_glob() and their kin, members(), elements(),
+  /// children(), leaves() and walk().
   /// @{
   template <class T>
   [[nodiscard]] std::optional<T>

@@ -95,7 +95,7 @@ class Text : public detail::Owner<Text, char *> {
 public:
   /// The text, borrowed; null when there is none.
   const char *c_str() const noexcept NODETREE_LIFETIMEBOUND { return get(); }
-  /// The text, borrowed. O(n), as size() is.
+  /// The text, borrowed. O(n), as is size().
   operator std::string_view() const &noexcept NODETREE_LIFETIMEBOUND {
     return detail::view(get());
   }
