@@ -1,5 +1,6 @@
 #include "codec/json_tail.hpp"
 #include "codec/yajl_memory.hpp"
+#include "log/report.hpp"
 #include "node/node_internal.hpp"
 #include "shared/c_locale.hpp"
 
@@ -18,6 +19,7 @@ struct json_stream {
   node *root;         // the top-level value being built, or without a callback the last one
   node *current;      // the innermost open container
   char *pending_key;  // the member name that waits for its value, NULL when none does
+  bool name_repeated; // the open object has the pending key already
   node_value_callback callback;
   void *user_data;
   YajlMemory memory;
@@ -51,7 +53,10 @@ bool attach(json_stream *stream, node *value) {
     array_append_free(container, value);
     return true;
   }
-  if (!stream->pending_key || !object_add_with_key(container, key_behind(value), value))
+  if (!stream->pending_key)
+    return false;
+  stream->name_repeated = !object_add_with_key(container, key_behind(value), value);
+  if (stream->name_repeated)
     return false;
   stream->pending_key = nullptr;
   return true;
@@ -233,6 +238,9 @@ bool report(json_stream *stream, const unsigned char *text, size_t size) {
     return report("out of memory");
   report(reinterpret_cast<const char *>(reason));
   yajl_free_error(stream->parser, reason);
+  if (stream->name_repeated)
+    NODETREE_DEBUG("Repeated member name %s", stream->pending_key);
+  NODETREE_DEBUG("Stopped at byte %zu", yajl_get_bytes_consumed(stream->parser));
   return false;
 }
 

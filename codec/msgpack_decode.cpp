@@ -1,3 +1,4 @@
+#include "log/report.hpp"
 #include "node/node_internal.hpp"
 #include "shared/stack.hpp"
 
@@ -17,7 +18,8 @@ struct msgpack_stream {
   mpack_tree_t tree;
   node_value_callback callback;
   void *user_data;
-  bool decoding; // a call is under way
+  size_t decoded; // the bytes of all messages before the next
+  bool decoding;  // a call is under way
 };
 
 namespace nodetree {
@@ -250,14 +252,17 @@ const char *error_text(mpack_tree_t *tree) {
 // Whether the bytes that have come could be read.
 bool decode_available(msgpack_stream *stream) {
   while (mpack_tree_try_parse(&stream->tree)) {
+    const size_t size = mpack_tree_size(&stream->tree);
     node *value = Conversion(&stream->tree).run();
     if (mpack_tree_error(&stream->tree) != mpack_ok)
       break;
+    stream->decoded += size;
     stream->callback(value, stream->user_data);
   }
   if (mpack_tree_error(&stream->tree) == mpack_ok)
     return true;
   log_msg(LOG_ERR, "Error parsing MessagePack stream: %s\n", error_text(&stream->tree));
+  NODETREE_DEBUG("Stopped at byte %zu", stream->decoded);
   return false;
 }
 

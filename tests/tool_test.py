@@ -1,5 +1,6 @@
 """Tests of the nodetree program. Usage: tool_test.py COMMAND..., which runs the program."""
 
+import gzip
 import os
 import re
 import select
@@ -27,8 +28,8 @@ def run(*arguments, text="", stdout=subprocess.PIPE, stderr=subprocess.PIPE, **o
 
 
 def told(name, text):
-    """A pattern of what is said about an input."""
-    return f"nodetree: {re.escape(name)}: {text}\n"
+    """A pattern of what is said about an input, or with its place."""
+    return f"nodetree: {re.escape(name)}(:\\d+:\\d+|: message [^:]*)?: {text}\n"
 
 
 def told_input(text):
@@ -42,7 +43,7 @@ class Case(unittest.TestCase):
             arguments = arguments.split()
         with self.subTest(arguments=arguments, text=text[:60]):
             got = run(*arguments, text=text, **options)
-            self.assertEqual(got[:2], (status, out), got[2])
+            self.assertEqual(got[:2], (status, got[1] if out is None else out), got[2])
             self.assertRegex(got[2], re.compile(r"\A" + error + r"\Z", re.DOTALL))
 
     def expect_rows(self, *rows):
@@ -96,6 +97,9 @@ class Commands(Case):
             ("glob * --null", text, 0, '/b=[{"y":"v","x":null},[]]\0/a=1\0'),
             ("flat -Hn -", "1 [true]", 0,
              "standard input:1:/=1\nstandard input:2:/0=true\n"),
+            ("get -r s -p /n -p /none -p a/b --default - -n", VALUES + "{}", 0,
+             '1:"l1\\nl2"\tnull\t-\t[1,2.5,"x\\ty"]\n2:-\t-\t-\t-\n'),
+            ("get n --default -", '{"n":1} 2', 0, "1\n-\n"),
             ("get --pointer /a~1b/0/~01", '{"a/b": [{"~1": 7}]}', 0, "7\n"),
             ("get --pointer /0/00", "[[1]]", 1, ""),
         )
@@ -132,7 +136,7 @@ class Commands(Case):
         config = '{"port": 80, "list": [1, 2], "none": null, "off": false}'
         for expr, status, out, error in [
             ('["range", 81, 100, "/port"]', 1, "false\n", ""),
-            ('["range", 1, 100, ["get", "/no"], "/port"]', 0, "true\n", ""),
+            ('["range", 1, 100, ["get", "/no"], "/port"]', 0, "true\n", "/3 .*'get' path /no .*"),
             ('["get", "/list"]', 0, "[\n\t1,\n\t2\n]\n", ""),
             ('""', 1, '""\n', ""),
             ('["atom", []]', 0, "[]\n", ""),
@@ -146,7 +150,8 @@ class Commands(Case):
 
     def test_bad_expressions_answer_nothing(self):
         for expr, error in [
-            ("", "holds no value"),
+            ("", "is empty"),
+            (" ", "holds no value"),
             ("1 2", "holds more than one value"),
             ('["eq", 1', "ends inside a value"),
             ("9" * 20, "Failed to parse JSON: [^\n]*overflow"),
@@ -166,7 +171,9 @@ class Commands(Case):
             (f"{rule} {yes} {no} {yes}", "", 1, "true\nfalse\ntrue\n"),
             (f"{rule} {no} {other} {yes}", "", 2, "false\ntrue\n", told(other, ".*")),
             (["eval", expr, yes, no], "", 2, "true\n", told(no, r"/ \(/\): not yet")),
-            (rule, '{"ok":0} {"ok":1} 2', 2, "0\n1\n", told_input(".*")),
+            (rule, '{"ok":0} {"ok":1} 2', 2, "0\n1\n", told_input("value 3: .*")),
+            (rule, "2", 2, "", told_input(r"/ \(/\): .*")),
+            (rule, "2 3\n", 2, "", told_input("value 1: .*") + told_input("value 2: .*")),
             (rule, "", 1, ""),
             (f"eval @- {yes} {no}", '["get", "/ok"]', 1, "true\nfalse\n"),
             ("eval @-", "true", 2, "", told_input("has been read already")),
@@ -181,7 +188,9 @@ class Commands(Case):
              '{"a":{"x":1,"y":[1,2],"z":null},"b":{"c":2}}\n'),
             (f"merge -c {one} {two} -", '{"a": "last"}', 0, '{"a":"last","b":{"c":2}}\n'),
             (f"merge {one} -", '{"a": []} {"a": 2}', 0, '{\n\t"a": 2,\n\t"b": 1\n}\n'),
-            (f"merge {one} -", "", 2, "", told_input("holds no value")),
+            (f"merge {one} -", "", 2, "", told_input("is empty")),
+            (f"merge -c --arrays=replace {one} {two}", "", 0,
+             '{"a":{"x":1,"y":[2],"z":null},"b":{"c":2}}\n'),
             ("merge - -", "1", 2, "", told_input("has been read already")),
             (f"merge {one} {bad} {one}s {two}", "", 2, "",
              told(bad, ".*") + told(one + "s", "No such.*")),
@@ -236,9 +245,48 @@ class Inputs(Case):
             ("format", "9" * 20, 2, "", told_input("Failed to parse JSON: [^\n]*overflow")),
             ("format -c", "[1] [2; 3]", 2, "[1]\n",
              told_input(r"Failed to parse JSON: .*\[2;.*")),
-            ("flat", '{"a":1,"a":2}', 2, "", ".*Failed to parse JSON: .*repeated member.*"),
+            ("flat", '{"a":1,\n"a":2}', 2, "",
+             'nodetree: standard input:2:5: the member name "a" is repeated\n'),
+            ("flat", "[1]\n[2,\n  x]", 2, "/0=1\n",
+             "nodetree: standard input:3:3: Failed to parse JSON: lexical error: .*"),
+            ("flat", "1\n[2,\n", 2, "/=1\n", "nodetree: standard input:3:1: ends inside .*"),
+            ("eval 1", "1 [", 2, "1\n", "nodetree: standard input:1:3: ends inside .*"),
             ("flat", "[\x1b[31m]", 2, "", r"[^\x1b]*"),
         )
+
+    def test_places_behind_many_chunks(self):
+        lines = "".join('{"n":%d}\n' % i for i in range(20000))
+        self.expect("get n", lines + '{"n":\n [}', 2, "".join("%d\n" % i for i in range(20000)),
+                    "nodetree: standard input:20002:3: Failed .*")
+        packed = run("convert", "--to", "msgpack", text=lines)[1].encode(errors=ESCAPED)
+        self.expect("get n", packed + b"\x91\xc1", 2, None,
+                    f"nodetree: standard input: message 20001 at byte {len(packed)}: Error .*")
+
+    def test_what_is_no_json_is_named(self):
+        rows = [("\ufeff[1]".encode("utf-16"), "UTF-16"), ("[1]".encode("utf-16-le"), "UTF-16"),
+                (gzip.compress(b"[1]"), "gzip data"), (b"\x7fELF", None),
+                (b"\0\1", "binary data")]
+        for data, name in rows:
+            looks = f"looks like {name}, .*" if name else "Failed to parse JSON.*"
+            self.expect("format", data, 2, "", told_input(looks))
+        self.expect("format -c", b"\xef\xbb\xbf[1] [", 2, "[1]\n",
+                    "nodetree: standard input:1:5: ends inside a value\n")
+
+    def test_skip_invalid(self):
+        lines = '{"n":1} {"n":2}\n{"n":\n{"n":3}}\n\n{"n":4,"n":5}\n{"n":6}'
+        self.expect("get n --skip-invalid", lines, 2, "1\n2\n3\n6\n",
+                    ".*:2:6: the line ends inside a value\n.*:3:8: Failed .*"
+                    '.*:5:12: the member name "n" is repeated\n'
+                    "nodetree: standard input: 3 broken lines skipped\n")
+
+    def test_an_input_that_is_the_output(self):
+        one, two = self.file("one", '{"a":1}'), self.file("two", "[]")
+        for redirection, text in ((">>", "is where the output goes; .*"),
+                                  (">", "is empty, because .*--in-place .*")):
+            done = subprocess.run(["sh", "-c", f'"$@" {redirection} {one}', "sh", *COMMAND, "merge",
+                                   one, two], stderr=subprocess.PIPE, timeout=60)
+            self.assertEqual(done.returncode, 2)
+            self.assertRegex(done.stderr.decode(), told(one, text))
 
     def test_a_failing_file_does_not_stop_the_next(self):
         one = self.file("one", '{"n": 1}')
@@ -247,14 +295,13 @@ class Inputs(Case):
         blank = self.file("blank", " \n")
         other = self.file("other", '{"m": 1}')
         folder = self.folder
-        no_value = "holds no value"
         self.expect_rows(
             (f"get n {other}", "", 1, ""),
             (f"get n {other} {one}", "", 0, "1\n"),
             (f"get n {two} {one}", "", 2, "2\n1\n", told(two, "Failed to parse JSON: .*")),
             (f"get n {one}/x {one}", "", 2, "1\n", told(one + "/x", "Not a directory")),
             (f"get n {folder} {one}", "", 2, "1\n", told(folder, "Is a directory")),
-            (f"get n {empty} {blank}", "", 2, "", told(empty, no_value) + told(blank, no_value)),
+            (f"get n {empty} {blank}", "", 2, "", told(empty, "is empty") + told(blank, "holds no value")),
             (f"get n {one} -", '{"n": 3}', 0, "1\n3\n"),
             ("get n -", "", 1, ""),
         )
@@ -330,7 +377,7 @@ class MessagePack(Case):
             ("format --from=msgpack", b"\xa1a\x7b\xe0", 0, '"a"\n123\n-32\n'),
             ("format --from=json --from=msgpack", b"{[", 0, "123\n91\n"),
             ("format --from=msgpack", b"", 1, ""),
-            (f"format --from=msgpack {empty}", b"", 2, "", told(empty, "holds no value")),
+            (f"format --from=msgpack {empty}", b"", 2, "", told(empty, "is empty")),
             ("format --from=json", self.MAP, 2, "", no_json),
             ("format", b"\x7f", 2, "", no_json),
             ("format", b"\xe0", 2, "", no_json),
@@ -444,7 +491,7 @@ class Program(Case):
         self.expect("-h", "", 0, help_text)
         self.expect("help", "", 0, help_text)
         of_get = run("help", "get")[1]
-        self.assertRegex(of_get, r"(?s)PATH \[FILE\.\.\.\]\n.*--raw.*--help.*\$ nodetree get -r")
+        self.assertRegex(of_get, r"(?s)PATH .*\[FILE\.\.\.\]\n.*--raw.*--help.*\$ nodetree get -r")
         self.expect("--raw get --help", "", 0, of_get)
         self.assertRegex(run("--version")[1], r"\Anodetree \d+\.\d+\.\d+\n\Z")
 
@@ -454,7 +501,7 @@ class Program(Case):
             ("frobnicate", "unknown command 'frobnicate'", ""),
             ("merg", "unknown command 'merg'; did you mean 'merge'\\?", ""),
             ("--compact gte", "unknown command 'gte'; did you mean 'get'\\?", ""),
-            ("get", r"usage: nodetree get PATH \[FILE\.\.\.\]", "get "),
+            ("get", "usage: nodetree get PATH .*", "get "),
             ("convert -c", "usage: nodetree convert --to .*", "convert "),
             ("diff a b c", "usage: nodetree diff .*", "diff "),
             ("flat -r", "flat takes no option '--raw'", "flat "),

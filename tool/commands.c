@@ -8,10 +8,13 @@ enum {
 const command commands[] = {
     {
         .name = "get",
-        .synopsis = "PATH [FILE...]",
-        .summary = "Prints the value at PATH.",
+        .synopsis = "PATH [-p PATH]... [--default TEXT] [FILE...]",
+        .summary = "Prints the value at PATH.\n"
+                   "With several paths they are fields of a line, compact, with tabs "
+                   "between them;\n"
+                   "a field is empty where its path leads nowhere, or what --default says.",
         .example = "get -r /server/host config.json",
-        .takes = ANSWERS_VALUES | TAKES_PATH,
+        .takes = ANSWERS_VALUES | TAKES_PATH | TAKES_GET,
         .min_arguments = 1,
         .run = run_get,
     },
@@ -70,13 +73,13 @@ const command commands[] = {
     },
     {
         .name = "merge",
-        .synopsis = "FILE FILE...",
+        .synopsis = "[--arrays append|replace] FILE FILE...",
         .summary = "Prints the first file's value with those of the others folded in.\n"
                    "Members are combined, elements appended, other values replaced. Of "
                    "several values\n"
                    "in a file the last counts.",
         .example = "merge defaults.json site.json host.json",
-        .takes = PRINTS_VALUES | TAKES_EDIT,
+        .takes = PRINTS_VALUES | TAKES_EDIT | TAKES_MERGE,
         .min_arguments = 2,
         .run = run_merge,
     },

@@ -8,9 +8,9 @@
 static void answer_eval(struct job *job, node *value) {
   char *error = NULL;
   node *result = expr_eval(job->expression, value, &error);
+  if (error != NULL)
+    make_printable(error);
   if (result == NULL) {
-    if (error != NULL)
-      make_printable(error);
     complain(job, "%s", error != NULL ? error : strerror(ENOMEM));
   } else if (print_value(job, "", result)) {
     if (expr_coerce_bool(result))
@@ -18,7 +18,8 @@ static void answer_eval(struct job *job, node *value) {
     else
       job->denied = true;
   }
-  /* With a result it tells of paths that "range" has skipped, which is no failure. */
+  if (result != NULL && error != NULL)
+    remark(job, "%s", error); /* of paths that "range" has skipped, which is no failure */
   free(error);
   node_unref(result);
 }

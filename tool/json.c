@@ -49,7 +49,42 @@ static int take_apart(const char *text, char digits[REAL_SIZE], int *count) {
   return atoi(text + 1);
 }
 
+/* Most reals are decimals of a few digits behind the point. The quotient of two such whole
+   numbers is the real nearest to the decimal, and so what the decimal reads back as. Returns
+   the length; 0 for other reals. */
+static size_t short_decimal(double value, char number[REAL_SIZE]) {
+  double size = fabs(value);
+  if (!(size >= 1e-5 && size < 1e9))
+    return 0;
+  int places = 0;
+  double power = 1;
+  for (; places <= 6; places++, power *= 10) {
+    double digits = nearbyint(size * power);
+    if (digits / power == size)
+      break;
+  }
+  if (places > 6)
+    return 0;
+  unsigned long long digits = (unsigned long long)nearbyint(size * power);
+  char *end = number + REAL_SIZE, *c = end;
+  if (places == 0)
+    *--c = '0';
+  for (int i = 0; i < places; i++, digits /= 10)
+    *--c = (char)('0' + digits % 10);
+  *--c = '.';
+  do
+    *--c = (char)('0' + digits % 10);
+  while ((digits /= 10) != 0);
+  if (value < 0)
+    *--c = '-';
+  memmove(number, c, (size_t)(end - c));
+  return (size_t)(end - c);
+}
+
 size_t json_real(double value, char number[REAL_SIZE]) {
+  size_t short_length = short_decimal(value, number);
+  if (short_length != 0)
+    return short_length;
   char text[REAL_SIZE], digits[REAL_SIZE];
   int count;
   shortest(value, text);
@@ -105,6 +140,15 @@ static void stop_painting(void) {
 
 static void write_out(void *context, const char *bytes, size_t size) {
   canvas *c = context;
+  buffer *t = c->text;
+  if (!c->colored && size < t->room - t->length) {
+    if (size == 1) /* most are quotes and commas */
+      t->bytes[t->length] = *bytes;
+    else
+      memcpy(t->bytes + t->length, bytes, size);
+    t->length += size;
+    return;
+  }
   if (c->paint != NULL && strchr(",: \t\n", *bytes) == NULL) {
     buffer_add(c->text, c->paint, strlen(c->paint));
     c->paint = NULL;
@@ -112,7 +156,7 @@ static void write_out(void *context, const char *bytes, size_t size) {
   } else if (c->painting && *bytes == '\n') {
     stop_painting(); /* the end of the text */
   }
-  buffer_add(c->text, bytes, size);
+  buffer_add(t, bytes, size);
 }
 
 /* The generator does not look at what its allocator returns. It asks when it is made only. */
@@ -170,6 +214,18 @@ static yajl_gen_status write_real(double value) {
   return yajl_gen_number(generator, number, json_real(value, number));
 }
 
+static yajl_gen_status write_integer(int64_t value) {
+  char number[24];
+  char *end = number + sizeof number, *c = end;
+  uint64_t rest = value < 0 ? -(uint64_t)value : (uint64_t)value;
+  do
+    *--c = (char)('0' + rest % 10);
+  while ((rest /= 10) != 0);
+  if (value < 0)
+    *--c = '-';
+  return yajl_gen_number(generator, c, (size_t)(end - c));
+}
+
 /* The value itself; of a container with children, its opening. */
 static yajl_gen_status write_value(const node *n, int *depth) {
   switch (n->type) {
@@ -186,7 +242,7 @@ static yajl_gen_status write_value(const node *n, int *depth) {
   case NODE_STRING:
     return write_string(n->value.string);
   case NODE_INTEGER:
-    return yajl_gen_integer(generator, n->value.integer);
+    return write_integer(n->value.integer);
   case NODE_REAL:
     return write_real(n->value.real);
   case NODE_BOOLEAN:

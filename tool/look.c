@@ -6,15 +6,51 @@
 #include <stdlib.h>
 #include <string.h>
 
+/* What --default says, NULL without. */
+static const char *default_text(const struct job *job) {
+  char **texts = job->values[OPTION_DEFAULT];
+  while (texts != NULL && *texts != NULL && texts[1] != NULL)
+    texts++;
+  return texts != NULL ? *texts : NULL;
+}
+
+static void print_default(struct job *job) {
+  print_label(job);
+  fputs(default_text(job), output);
+  output_newline(job);
+}
+
 static void answer_get(struct job *job, node *value) {
   const node *match = find_path(job, value, job->operand);
   if (match != NULL && print_value(job, "", match))
     job->found = true;
+  else if (match == NULL && default_text(job) != NULL)
+    print_default(job);
+}
+
+/* The value at a path as a field of a line, or what stands for it. */
+static void print_found(struct job *job, node *value, const char *path) {
+  const node *match = find_path(job, value, path);
+  const char *text = default_text(job);
+  if (match == NULL && text != NULL)
+    fputs(text, output);
+  else if (match != NULL && print_field(job, match))
+    job->found = true;
+}
+
+static void answer_get_line(struct job *job, node *value) {
+  print_label(job);
+  print_found(job, value, job->operand);
+  for (char **path = job->values['p']; *path != NULL; path++) {
+    putc('\t', output);
+    print_found(job, value, *path);
+  }
+  output_newline(job);
 }
 
 void run_get(struct job *job, char **arguments) {
   job->operand = *arguments;
-  input_answer(job, arguments + 1, answer_get);
+  input_answer(job, arguments + 1, job->option['p'] ? answer_get_line : answer_get);
 }
 
 static void print_match(struct job *job, const node *match) {

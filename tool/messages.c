@@ -32,27 +32,63 @@ void make_printable(char *text) {
   }
 }
 
-char *messages_take(void) {
-  if (messages != NULL && ftello(stringstream_file(messages)) == 0)
+/* What stands behind the first occurrence of `mark`, up to `end`; NULL where it is not. */
+static char *text_behind(const char *log, const char *mark, const char *end) {
+  const char *from = strstr(log, mark);
+  if (from == NULL)
+    return NULL;
+  from += strlen(mark);
+  const char *to = strstr(from, end);
+  char *text = strndup(from, to != NULL ? (size_t)(to - from) : strlen(from));
+  if (text != NULL)
+    make_printable(text);
+  return text;
+}
+
+/* All lines since the last call, each behind a newline; NULL when there are none. */
+static char *take_log(void) {
+  if (messages == NULL || ftello(stringstream_file(messages)) == 0)
     return NULL; /* the usual case, for every value of a stream */
-  char *log = messages != NULL ? stringstream_take_data(messages) : NULL;
+  char *log = stringstream_take_data(messages);
   stringstream_free(messages);
   listen_anew();
-
-  static const char level[] = "ERROR: ";
-  char *message = NULL;
-  if (log != NULL && strncmp(log, level, strlen(level)) == 0) {
-    char *text = log + strlen(level);
-    char *next = strstr(text, "\nERROR: ");
-    size_t length = next != NULL ? (size_t)(next - text) : strlen(text);
-    while (length > 0 && text[length - 1] == '\n')
-      length--;
-    message = strndup(text, length);
-    if (message != NULL)
-      make_printable(message);
-  }
+  char *lines = NULL;
+  if (log != NULL && asprintf(&lines, "\n%s", log) < 0)
+    lines = NULL;
   free(log);
-  return message;
+  return lines;
+}
+
+static char *first_error(const char *log) {
+  char *error = text_behind(log, "\nERROR: ", "\nERROR: ");
+  char *debug = error != NULL ? strstr(error, "\nDEBUG: ") : NULL;
+  if (debug != NULL)
+    *debug = '\0';
+  for (size_t length = error != NULL ? strlen(error) : 0;
+       length > 0 && error[length - 1] == '\n';)
+    error[--length] = '\0';
+  return error;
+}
+
+char *messages_take(void) {
+  char *log = take_log();
+  char *error = log != NULL ? first_error(log) : NULL;
+  free(log);
+  return error;
+}
+
+char *messages_take_failure(size_t *place, char **name) {
+  char *log = take_log();
+  if (log == NULL)
+    return NULL;
+  char *error = first_error(log);
+  char *number = text_behind(log, ": Stopped at byte ", "\n");
+  if (number != NULL)
+    *place = strtoul(number, NULL, 10);
+  free(number);
+  *name = text_behind(log, ": Repeated member name ", "\n");
+  free(log);
+  return error;
 }
 
 void messages_close(void) {

@@ -35,14 +35,19 @@ static const option_row rows[] = {
     {"force", OPTION_FORCE, NULL, "MessagePack also to a terminal", TAKES_VALUES},
     {"from", OPTION_FROM, "json|msgpack", "what the FILEs are in, instead of a guess",
      TAKES_INPUT},
+    {"skip-invalid", OPTION_SKIP_INVALID, NULL,
+     "JSON a line: passes over lines that are broken, and counts them", TAKES_INPUT},
     {"pointer", OPTION_POINTER, NULL, "PATH is a JSON Pointer: ~1 is \"/\", ~0 is \"~\"",
      TAKES_PATH},
+    {"default", OPTION_DEFAULT, "TEXT", "printed where a PATH leads nowhere", TAKES_GET},
+    {"arrays", OPTION_ARRAYS, "append|replace",
+     "what happens to the elements of the first file; else they are appended", TAKES_MERGE},
     {"include", OPTION_INCLUDE, "PATTERN", "keeps what matches", TAKES_FILTER},
     {"exclude", OPTION_EXCLUDE, "PATTERN", "drops what matches", TAKES_FILTER},
     {"removed", OPTION_REMOVED, NULL, "prints the paths of what is taken out instead",
      TAKES_FILTER},
     {"string", 's', NULL, "VALUE is a string as it is, not JSON", TAKES_SET},
-    {"path", 'p', "PATH", "one PATH more", TAKES_DEL},
+    {"path", 'p', "PATH", "one PATH more", TAKES_DEL | TAKES_GET},
     {"merge", OPTION_MERGE, NULL, "PATCHFILE is a merge patch (RFC 7396)", TAKES_PATCH},
     {"patch", OPTION_PATCH, NULL, "a JSON Patch (RFC 6902) instead", TAKES_DIFF},
     {"syntax", OPTION_SYNTAX, NULL, "looks for faults in RULES alone, without a FILE",
@@ -144,6 +149,14 @@ static bool settle_formats(struct job *job) {
   return true;
 }
 
+static bool settle_words(struct job *job) {
+  static const char *const times[] = {"auto", "always", "never", NULL};
+  static const char *const arrays[] = {"append", "replace", NULL};
+  int chosen = choice(job, OPTION_ARRAYS, arrays);
+  job->replaces_arrays = chosen == 1;
+  return chosen >= 0 && choice(job, OPTION_COLOR, times) >= 0 && settle_formats(job);
+}
+
 static bool settle_indent(struct job *job) {
   job->indent = -1;
   for (char **value = job->values[OPTION_INDENT]; value != NULL && *value != NULL;
@@ -172,7 +185,6 @@ static bool are_patterns(struct job *job, int option) {
 }
 
 static bool settle(struct job *job) {
-  static const char *const times[] = {"auto", "always", "never", NULL};
   const command *taker = job->command;
   for (const option_row *row = rows; row < rows + ROW_COUNT; row++) {
     if (job->option[row->code] && row->groups != 0 && (row->groups & taker->takes) == 0) {
@@ -184,8 +196,7 @@ static bool settle(struct job *job) {
     complain(job, "only one of '--in-place' and '--output' can be");
     return false;
   }
-  return settle_formats(job) && settle_indent(job) &&
-         choice(job, OPTION_COLOR, times) >= 0 && are_patterns(job, OPTION_INCLUDE) &&
+  return settle_words(job) && settle_indent(job) && are_patterns(job, OPTION_INCLUDE) &&
          are_patterns(job, OPTION_EXCLUDE);
 }
 

@@ -26,6 +26,7 @@ static bool wants_color(const struct job *job) {
 
 static void lose_output(struct job *job, int error) {
   job->output_lost = true;
+  *job->where = '\0';
   job->input = replaced != NULL ? replaced : "standard output";
   complain(job, "%s", strerror(error != 0 ? error : EIO));
 }
@@ -120,18 +121,29 @@ bool output_replace_end(struct job *job) {
   return replaced_well;
 }
 
-void complain(struct job *job, const char *format, ...) {
-  job->failed = true;
+static void say(struct job *job, const char *format, va_list arguments) {
   if (!job->output_lost)
     fflush(output); /* a failure here is seen by the next output_flush() */
   fputs("nodetree: ", stderr);
   if (job->input != NULL)
-    fprintf(stderr, "%s: ", job->input);
+    fprintf(stderr, "%s%s%s: ", job->input, *job->where != '\0' ? ":" : "", job->where);
+  vfprintf(stderr, format, arguments);
+  fputc('\n', stderr);
+}
+
+void complain(struct job *job, const char *format, ...) {
+  job->failed = true;
   va_list arguments;
   va_start(arguments, format);
-  vfprintf(stderr, format, arguments);
+  say(job, format, arguments);
   va_end(arguments);
-  fputc('\n', stderr);
+}
+
+void remark(struct job *job, const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  say(job, format, arguments);
+  va_end(arguments);
 }
 
 void complain_message(struct job *job) {

@@ -43,6 +43,8 @@ enum {
   TAKES_PATCH = 1 << 10,
   TAKES_DIFF = 1 << 11,
   TAKES_CHECK = 1 << 12,
+  TAKES_GET = 1 << 13,
+  TAKES_MERGE = 1 << 14,
 };
 
 /* Options without a letter are told by numbers behind the letters. */
@@ -60,6 +62,9 @@ enum {
   OPTION_MERGE,
   OPTION_PATCH,
   OPTION_SYNTAX,
+  OPTION_SKIP_INVALID,
+  OPTION_DEFAULT,
+  OPTION_ARRAYS,
   OPTION_END
 };
 
@@ -71,10 +76,12 @@ struct job {
   node_stream_format from;   /* NODE_STREAM_AUTO: what the files begin with decides */
   node_stream_format to;     /* NODE_STREAM_AUTO: as the file that is changed, else JSON */
   int indent;                /* blanks a level, -1 for a tab; without meaning with -c */
+  bool replaces_arrays;      /* --arrays replace */
   bool colored;              /* settled when the output is opened */
   const char *operand;       /* the PATH or PATTERN, for functions that answer values */
   node *expression;          /* the EXPR */
   const char *input;         /* the name of what is being read, NULL before and after */
+  char where[64];            /* the place in it, behind a colon; empty for none */
   node_stream_format input_format; /* what it is in, or the one read before */
   size_t number;                   /* of the value being answered, from 1 */
   bool input_taken;                /* standard input has been read */
@@ -179,6 +186,9 @@ bool output_replace_end(struct job *job);
    that has been answered before. The job has failed then. */
 void complain(struct job *job, const char *format, ...) NODETREE_PRINTF(2, 3);
 
+/* Says something in the same way that is no failure. */
+void remark(struct job *job, const char *format, ...) NODETREE_PRINTF(2, 3);
+
 /* Complains of what the library has told, or of no memory where it told nothing. */
 void complain_message(struct job *job);
 
@@ -206,6 +216,10 @@ bool print_value(struct job *job, const char *prefix, const node *value);
 
 /* The same on one line, unless the options ask for indentation. */
 bool print_line(struct job *job, const char *prefix, const node *value);
+
+/* The same of a part of a line: without label and newline, and a string with --raw only as
+   it is where it has neither tab nor newline. */
+bool print_field(struct job *job, const node *value);
 
 /* What -H and -n print before a result. */
 void print_label(struct job *job);
@@ -281,14 +295,56 @@ bool json_write(struct job *job, buffer *t, const node *value, const json_style 
 enum { REAL_SIZE = 32 };
 size_t json_real(double value, char number[REAL_SIZE]);
 
+/* ---- decode.c: from bytes to values ---- */
+
+/* One input being decoded. Begins as zero but for its first five fields. */
+typedef struct decoding {
+  struct job *job;
+  answer_function answer;    /* NULL where the last value is kept instead */
+  bool single;               /* more than one value is wrong */
+  node_stream_format format; /* NODE_STREAM_AUTO until the first byte has arrived */
+  bool patient;              /* the next bytes are there already: a file's */
+  node *last;
+  node *first;         /* the first value, until it is known whether another follows */
+  node_stream *stream; /* NULL until then, and behind a broken line */
+  size_t values;
+  size_t broken; /* lines that --skip-invalid has passed over */
+  size_t offset; /* of the chunk that is decoded now: the bytes before it */
+  size_t lines;  /* the lines that ended before it */
+  size_t line_start;
+  bool passing;       /* over the rest of a broken line */
+  bool ends_in_digit; /* the last byte so far */
+  bool probing;       /* what arrives now is the probe that finds where values end */
+  bool probe_arrived;
+} decoding;
+
+/* Whether what is read so far may be the beginning of a mark that is told by more bytes. */
+bool decode_needs_more(const decoding *d, const char *bytes, size_t size);
+
+/* Decodes the next bytes and has their values answered; false, with a report, where the
+   input cannot be read on. */
+bool decode_bytes(decoding *d, const char *bytes, size_t size);
+
+/* Has the first value answered if it waits for a second one. */
+void decode_settle(decoding *d);
+
+/* Ends it. What is read must be whole, and hold as many values as it should; an empty input
+   does if it may be empty. */
+bool decode_end(decoding *d, bool may_be_empty);
+
 /* ---- messages.c ---- */
 
-/* Keeps the library's error messages from now on, to be told as this program's own. */
+/* Keeps the library's messages from now on, to be told as this program's own. */
 void messages_open(void);
 
-/* The first message since the last call, as a new text without level and newline at its
-   end; NULL when there is none. Forgets the others. */
+/* The first error since the last call, as a new text without level and newline at its end;
+   NULL when there is none. Forgets the others. */
 char *messages_take(void);
+
+/* The same for the failure of a decoder, which also tells in `*place` how far it has come,
+   and in `*name` which member name came twice, as a new text or NULL. Both are left as they
+   were where it has not. */
+char *messages_take_failure(size_t *place, char **name);
 
 /* Messages may quote the input, whose control characters are nothing for a terminal. */
 void make_printable(char *text);

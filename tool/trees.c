@@ -3,11 +3,37 @@
 
 #include <nodetree/stringlist.h>
 
+/* Empties the arrays of the target where the source has one at the same path, whose elements
+   would be appended otherwise. */
+static void empty_arrays(node *target, const node *source) {
+  walk w = walk_start(source, false);
+  node *at = target;  /* what stands at the path of w.at, or of what is above that */
+  size_t missing = 0; /* the steps of the path that the target does not have */
+  do {
+    bool below = w.at != source;
+    if (!w.leaving) {
+      node *child = below && missing == 0 ? node_object_get(at, node_key(w.at)) : NULL;
+      at = child != NULL ? child : at;
+      missing += below && child == NULL;
+      if (missing == 0 && node_is_array(w.at) && node_is_array(at))
+        node_array_clear(at);
+    }
+    if (!below || (!w.leaving && w.at->child_count != 0))
+      continue;
+    if (missing > 0)
+      missing--;
+    else
+      at = node_parent(at);
+  } while (walk_next(&w));
+}
+
 static void print_merged(struct job *job, char **files) {
   node *target = input_last(job, *files);
   node_stream_format format = job->input_format;
   for (char **file = files + 1; target != NULL && *file != NULL; file++) {
     node *source = input_last(job, *file);
+    if (source != NULL && job->replaces_arrays)
+      empty_arrays(target, source);
     if (source != NULL)
       node_merge(target, source);
   }

@@ -22,18 +22,27 @@ static void print_text(struct job *job, const char *prefix, const char *bytes,
   output_newline(job);
 }
 
-static bool print_json(struct job *job, const char *prefix, const node *value,
-                       bool compact) {
-  static buffer t; /* kept from value to value */
+/* The JSON text of the value, until the next call; NULL where it has none. */
+static const buffer *json_text(struct job *job, const node *value, bool compact) {
+  static buffer t;
   json_style style = {.compact = compact,
                       .indent = job->indent,
                       .sorted = job->option[OPTION_SORT_KEYS],
                       .colored = job->colored};
   t.length = 0;
-  if (!json_write(job, &t, value, &style))
-    return false;
-  print_text(job, prefix, t.bytes, t.length);
-  return true;
+  return json_write(job, &t, value, &style) ? &t : NULL;
+}
+
+bool print_field(struct job *job, const node *value) {
+  const char *string = job->option['r'] ? node_get_string(value) : NULL;
+  if (string != NULL && strpbrk(string, "\t\n") == NULL) {
+    fputs(string, output);
+    return true;
+  }
+  const buffer *t = json_text(job, value, true);
+  if (t != NULL)
+    fwrite(t->bytes, 1, t->length, output);
+  return t != NULL;
 }
 
 static bool print_msgpack(struct job *job, const node *value) {
@@ -62,7 +71,10 @@ static bool print_as(struct job *job, const char *prefix, const node *value, boo
     print_text(job, prefix, string, strlen(string));
     return true;
   }
-  return print_json(job, prefix, value, compact);
+  const buffer *t = json_text(job, value, compact);
+  if (t != NULL)
+    print_text(job, prefix, t->bytes, t->length);
+  return t != NULL;
 }
 
 bool print_value(struct job *job, const char *prefix, const node *value) {

@@ -7,7 +7,7 @@ static const node *member(const node *object, const avl_node *entry) {
 }
 
 static const node *first_child(const walk *w) {
-  if (!node_is_container(w->at))
+  if (w->at->child_count == 0)
     return NULL;
   if (w->sorted && node_is_object(w->at))
     return member(w->at, w->at->index.next);

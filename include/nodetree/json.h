@@ -12,7 +12,8 @@
  * a container that holds them, more nodes behind links than convention 12 allows, a real that is
  * NaN or infinite, a node of an unknown kind. The reason is logged at LOG_ERR.
  *
- * Parse failures are logged at LOG_ERR as "Failed to parse JSON: " and the reason.
+ * Parse failures are logged at LOG_ERR as "Failed to parse JSON: " and the reason, and at
+ * LOG_DEBUG a repeated name, and how many bytes of the text or chunk the parser had read.
  */
 #ifndef NODETREE_JSON_H
 #define NODETREE_JSON_H

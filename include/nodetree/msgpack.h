@@ -14,7 +14,8 @@
  * nodes behind links than convention 12 allows and nodes of an unknown kind fail.
  *
  * Both work at any depth, and take memory in proportion to the bytes that have arrived,
- * whatever sizes those announce. Failures and what was left out are logged at LOG_ERR.
+ * whatever sizes those announce. Failures and what was left out are logged at LOG_ERR,
+ * and at LOG_DEBUG how many bytes of a stream came before the message that fails.
  */
 #ifndef NODETREE_MSGPACK_H
 #define NODETREE_MSGPACK_H
