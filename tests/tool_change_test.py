@@ -43,7 +43,7 @@ class Places(Case):
             ("set --pointer a 1", "'a' is no JSON Pointer"),
             ("set --pointer /~2 1", "no JSON Pointer"),
             ("set ../a 1", "'../a' is no PATH"),
-            ("set a {", "value: ends inside"),
+            ("set a {", "value:1:1: ends inside"),
         )
         self.expect("set -c n 1", "{} 1 {}", 2, '{"n":1}\n{"n":1}\n', told_input("n: .*neither.*"))
         self.assertEqual(run("set", "--to=msgpack", "deep" + "/0" * 60000, "2", text=DEEP)[0], 0)

@@ -29,7 +29,7 @@ def run(*arguments, text="", stdout=subprocess.PIPE, stderr=subprocess.PIPE, **o
 
 def told(name, text):
     """A pattern of what is said about an input, or with its place."""
-    return f"nodetree: {re.escape(name)}(:\\d+:\\d+|: message [^:]*)?: {text}\n"
+    return f"nodetree: {re.escape(name)}(:\\d+:\\d+|: (message|value) [^:]*)?: {text}\n"
 
 
 def told_input(text):
@@ -172,7 +172,7 @@ class Commands(Case):
             (f"{rule} {no} {other} {yes}", "", 2, "false\ntrue\n", told(other, ".*")),
             (["eval", expr, yes, no], "", 2, "true\n", told(no, r"/ \(/\): not yet")),
             (rule, '{"ok":0} {"ok":1} 2', 2, "0\n1\n", told_input("value 3: .*")),
-            (rule, "2", 2, "", told_input(r"/ \(/\): .*")),
+            (rule, "2", 2, "", r"nodetree: standard input: / \(/\): .*"),
             (rule, "2 3\n", 2, "", told_input("value 1: .*") + told_input("value 2: .*")),
             (rule, "", 1, ""),
             (f"eval @- {yes} {no}", '["get", "/ok"]', 1, "true\nfalse\n"),
