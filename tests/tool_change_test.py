@@ -241,6 +241,7 @@ class Rules(Case):
             ("keys -r", VALUE, 0, "a\nc\nx/y\n"), ("keys", '{"\\n": 1}', 0, '"\\n"\n'),
             ("keys /a/b", VALUE, 0, "0\n1\n2\n"), ("keys /none", VALUE, 1, ""),
             ("length", VALUE + "[]", 0, "3\n0\n"), ("length --pointer /x~1y", VALUE, 0, "1\n"),
+            ("type --pointer a", "1 2", 2, "", told_input("a: no JSON Pointer")),
             ("length c", VALUE, 2, "", told_input("c: neither .*null")),
             ("type", VALUE + "1 1.0 [] \"\" true null", 0,
              "object\ninteger\nreal\narray\nstring\nboolean\nnull\n"),

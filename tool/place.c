@@ -6,6 +6,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "tool.h"
+
 const char no_memory[] = "out of memory";
 
 /* ---- Tokens ---- */
@@ -199,4 +201,19 @@ bool place_put(const place *p, node **root, node *value, bool insert) {
   if (!done)
     node_free(value);
   return done;
+}
+
+node *find_path(struct job *job, node *value, const char *path) {
+  static bool told; /* once is enough for all values */
+  if (!job->option[OPTION_POINTER])
+    return node_lookup(value, path);
+  char **tokens = path_tokens(path, PATH_POINTER);
+  if (tokens == NULL && !told) {
+    complain(job, "%s: %s", path, errno == ENOMEM ? no_memory : "no JSON Pointer");
+    told = true;
+  }
+  place p;
+  bool found = tokens != NULL && place_find(&p, value, tokens, PATH_POINTER, false) == NULL;
+  sl_free(tokens);
+  return found ? p.present : NULL;
 }

@@ -227,19 +227,11 @@ void print_label(struct job *job);
 /* Whether the output can be MessagePack, which does not go to a terminal without --force. */
 bool print_allowed(struct job *job);
 
-/* ---- pointer.c ---- */
+/* ---- place.c ---- */
 
-/* The node that a PATH names, which with --pointer is a JSON Pointer; NULL for none. */
+/* The node that a PATH names, which with --pointer is a JSON Pointer; NULL for none, with a
+   report where it is no pointer. */
 node *find_path(struct job *job, node *value, const char *path);
-
-/* The next reference token of a JSON Pointer, which `*pointer` is moved behind, without its
-   escapes, as a new text; NULL, with `*pointer` where it was, when memory runs out or it is
-   no pointer. */
-char *pointer_token(const char **pointer);
-
-/* The child that a token names: a member, or an element by its position, which has neither
-   sign nor leading zeros. NULL for none. */
-node *pointer_child(const node *container, const char *token);
 
 /* ---- buffer.c ---- */
 
