@@ -1,8 +1,7 @@
 /*
  * What serve answers: requests to book a passage are checked by rules, moved into a record and
- * answered in the encoding that they came in, as in answer_requests.c. What is wrong with a
- * request is said in the answer; what is wrong with a connection ends it, after an answer that
- * says why.
+ * answered in the encoding that they came in. What is wrong with a request is said in the
+ * answer; what is wrong with a connection ends it, after an answer that says why.
  */
 #include "serve.h"
 

@@ -127,10 +127,12 @@ class Examples(unittest.TestCase):
             (bookings, 1, 0, answers, b""),
             (packed * 2, 1, 0, answer * 2, b""),
             (packed + b"\x81", 1, 0, answer, b""),
-            (packed + b"\xc1" + packed, 4096, 1, answer, b".*Error parsing MessagePack.*"),
-            (b"\xc4\x01x" + packed, 1, 0, rb"\x81\xa6errors\x92.*" + answer, b".+"),
+            (packed + b"\xc1" + packed, 4096, 1, answer + b".*not a message.*",
+             b".*Error parsing MessagePack.*"),
+            (b"\xc4\x01x" + packed, 1, 0, rb"\x81\xa6errors\x91.*" + answer, b".+"),
             (b'{"from": 7, "to": "Thalwil"}{]', 1, 1,
-             rb'{"errors":\["/from: expected a string"]}\n', b".*Failed to parse JSON.*"),
+             rb'{"errors":\["/from: expected a string"]}\n{"errors":\["not a message.*"]}\n',
+             b".*Failed to parse JSON.*"),
         ]:
             with self.subTest(requests=requests, chunk=chunk):
                 got = self.serve(requests, chunk)
