@@ -108,8 +108,8 @@ PATCHES = [
     ('[{"op":"move","path":"/a"}]', '{"a":1}'),
     ('[{"op":"copy","from":"","path":"/a"}]', '{"b":[]}', '{"b":[],"a":{"b":[]}}'),
     ('[{"op":"copy","from":"/c","path":"/a"}]', '{"b":1}'),
-    ('[{"op":"test","path":"","value":{"b":[1.0,{"d":null}],"a":"x"}}]', '{"a":"x","b":[1,{"d":null}]}',
-     '{"a":"x","b":[1,{"d":null}]}'),
+    ('[{"op":"test","path":"","value":{"b":[1.0,{"d":null}],"a":"x"}}]',
+     '{"a":"x","b":[1,{"d":null}]}', '{"a":"x","b":[1,{"d":null}]}'),
     ('[{"op":"test","path":"/0","value":9007199254740992.0}]', '[9007199254740993]'),
     ('[{"op":"test","path":"/0","value":9223372036854775808.0}]', '[9223372036854775807]'),
     ('[{"op":"test","path":"","value":[1,[2]]}]', '[1,[3]]'),
@@ -139,8 +139,9 @@ class Patches(Case):
             self.expect(["patch", "-c", name], before, 0 if after else 2,
                         "".join(text + "\n" for text in after), error)
         for patch, before, after in MERGES:
-            self.expect(["patch", "-c", "--merge", self.file("patch", patch)], before, 0, after + "\n")
-        patch = self.file("patch", '[{"op":"remove","path":"/a"},{"op":"test","path":"","value":{}}]')
+            self.expect("patch -c --merge " + self.file("patch", patch), before, 0, after + "\n")
+        patch = self.file("patch", '[{"op":"remove","path":"/a"},'
+                          '{"op":"test","path":"","value":{}}]')
         self.expect(f"patch -c {patch}", '{"a":1} {"a":2,"b":0} {"a":3}', 2, "{}\n{}\n",
                     told_input(r"operation 2 of the patch \(test \): the value is another one"))
         self.expect(f"patch {self.file('no', '{}')}", "1", 2, "", ".*no JSON Patch.*")
@@ -150,8 +151,8 @@ class Patches(Case):
         copied = self.file("p", '[{"op":"copy","from":"/deep","path":"/last"},{"op":"test",'
                            '"path":"/last","value":%s}]' % DEEP[9:-12])
         self.assertEqual(run("patch", "--to=msgpack", copied, deep)[::2], (0, ""))
-        merge = "patch --merge -c {} -".format(self.file("m", '{"a":' * 100000 + "null" + "}" * 100000))
-        self.assertEqual(run(*merge.split(), "--to=msgpack", text="{}")[::2], (0, ""))
+        merge = self.file("m", '{"a":' * 100000 + "null" + "}" * 100000)
+        self.assertEqual(run("patch", "--merge", "--to=msgpack", merge, text="{}")[::2], (0, ""))
         other = self.file("other", DEEP.replace("bottom", "top"))
         self.expect(f"diff -c --patch {deep} {other}", "", 1, '[{"op":"replace","path":"/deep' +
                     "/0" * 1000000 + '","value":"top"}]\n')
@@ -166,11 +167,12 @@ class Patches(Case):
             ([1], [1.0], [{"op": "replace", "path": "/0", "value": 1.0}]),
             (many, many[:50] + many[52:100] + [-1] + many[100:] + [7],
              [{"op": "remove", "path": "/51"}, {"op": "remove", "path": "/50"},
-              {"op": "add", "path": "/98", "value": -1}, {"op": "add", "path": "/99999", "value": 7}]),
-            ([[0], {"k": [1]}, 2], [{"k": [1]}, 2],  [{"op": "remove", "path": "/0"}]),
+              {"op": "add", "path": "/98", "value": -1},
+              {"op": "add", "path": "/99999", "value": 7}]),
+            ([[0], {"k": [1]}, 2], [{"k": [1]}, 2], [{"op": "remove", "path": "/0"}]),
         ]:
-            self.expect(["diff", "-c", "--patch", self.file("a", compact(a)), self.file("b", compact(b))],
-                        "", 1 if patch else 0, compact(patch))
+            names = [self.file("a", compact(a)), self.file("b", compact(b))]
+            self.expect(["diff", "-c", "--patch", *names], "", 1 if patch else 0, compact(patch))
 
     def test_a_difference_is_what_it_takes(self):
         def tree(depth):
@@ -180,7 +182,7 @@ class Patches(Case):
             children = [tree(depth - 1) for _ in range(chance.randrange(5))]
             if kind < 7:
                 return children
-            return {chance.choice(["", "/", "~", "a=", "0", "1", "é"]): child for child in children}
+            return {chance.choice(["", "/", "~", "0", "1", "é"]): child for child in children}
 
         def changed(value):
             if chance.random() < 0.15 or not isinstance(value, (list, dict)):
@@ -209,8 +211,9 @@ class Lines(Case):
     def test_flat_and_back(self):
         for value in [
             7, "x=1", {}, [], {"a": [1, {"": [{}, []]}, None]}, [[[]]], {"0": 1, "1": {"0": 2}},
-            {"0": 1, "2": 2}, {"01": 1, "a=1": 2, 'q="': '="\\', '"': '="', ".": {"..": 0}, " ": " "},
-            {"": {"a=1": {"": {'b="x"': "y"}}}, "a=[": "],/", "\r": "\n"}, list(range(11)), [{"0": 1}],
+            {"0": 1, "2": 2}, {"01": 1, "a=1": 2, 'q="': '="\\', '"': '="', ".": {"..": 0}},
+            {"": {"a=1": {"": {'b="x"': "y"}}}, "a=[": "],/", "\r": "\n"}, list(range(11)),
+            [{"0": 1}], {" ": " "},
         ]:
             lines = run("flat", text=compact(value))[1].split("\n")[:-1]
             lines = "".join(line + "\n" for line in reversed(lines))
@@ -252,9 +255,9 @@ class Rules(Case):
                           '"on": ["get", "on"], "in": ["not", ["get", "off"]]}')
         self.expect_rows(
             (f"check {rules}", '{"n": 5, "on": 1, "off": 0}', 0, ""),
-            (f"check -n {rules}", '{"n": 5, "on": 1, "off": 0} {"n": 0, "on": 0}', 1,
-             "2:low: too low\n2:on: is not true\n"
-             "2:in: /in/1 (/): 'get' path off did not resolve to data in the context.\n"),
+            (f"check {rules}", '{"n": 5, "on": 1, "off": 0} {"n": 0, "on": 0}', 1,
+             "value 2: low: too low\nvalue 2: on: is not true\n"
+             "value 2: in: /in/1 (/): 'get' path off did not resolve to data in the context.\n"),
             (f"check {rules}", "", 1, ""),
             (f"check {self.file('list', '[1]')}", "1", 2, "", ".*no object of rules"  "\n"),
             (f"check {rules}", "[", 2, "", ".*ends inside.*"),
@@ -264,24 +267,28 @@ class Rules(Case):
         deep = '["not",' * 201 + "1" + "]" * 201
         for expression, fault in [
             ('["get", "x", ["path"], ["atom", "y"]]', ""), ('["unique", ["frob"]]', ""),
-            ('["atom", ["eq"]]', ""), ('{"a": ["frob"]}', ""), ('["or", 1, ["assert", ["get"], "m"]]', ""),
+            ('["atom", ["eq"]]', ""), ('{"a": ["frob"]}', ""),
+            ('["or", 1, ["assert", ["get"], "m"]]', ""),
             ('["regex", ["get", "p"], "i", ["get"]]', ""), ('["range", "", 7, ["get"]]', ""),
             ('["exists"]', ""), (deep[7:-1], ""), (deep, "/r" + "/1" * 200 + ": nested .*"),
-            ('["frob\\u001b"]', r"/r: unknown operation 'frob\?'"), ("[]", "/r: an operation needs .*"),
-            ("[[1]]", "/r: the name .*"), ('["or", 1, ["eq", 1]]', "/r/2: 'eq' takes .*, not 1"),
-            ('["not", 1, 1]', "/r: 'not' .*"), ('["atom"]', "/r: .*"), ('["assert", 1, 2, 3]', "/r: .*"),
+            ('["frob\\u001b"]', r"/r: unknown operation 'frob\?'"),
+            ("[]", "/r: an operation needs .*"), ("[[1]]", "/r: the name .*"),
+            ('["or", 1, ["eq", 1]]', "/r/2: 'eq' takes .*, not 1"), ('["atom"]', "/r: .*"),
+            ('["not", 1, 1]', "/r: 'not' .*"), ('["assert", 1, 2, 3]', "/r: .*"),
             ('["assert", 1, 2]', "/r: operand 2 .*"), ('["get", 5]', "/r: operand 1 .*"),
             ('["length", ["not", 1]]', "/r: operand 1 .*"), ('["range", 1, 2]', "/r: .*not 2"),
             ('["range", 1.5, 2, "a"]', "/r: operand 1 .* must be a string or an integer"),
             ('["range", 1, 2, "a", "b", "c", null]', "/r: operand 6 .* a string"),
             ('["regex", "(", "", ["get"]]', "/r: .*character 1: .*"),
-            ('["regex", ["atom", "["], "", ""]', "/r: .*invalid.*"), ('["regex", "", "im", ""]', "/r: .*flags.*"),
+            ('["regex", ["atom", "["], "", ""]', "/r: .*invalid.*"),
+            ('["regex", "", "im", ""]', "/r: .*flags.*"),
         ]:
             name = self.file("rules", '{"r": %s}' % expression)
             status, out, error = run("check", "--syntax", name)
             self.assertEqual((status, error), (1 if fault else 0, ""), expression)
             self.assertRegex(out, rf"\A{fault}\n\Z" if fault else r"\A\Z")
-        self.expect(f"check --syntax {self.file('one', '[1]')}", "", 1, "/: the name of an operation must be a string\n")
+        self.expect(f"check --syntax {self.file('one', '[1]')}", "", 1,
+                    "/: the name of an operation must be a string\n")
         self.expect("check --syntax a b", "", 2, "", ".*no FILE\n")
 
 
