@@ -21,7 +21,7 @@ NODETREE_MPACK_DIR ?= $(wildcard ../shared/mpack)
 FUZZ_TARGETS ?=
 
 BUILD_PACKAGES = g++ cmake make pkg-config libyajl-dev libpcre2-dev
-TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev locales python3 binutils mandoc bash
+TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev locales python3 binutils mandoc parallel bash
 ABI_PACKAGES = $(BUILD_PACKAGES) abigail-tools
 LINT_PACKAGES = $(TEST_PACKAGES) $(ABI_PACKAGES) clang-format clang-tidy
 PACKAGE_PACKAGES = $(BUILD_PACKAGES) debhelper dpkg-dev lintian

@@ -2,8 +2,10 @@
 
 import gzip
 import os
+import pty
 import re
 import select
+import shutil
 import signal
 import subprocess
 import sys
@@ -484,6 +486,56 @@ class Replacing(Case):
 
 
 class Program(Case):
+    @unittest.skipUnless(shutil.which("parallel"), "GNU parallel is not installed")
+    def test_lines_may_be_split(self):
+        """The command that the guide gives, on smaller pieces."""
+        guide = os.path.join(os.path.dirname(__file__), "../docs/guide/parallel.md")
+        with open(guide, encoding="utf-8") as page:
+            command = re.search(r"^```sh\n(.*?)^```", page.read(), re.S | re.M)[1]
+        self.file("lines.json", "".join('{"user":{"name":"u%d"}}\n' % i for i in range(3000)))
+        path = f"{os.path.dirname(COMMAND[-1])}:{os.environ['PATH']}"
+        subprocess.run(["sh", "-c", command.replace("16M", "9k")], cwd=self.folder, check=True,
+                       timeout=200, env={**os.environ, "PATH": path, "HOME": self.folder})
+        with open(os.path.join(self.folder, "names.txt"), encoding="utf-8") as names:
+            self.assertEqual(names.read(), "".join("u%d\n" % i for i in range(3000)))
+
+    def test_terminal(self):
+        """Colors and progress go to a terminal, MessagePack does not."""
+        def shown(arguments, text, **options):
+            ours, theirs = pty.openpty()
+            with subprocess.Popen([*COMMAND, *arguments.split()], stdin=subprocess.PIPE,
+                                  stdout=theirs, stderr=theirs, **options) as program:
+                for part in text:
+                    program.stdin.write(part)
+                    program.stdin.flush()
+                    time.sleep(2.2 if len(text) > 1 else 0)
+                program.stdin.close()
+                self.assertEqual(program.wait(60), 0 if "to" not in arguments else 2)
+            os.set_blocking(ours, False)
+            try:
+                return os.read(ours, 10000)
+            except BlockingIOError:
+                return b""
+            finally:
+                os.close(theirs)
+                os.close(ours)
+        environment = {**os.environ, "TERM": "xterm", "NO_COLOR": ""}
+        self.assertEqual(shown("get a", [b'{"a":1}'], env=environment), b"\x1b[36m1\x1b[0m\r\n")
+        for name, value in (("NO_COLOR", "1"), ("TERM", "dumb")):
+            self.assertEqual(shown("get a", [b'{"a":1}'], env={**environment, name: value}), b"1\r\n")
+        self.assertRegex(shown("convert --to msgpack", [b""]), b"--force")
+        self.assertRegex(shown("format -o " + os.path.join(self.folder, "out"), [b"1 ", b"2 "]),
+                         rb"\A\r0\.0 MB, 0\.0 MB/s\x1b\[K\r\x1b\[K\Z")
+
+    def test_closed_output(self):
+        """Ends quietly by SIGPIPE, or with a message where that is ignored."""
+        for ignore, status in (("", 128 + signal.SIGPIPE), ("trap '' PIPE; ", 2)):
+            script = ignore + '{ yes | "$@"; echo "${PIPESTATUS[1]}" >&2; } | head -n 1'
+            done = subprocess.run(["bash", "-c", script, "bash", *COMMAND, "format", "--skip-invalid",
+                                   "--from=msgpack"], capture_output=True, text=True, timeout=60)
+            self.assertIn(f"{status}\n", done.stderr)
+            self.assertEqual("standard output: Broken pipe" in done.stderr, bool(ignore))
+
     def test_help_and_version(self):
         status, help_text, error = run("--help")
         self.assertEqual((status, error), (0, ""))

@@ -57,7 +57,7 @@ static bool draw(struct job *job, const node *top) {
       continue;
     }
     complete = put_box(job, w.at, box, w.at == top);
-    if (complete && w.at != top)
+    if (complete && trail.bytes != NULL) /* the top is in it */
       fprintf(output, "  n%zu -> n%zu;\n", last_box(&trail), box);
     if (w.at->child_count != 0)
       buffer_add(&trail, &box, sizeof box);

@@ -33,6 +33,7 @@ static bool decode_file(decoding *d, int fd) {
     bool valid = decode_bytes(d, bytes, (size_t)count);
     /* Reading on may wait for long: the answers must be out before. */
     output_flush(d->job);
+    progress_note(d->offset);
     if (!valid || d->job->output_lost)
       return false;
   }
@@ -75,6 +76,7 @@ static int open_input(struct job *job, const char *name, struct stat *file) {
 }
 
 static void end(decoding *d, bool sound) {
+  progress_clear();
   node_stream_free(d->stream);
   node_free(d->first);
   d->job->input = NULL;
@@ -90,6 +92,8 @@ static void read_input(decoding *d, const char *name) {
   d->job->input = standard ? "standard input" : name;
   int fd = open_input(d->job, standard ? NULL : name, &file);
   d->patient = fd >= 0 && S_ISREG(file.st_mode);
+  if (fd >= 0)
+    progress_start(&file);
   bool sound =
       fd >= 0 && decode_file(d, fd) && decode_end(d, standard && d->answer != NULL);
   if (fd >= 0 && !standard)

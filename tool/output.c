@@ -124,6 +124,7 @@ bool output_replace_end(struct job *job) {
 static void say(struct job *job, const char *format, va_list arguments) {
   if (!job->output_lost)
     fflush(output); /* a failure here is seen by the next output_flush() */
+  progress_clear();
   fputs("nodetree: ", stderr);
   if (job->input != NULL)
     fprintf(stderr, "%s%s%s: ", job->input, *job->where != '\0' ? ":" : "", job->where);

@@ -287,6 +287,20 @@ bool json_write(struct job *job, buffer *t, const node *value, const json_style 
 enum { REAL_SIZE = 32 };
 size_t json_real(double value, char number[REAL_SIZE]);
 
+/* ---- progress.c ---- */
+
+struct stat;
+
+/* Starts a line on standard error, if that is a terminal that the output does not go to. It
+   is shown when reading takes more than two seconds. */
+void progress_start(const struct stat *input);
+
+/* So many bytes have been read. */
+void progress_note(size_t bytes);
+
+/* Takes the line away, until more is noted. */
+void progress_clear(void);
+
 /* ---- decode.c: from bytes to values ---- */
 
 /* One input being decoded. Begins as zero but for its first five fields. */
