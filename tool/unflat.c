@@ -1,6 +1,7 @@
 /* The command that makes values of the lines that "flat" has made of them. */
 #include <errno.h>
 #include <nodetree/json.h>
+#include <nodetree/string.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -101,8 +102,10 @@ static const char *add_line(node **root, char *line) {
   node *value = json_parse_string(text);
   if (value != NULL)
     return add_value(root, line, value);
-  free(messages_take()); /* it says no more, but quotes the value */
-  return "has a value that is no JSON";
+  char *told = messages_take(); /* of a value that is none it says no more, but quotes it */
+  bool tried = told != NULL && !string_suffixed(told, "JSON: out of memory");
+  free(told);
+  return tried ? "has a value that is no JSON" : no_memory;
 }
 
 /* ---- The value ---- */
@@ -232,7 +235,7 @@ static bool read_lines(struct job *job, FILE *file, node **root) {
   }
   bool whole = reason == NULL && feof(file);
   if (reason != NULL)
-    complain(job, "line %zu %s", number, reason);
+    complain(job, "line %zu%s %s", number, reason == no_memory ? ":" : "", reason);
   else if (!whole)
     complain(job, "%s", strerror(errno));
   free(line);
