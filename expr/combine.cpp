@@ -24,16 +24,16 @@ Step take_eq(Evaluation &, Frame &frame, Value &value) {
   return Step::more;
 }
 
-Step take_and(Evaluation &, Frame &, Value &value) {
-  return value.is_true() ? Step::more : answer(false, value);
+Step take_and(Evaluation &evaluation, Frame &, Value &value) {
+  return evaluation.is_true(value) ? Step::more : answer(false, value);
 }
 
-Step take_or(Evaluation &, Frame &, Value &value) {
-  return value.is_true() ? answer(true, value) : Step::more;
+Step take_or(Evaluation &evaluation, Frame &, Value &value) {
+  return evaluation.is_true(value) ? answer(true, value) : Step::more;
 }
 
-Step take_not(Evaluation &, Frame &, Value &value) {
-  return answer(!value.is_true(), value);
+Step take_not(Evaluation &evaluation, Frame &, Value &value) {
+  return answer(!evaluation.is_true(value), value);
 }
 
 Step begin_atom(Evaluation &, Frame &frame, Value &value) {
@@ -42,7 +42,7 @@ Step begin_atom(Evaluation &, Frame &frame, Value &value) {
 }
 
 Step take_assert(Evaluation &evaluation, Frame &frame, Value &value) {
-  if (frame.index == 0 && value.is_true())
+  if (frame.index == 0 && evaluation.is_true(value))
     return Step::value;
   if (frame.index == 0)
     return Step::more;

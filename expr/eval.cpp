@@ -1,4 +1,5 @@
 #include "expr/evaluation.hpp"
+#include "node/links.hpp"
 #include "shared/memory.hpp"
 
 #include <array>
@@ -58,7 +59,7 @@ Evaluation::~Evaluation() {
 
 bool Evaluation::run(node *expr, Value &value) {
   Step step = evaluate(expr, value);
-  while (end_ != frames_ && step != Step::end) {
+  while (end_ != frames_ && step != Step::end && !out_of_memory_) {
     Frame &frame = end_[-1];
     const Operation &operation = frame.operation;
     if (step == Step::more && !frame.operand) {
@@ -77,7 +78,7 @@ bool Evaluation::run(node *expr, Value &value) {
     else
       pop();
   }
-  return step == Step::value;
+  return step == Step::value && !out_of_memory_;
 }
 
 // Evaluates what it can at once: a literal, or what comes before the first operand of an
@@ -123,6 +124,22 @@ Step Evaluation::enter(node *expr, Value &value) {
       Value::string(string_printf("%zu", expr->child_count - 1)));
 }
 
+node *Evaluation::lookup(node *start, const char *path) {
+  Links links;
+  node *found = nodetree::lookup(start, path, links);
+  out_of_memory_ = out_of_memory_ || links.out_of_memory();
+  return found;
+}
+
+node *Evaluation::target(node *n) {
+  if (!n || n->type != NODE_LINK)
+    return n;
+  Links links;
+  node *found = links.follow(n);
+  out_of_memory_ = out_of_memory_ || links.out_of_memory();
+  return found;
+}
+
 Step Evaluation::fail(const node *expr, const char *message, const char *detail) {
   failed_ = expr;
   message_ = message;
@@ -145,7 +162,7 @@ void Evaluation::drop_message() {
 }
 
 void Evaluation::report() {
-  if (!error_ || !message_)
+  if (!error_ || !message_ || out_of_memory_)
     return;
   *error_ = nullptr;
   const char *place = std::strstr(message_, "%s");

@@ -67,6 +67,12 @@ public:
   // The value of the whole expression; false on failure.
   bool run(node *expr, Value &value);
 
+  // node_lookup(), node_follow_link() of a link (any other node is its own target) and the
+  // truth of a value: where memory runs out the evaluation ends.
+  node *lookup(node *start, const char *path);
+  node *target(node *n);
+  bool is_true(const Value &value) { return value.is_true(out_of_memory_); }
+
   // Notes that the operation `expr` fails, in place of an earlier failure. `detail` stands
   // for "%s" in the message and stays where it is until report(). The same for the text of
   // a value, which is kept.
@@ -91,6 +97,7 @@ private:
   const char *message_ = nullptr;
   const char *detail_ = nullptr;
   Value kept_;
+  bool out_of_memory_ = false;
   Frame *end_ = frames_; // of the operations under way
   union {                // constructed as they are needed
     Frame frames_[EXPR_NESTING_MAX];

@@ -23,7 +23,7 @@ Step take_path(Evaluation &evaluation, Frame &frame, Value &value) {
                     value.type_name());
     return nothing_found(evaluation, frame, value);
   }
-  frame.at = node_lookup(frame.at, value.string());
+  frame.at = evaluation.lookup(frame.at, value.string());
   if (frame.at)
     return Step::more;
   evaluation.fail(frame.expr, "'get' path %s did not resolve to data in the context.",
@@ -31,21 +31,16 @@ Step take_path(Evaluation &evaluation, Frame &frame, Value &value) {
   return nothing_found(evaluation, frame, value);
 }
 
-// What the chain leads to, or NULL.
-node *target(const Frame &frame) {
-  return frame.at && frame.at->type == NODE_LINK ? node_follow_link(frame.at) : frame.at;
-}
-
-Step finish_get(Evaluation &, Frame &frame, Value &value) {
-  node *found = target(frame);
+Step finish_get(Evaluation &evaluation, Frame &frame, Value &value) {
+  node *found = evaluation.target(frame.at);
   if (!found)
     return Step::failure;
   value = Value::found(found);
   return Step::value;
 }
 
-Step finish_path(Evaluation &, Frame &frame, Value &value) {
-  const node *found = target(frame);
+Step finish_path(Evaluation &evaluation, Frame &frame, Value &value) {
+  const node *found = evaluation.target(frame.at);
   if (!found)
     return Step::failure;
   char *path = node_path(found);
@@ -57,13 +52,13 @@ Step finish_path(Evaluation &, Frame &frame, Value &value) {
 
 Step finish_exists(Evaluation &evaluation, Frame &frame, Value &value) {
   evaluation.drop_message();
-  value = Value::boolean(target(frame) != nullptr);
+  value = Value::boolean(evaluation.target(frame.at) != nullptr);
   return Step::value;
 }
 
 Step finish_length(Evaluation &evaluation, Frame &frame, Value &value) {
   evaluation.drop_message();
-  const node *found = target(frame);
+  const node *found = evaluation.target(frame.at);
   if (!found || !is_container(found))
     return evaluation.fail(frame.expr,
                            "'length' expression can only be used on containers.");

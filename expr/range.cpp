@@ -20,11 +20,11 @@ double number_of(const Value &value) {
 
 // What the path leads to; NULL for what is to be skipped. A null that a link leads to is
 // not.
-node *find(node *context, const char *path) {
-  node *found = context ? node_lookup(context, path) : nullptr;
+node *find(Evaluation &evaluation, const char *path) {
+  node *found = evaluation.lookup(evaluation.context(), path);
   if (!found || found->type == NODE_NULL)
     return nullptr;
-  return found->type == NODE_LINK ? node_follow_link(found) : found;
+  return evaluation.target(found);
 }
 
 Step take_bound(Evaluation &evaluation, Frame &frame, const Value &value) {
@@ -42,7 +42,7 @@ Step take(Evaluation &evaluation, Frame &frame, Value &value) {
     return take_bound(evaluation, frame, value);
   if (!value.is_string())
     return evaluation.fail(frame.expr, "'range' operand must be a path string.");
-  node *found = find(evaluation.context(), value.string());
+  node *found = find(evaluation, value.string());
   if (!found)
     return Step::more;
   if (!is_numeric(found->type))

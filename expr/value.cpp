@@ -7,6 +7,18 @@
 using namespace nodetree;
 
 namespace nodetree {
+namespace {
+
+// Not inlined, so that other kinds do not pay for it.
+[[gnu::noinline]] bool is_true_behind(node *link, bool &out_of_memory) {
+  Links links;
+  node *end = links.resolve(link);
+  out_of_memory = out_of_memory || links.out_of_memory();
+  // A chain that goes in a circle ends at one of its links.
+  return end && end->type != NODE_LINK && Value::found(end).is_true(out_of_memory);
+}
+
+} // namespace
 
 const char *Value::type_name() const {
   node of_the_type = {};
@@ -14,7 +26,7 @@ const char *Value::type_name() const {
   return node_type_to_string(&of_the_type);
 }
 
-bool Value::is_true() const {
+bool Value::is_true(bool &out_of_memory) const {
   switch (type()) {
   case NODE_BOOLEAN:
     return boolean();
@@ -28,7 +40,7 @@ bool Value::is_true() const {
   case NODE_ARRAY:
     return true;
   case NODE_LINK:
-    return expr_coerce_bool(content_.found);
+    return is_true_behind(content_.found, out_of_memory);
   case NODE_NULL:
     break;
   }
@@ -68,8 +80,6 @@ node *Value::to_node() const {
 } // namespace nodetree
 
 bool expr_coerce_bool(const node *n) {
-  if (n && node_is_link(n))
-    n = Links().resolve(const_cast<node *>(n));
-  // A link of a chain that goes in a circle is what is left of one.
-  return n && !node_is_link(n) && Value::found(const_cast<node *>(n)).is_true();
+  bool out_of_memory = false;
+  return n && Value::found(const_cast<node *>(n)).is_true(out_of_memory);
 }

@@ -54,8 +54,9 @@ public:
     return is_made() ? content_.text : content_.found->value.string;
   }
 
-  // The truth of a value, as expr_coerce_bool() has it.
-  bool is_true() const;
+  // The truth of a value, as expr_coerce_bool() has it. False, with `out_of_memory` set, for
+  // a link that could not be followed for that reason.
+  bool is_true(bool &out_of_memory) const;
   // As node_equals() has it.
   bool equals(const Value &other) const;
   // A new node, or a reference to the one that was found. NULL when memory runs out.

@@ -38,7 +38,7 @@ int no_dots(const dirent *entry) {
   return strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0;
 }
 
-// Whether errno tells of a want of the process, as opposed to a fault of one directory.
+// Whether errno says that the process lacks something, not that one directory is at fault.
 bool out_of_resources() {
   return errno == ENOMEM || errno == EMFILE || errno == ENFILE;
 }
@@ -74,7 +74,7 @@ private:
   Level *level_ = nullptr;
   Stack<char *> found_;
   int across_links_ = 0;
-  // The path at hand. What does not fit could not be opened either.
+  // The current path. One that does not fit could not be opened either.
   char path_[PATH_MAX];
 };
 

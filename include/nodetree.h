@@ -9,13 +9,13 @@
  *     behind a convenience front end of the same name (_sl_new behind sl_new); two leading
  *     underscores mark a comparison that takes the addresses of two fields.
  *  2. Ownership. What a function *makes* for the caller (a text, a list, a buffer, a tree)
- *     is the caller's to release: texts and buffers with free(), string lists with
+ *     belongs to the caller, who releases texts and buffers with free(), string lists with
  *     sl_free(), value lists with vl_free(), nodes with node_free() or node_unref(). What a
  *     function *finds* (getters, walks, lookups) is borrowed and stays with its owner. A
  *     function that takes an argument over says "consumes".
  *  3. Growing lists. A function that grows, shrinks or joins a list may move it and returns
  *     the list to use from then on. Where it fails it returns NULL and the list passed in
- *     is untouched and still the caller's.
+ *     is untouched and the caller still owns it.
  *  4. NULL. A NULL string list or value list is an empty one. A NULL node is of no kind and
  *     has no value, key, parent or children, so that what a lookup has not found can be
  *     asked at once: every question about it gives 0, false or NULL. For every other pointer
@@ -40,7 +40,7 @@
  *     levels deep is built, walked, copied and released on a small stack. Expressions nested
  *     deeper than EXPR_NESTING_MAX are refused.
  * 11. Cost. A function whose comment names no cost takes constant time, apart from copying
- *     the texts it is given. n is the number of children, elements or bytes at hand.
+ *     the texts it is given. n is the number of children, elements or bytes.
  * 12. Links. Every operation that follows link nodes ends. A link whose path passes through
  *     itself does not resolve. Chains of links and paths through other links cost time in
  *     proportion to the links. What fans out is limited: one call enters at most 10,000,000

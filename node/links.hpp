@@ -48,8 +48,8 @@ public:
     return target ? target : n;
   }
 
-  // The node at which a path begins, NULL for an empty path and for no node. What is left of an absolute
-  // path is relative to that.
+  // The node at which a path begins: NULL for an empty path and from NULL. What is left of an
+  // absolute path is relative to that node.
   template <class Segments>
   node *begin(const node *start, Segments &path) {
     if (!start || path.empty())
@@ -87,6 +87,9 @@ private:
   node *root_ = nullptr;
   bool out_of_memory_ = false;
 };
+
+// node_lookup() that tells through `links` when memory ran out.
+node *lookup(const node *start, const char *path, Links &links);
 
 } // namespace nodetree
 

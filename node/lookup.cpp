@@ -11,8 +11,7 @@ node *plain_step(node *at, std::string_view segment, Links &links) {
 }
 
 template <class Segments>
-node *lookup(const node *start, Segments path) {
-  Links links;
+node *plain_lookup(const node *start, Segments path, Links &links) {
   node *at = links.begin(start, path);
   std::string_view segment;
   while (at && path.next(segment))
@@ -56,6 +55,11 @@ node *lookup_create(node *start, Segments path) {
 }
 
 } // namespace
+
+node *lookup(const node *start, const char *path, Links &links) {
+  return plain_lookup(start, TextSegments(path), links);
+}
+
 } // namespace nodetree
 
 node *node_get_child(const node *container, const char *segment) {
@@ -63,11 +67,13 @@ node *node_get_child(const node *container, const char *segment) {
 }
 
 node *node_lookup(const node *start, const char *path) {
-  return lookup(start, TextSegments(path));
+  Links links;
+  return lookup(start, path, links);
 }
 
 node *node_lookup_sl(const node *start, char **path) {
-  return lookup(start, ListSegments(path));
+  Links links;
+  return plain_lookup(start, ListSegments(path), links);
 }
 
 node *node_try_lookup_sl(const node *start, char **path) {

@@ -93,7 +93,7 @@ char **sl_slice(char **list, int start, int end) {
   if (from == 0)
     return list;
 
-  /* An array of the exact size, or else the one at hand: the caller cannot tell a failure
+  /* An array of the exact size, or else the present one: the caller cannot tell a failure
      from an empty slice, so there must be none. */
   const size_t bytes = static_cast<size_t>(to - from + 1) * sizeof *list;
   if (char **exact = static_cast<char **>(malloc(bytes))) {

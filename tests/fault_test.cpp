@@ -219,8 +219,9 @@ std::string matched(const node *n) {
 
 // Objects, an array, and links to a leaf, to a container and to nothing.
 constexpr char plain[] = R"({"a":{"a long key":[10,{"c":"text"},null]},"d":2.5)";
-constexpr char links[] = R"(,"leaf":"->/d","list":"->/a/a long key","nowhere":"->/none")";
-constexpr char followed[] = R"(,"leaf":2.5,"list":[10,{"c":"text"},null])";
+constexpr char links[] =
+    R"(,"leaf":"->/d","list":"->/a/a long key","via":"->/list/0","nowhere":"->/none")";
+constexpr char followed[] = R"(,"leaf":2.5,"list":[10,{"c":"text"},null],"via":10)";
 
 TEST_F(Fault, TreesAreWholeOrNotThere) {
   const std::string all = plain;
@@ -262,11 +263,11 @@ TEST_F(Fault, TreesAreWholeOrNotThere) {
       {json_of(big), [&] { return through_message(big.get()); }},
       {R"(["x",{"y":{},"z":-2}])",
        [] { return decoded("\x92\xa1x\x82\xa1y\x80\xa1z\xfe"); }},
-      {"true", [=] { return evaluated(R"(["exists",["path","d"]])", root); }},
+      {"true", [=] { return evaluated(R"(["exists",["path","via"]])", root); }},
       {"\"/d\"", [=] { return evaluated(R"(["path","leaf"])", root); }},
       {"1", [=] { return evaluated(R"(["length","a"])", root); }},
-      {"false",
-       [=] { return evaluated(R"(["range",1,2,["path","a/a long key/0"]])", root); }},
+      {"false", [=] { return evaluated(R"(["range",1,2,"via"])", root); }},
+      {"false", [] { return evaluated(R"(["not","->/0"])", nullptr); }},
       {"false", [] { return evaluated(R"(["regex","(z)+","i","text"])", nullptr); }},
       {"/ (/): Assertion failed.", [=] { return evaluated(R"(["assert",0])", root); }},
       {"5", [] { return converted(int_ptr_from_node, "5"); }},

@@ -57,17 +57,17 @@ NODETREE_BEGIN
    one reference for the caller, who drops it with node_unref() and does not change the
    node: it may be a part of the expression or the context. NULL is failure.
 
-   `error` may be NULL; otherwise let *error be NULL before the call and release it after the
-   call when it is set. The message of what failed last is stored there as a new text (NULL
-   when memory runs out), without releasing what stood there. "exists" and "length" release
-   and clear the message so far, be it the caller's. With neither, *error is not touched.
-   Messages read "PATH (PATH): what is wrong", with the path of the failing operation and the
-   path of the context. A failure may have no message, and a result may come with one, of an
-   operand that "range" skipped.
+   `error` may be NULL; otherwise set *error to NULL before the call, and after the call
+   release the text that it then points to. The message of the last failure is stored there
+   as a new text (NULL when memory runs out), without releasing the previous one. "exists"
+   and "length" release and clear the message so far, the caller's included. If neither
+   happens, *error is not touched. Messages read "PATH (PATH): what is wrong", with the path
+   of the failing operation and the path of the context. A failure may have no message, and a
+   result may come with the message of an operand that "range" skipped.
 
-   When memory runs out the evaluation fails as a whole, inside "exists" and "range" too.
-   Costs what the operations do: a lookup for each path, each with its own limit of links, a
-   comparison for each operand of "eq".
+   When memory runs out, for following a link too, the whole evaluation fails, even inside
+   "exists" and "range"; only in a match it counts as no match. Costs what the operations
+   do: a lookup for each path, a comparison for each operand of "eq".
 
    No node is written to but the result, for its reference. So threads may evaluate one
    expression at the same time, each against a context of its own, unless the result can be
@@ -76,7 +76,7 @@ NODETREE_API node *expr_eval(node *expr, node *context, char **error);
 
 /* Truth: booleans as they are; strings unless empty; integers and reals unless 0 (a NaN is
    true); objects and arrays always; a link as what it leads to in the end, false when that
-   is nothing; null and NULL never. A lookup for each link. */
+   is nothing or memory runs out; null and NULL never. A lookup for each link. */
 NODETREE_API bool expr_coerce_bool(const node *n);
 
 NODETREE_END

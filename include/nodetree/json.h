@@ -9,8 +9,8 @@
  * Writing. Members are written in their order, a link as the value it leads to in the end,
  * a dangling link as null. Trees that have no JSON form fail: containers nested more than
  * 127 deep (the links' targets counted in), links that lead to each other in a circle or to
- * a container that holds them, more nodes behind links than convention 12 allows, a real that is
- * NaN or infinite, a node of an unknown kind. The reason is logged at LOG_ERR.
+ * a container that holds them, more nodes behind links than convention 12 allows, a real
+ * that is NaN or infinite, a node of an unknown kind. The reason is logged at LOG_ERR.
  *
  * Parse failures are logged at LOG_ERR as "Failed to parse JSON: " and the reason, and at
  * LOG_DEBUG a repeated name, and how many bytes of the text or chunk the parser had read.

@@ -119,8 +119,8 @@ NODETREE_API bool node_is_container(const node *n);
 NODETREE_API const char *node_type_to_string(const node *n);
 
 /* The value of a node of this kind; for another kind and for a NULL node 0, 0.0, false, or
-   NULL for a text and a path. Kinds are never converted: the integer of a real is 0. Texts and lists are the
-   node's own. */
+   NULL for a text and a path. Kinds are never converted: the integer of a real is 0. The
+   node owns the texts and lists. */
 NODETREE_API int64_t node_get_integer(const node *n);
 NODETREE_API double node_get_real(const node *n);
 NODETREE_API const char *node_get_string(const node *n);
@@ -247,9 +247,9 @@ static inline node *node_iterate_within(const node *root, node *n) {
  * the node itself. ".." is the parent, "." the node itself, "*" in glob lookups every child;
  * any other segment is a member's key or an element's position in the forms of strtol with
  * base 0 ("010" is 8). A trailing "/" in a text is ignored; nothing is escaped. An empty or
- * NULL path finds nothing, as does any path from NULL. A lookup that passes through a link goes on in the link's target.
- * Found nodes are borrowed. A lookup costs one search a segment: O(log n) in an object, O(n)
- * in an array.
+ * NULL path finds nothing, as does any path from NULL. A lookup that passes through a link
+ * goes on in the link's target. Found nodes are borrowed. A lookup costs one search a
+ * segment: O(log n) in an object, O(n) in an array.
  */
 
 /* The container that holds the node; NULL for a root and for NULL. */
@@ -258,8 +258,9 @@ NODETREE_API node *node_parent(const node *n);
 /* The top of the node's tree; NULL for NULL. O(depth). */
 NODETREE_API node *node_root(const node *n);
 
-/* The node's absolute path as a new text, "/" for a root; NULL for NULL and when memory runs out.
-   Starts below the nearest ancestor-or-self that has no key, if there is one. O(depth). */
+/* The node's absolute path as a new text, "/" for a root; NULL for NULL and when memory runs
+   out. Starts below the nearest ancestor-or-self that has no key, if there is one.
+   O(depth). */
 NODETREE_API char *node_path(const node *n);
 
 /* The same as a new string list: "" and the keys from the top down. */
@@ -293,9 +294,9 @@ NODETREE_API node *node_try_follow_link(const node *n);
 
 /* All nodes that a glob path matches, as a new value list in document order; NULL for none,
    when memory runs out, and when more nodes than convention 12 allows would have to be
-   entered. A node is listed as often as it is matched. A null child that "*" meets before the path ends matches itself. Empty segments
-   other than the first name the member with the empty key. A search for each child that a
-   "*" meets. */
+   entered. A node is listed as often as it is matched. A null child that "*" meets before
+   the path ends matches itself. Empty segments other than the first name the member with the
+   empty key. Costs a search for each child that a "*" meets. */
 NODETREE_API void **node_lookup_glob(const node *start, const char *path);
 NODETREE_API void **node_lookup_glob_sl(const node *start, char **path);
 

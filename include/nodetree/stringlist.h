@@ -70,7 +70,7 @@ NODETREE_API bool __sl_equals(char ***a, char ***b);
 
 /* Consumes two distinct lists and returns one that holds the strings of `a`, then those of
    `b`. Where `b` is empty that is `a`, which may be NULL. Otherwise NULL is failure: both
-   lists are then untouched and still the caller's. */
+   lists are then untouched and the caller still owns them. */
 NODETREE_API char **sl_concat(char **a, char **b);
 
 /* A new list of the fields of `text` between the `separator` bytes. Two separators in a

@@ -13,7 +13,7 @@
  * O(n), and so does every append. To add many elements at once, pass them in one call.
  *
  * NULL is the empty list for every function. A list that is not NULL can be empty too; only
- * vl_equals(), vl_copy() and the functions that hand a list back unchanged tell the two
+ * vl_equals(), vl_copy() and the functions that return a list unchanged tell the two
  * apart. Unless a function says otherwise its cost is linear in the number of elements.
  */
 #ifndef NODETREE_VALUELIST_H
@@ -59,7 +59,7 @@ NODETREE_API void **vl_copy(void *const *list);
 
 /* Consumes two distinct lists and returns one that holds the elements of `a`, then those of
    `b`. Where `b` is empty that is `a`, which may be NULL. Otherwise NULL is failure: both
-   lists are then untouched and still the caller's. */
+   lists are then untouched and the caller still owns them. */
 NODETREE_API void **vl_concat(void **a, void **b);
 
 /* A new text of the elements' addresses, as printf() writes them with %p: "[ 0x10, 0x20 ]",
