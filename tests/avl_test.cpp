@@ -117,11 +117,13 @@ TEST_F(Avl, AgreesWithASortedArray) {
         model.erase(victim);
       }
       ASSERT_NO_FATAL_FAILURE(test::check_avl(&tree));
-      const avl_node *held = tree.next;
+      avl_node *held = avl_first(&tree);
       for (const avl_node *e : model) {
         ASSERT_EQ(held, e);
-        held = held->next;
+        ASSERT_EQ(AVL_RECORD(held, item, entry)->key, key_of(e));
+        held = avl_next(&tree, held);
       }
+      ASSERT_EQ(held, nullptr);
       ASSERT_EQ(tree.count, model.size());
       for (int key : {below(154) - 2, below(154) - 2, -1, 150}) {
         const auto first = std::ranges::lower_bound(model, key, {}, key_of),

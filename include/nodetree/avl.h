@@ -6,9 +6,10 @@
  * height-balanced tree and threads all of them on one circular list in key order. It never
  * allocates, copies or releases anything, so nothing here can run out of memory.
  *
- * A walk in key order needs no function:
+ * A walk in key order, with the record that holds each element:
  *
- *     for (avl_node *e = tree.next; e != (avl_node *)&tree; e = e->next) ...
+ *     for (avl_node *e = avl_first(&tree); e; e = avl_next(&tree, e))
+ *       record *r = AVL_RECORD(e, record, by_name); ...
  *
  * Equal keys form a group where the tree allows duplicates: the first one inserted leads
  * the group and stands in the tree, the others follow it in the list in insertion order.
@@ -23,6 +24,7 @@
 
 #include <nodetree/export.h>
 #include <stdbool.h>
+#include <stddef.h>
 #include <stdint.h>
 
 NODETREE_BEGIN
@@ -78,6 +80,22 @@ NODETREE_API int avl_insert(avl_tree *tree, avl_node *element);
 /* Takes `element` out of the tree that holds it and sets its `next` and `prev` to NULL. The
    first follower of a leader takes over the lead. O(log n). */
 NODETREE_API void avl_delete(avl_tree *tree, avl_node *element);
+
+/* The first element in list order, and the one after `element`, which the tree holds; NULL
+   where there is none. A walk that deletes fetches the next one first. */
+static inline avl_node *avl_first(const avl_tree *tree) {
+  return tree->count != 0 ? tree->next : NODETREE_NULL;
+}
+static inline avl_node *avl_next(const avl_tree *tree, const avl_node *element) {
+  return element != tree->prev ? element->next : NODETREE_NULL;
+}
+
+/* The record of type `type` that holds `element`, an `avl_node *`, as its field `field`. */
+#define AVL_RECORD(element, type, field)                                                   \
+  NODETREE_CAST(                                                                           \
+      type *,                                                                              \
+      NODETREE_CAST(void *, NODETREE_CAST(char *, NODETREE_CAST(void *, (element))) -      \
+                                offsetof(type, field)))
 
 /* The comparator of trees keyed by texts: strcmp of the two keys. `arg` is ignored. */
 NODETREE_API int avl_strcmp(const void *key, const void *held_key, void *arg);
