@@ -1,15 +1,29 @@
 #include <errno.h>
 #include <nodetree.h>
+#include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <unistd.h>
+
+/* The program's own front end: every message names its part. */
+static void berth_log(int level, const char *format, ...) NODETREE_PRINTF(2, 3);
+
+static void berth_log(int level, const char *format, ...) {
+  char longer[128];
+  snprintf(longer, sizeof longer, "berths: %s", format);
+  va_list args;
+  va_start(args, format);
+  log_vmsg(level, longer, args);
+  va_end(args);
+}
 
 int main(void) {
-  log_msg(LOG_ERR, "nobody hears this");
+  log_msg(LOG_ERR, "discarded: no log is open");
 
   log_open_stderr();
   log_msg(LOG_INFO, "%d berths", 3);
-  log_msg(LOG_WARNING, "berth %s is closed", "B");
-  log_msg(LOG_NOTICE, "a level without a word of its own");
+  log_msg(LOG_NOTICE, "this level has no word in front");
+  berth_log(LOG_WARNING, "%s is closed", "B");
   errno = ENOENT;
   log_msg(LOG_ERR, "timetable: %m");
 
@@ -17,8 +31,25 @@ int main(void) {
   log_set_debug(true);
   log_msg(LOG_DEBUG, "now it passes");
 
+  char path[] = "/tmp/logging.XXXXXX";
+  int descriptor = mkstemp(path);
+  if (descriptor < 0 || close(descriptor) != 0)
+    return EXIT_FAILURE;
   if (log_open_file("/nowhere/log", "a") == NULL)
-    log_msg(LOG_WARNING, "no log file; messages go on to where they went");
+    log_msg(LOG_WARNING, "no log file: still on standard error");
+  if (log_open_file(path, "a") != NULL) {
+    setvbuf(log_file, NULL, _IOLBF, 0);
+    log_msg(LOG_INFO, "into the file");
+  }
   log_close();
-  log_msg(LOG_ERR, "nobody hears this either");
+
+  char *written = file_read_string(path);
+  fprintf(stderr, "the file has: %s", written != NULL ? written : "nothing\n");
+  free(written);
+  unlink(path);
+
+  log_open_syslog("berths", LOG_PID);
+  log_msg(LOG_DEBUG, "in the system's log");
+  log_close();
+  log_msg(LOG_ERR, "discarded again");
 }
