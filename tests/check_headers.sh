@@ -9,7 +9,7 @@ failed=0
 check() { # language, standard, compiler, header
   printf '#include <%s>\ntypedef int a_declaration;\n' "$4" |
     "$3" -x "$1" -std="$2" -Wall -Wextra -Wpedantic -Wundef -Wconversion -Wshadow -Werror \
-      -I "$include" -fsyntax-only $(test "$1" = c || echo -Wold-style-cast) - || { echo "FAILED: $4 as $2" >&2; failed=1; }
+      -I "$include" -fsyntax-only $(test "$1" = c || echo -Wold-style-cast -fno-exceptions -fno-rtti) - || { echo "FAILED: $4 as $2" >&2; failed=1; }
 }
 
 for path in "$include"/nodetree.h* "$include"/nodetree/*.h "$include"/nodetree/cpp/*.hpp; do

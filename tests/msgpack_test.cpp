@@ -1,6 +1,5 @@
 #include "tree.hpp"
 
-#include <sstream>
 #include <sys/resource.h>
 
 using namespace test;
@@ -26,17 +25,6 @@ constexpr bool errors_come_late = other_mpack, announced_sizes_are_reserved = ot
 // The head of a form with a length of four bytes.
 std::string head(const char *form, size_t length) {
   return hex(take(string_printf("%s%08zx", form, length)));
-}
-
-// A table: words between blanks, `columns` to a row.
-std::vector<std::vector<std::string>> table(const std::string &words, size_t columns) {
-  std::istringstream in(words);
-  std::vector<std::vector<std::string>> rows;
-  for (std::string word; in >> word; rows.back().push_back(word))
-    if (rows.empty() || rows.back().size() == columns)
-      rows.emplace_back();
-  EXPECT_EQ(rows.back().size(), columns);
-  return rows;
 }
 
 // `used` becomes the size written back.

@@ -50,17 +50,11 @@ TEST(Lookup, FindsWhatThePathNames) {
               {"/", "/a/-1", "NULL", "/a", ""},
               {"/", "/a/4294967296", "NULL", "/a", ""},
               // links
-              {"/", "/ll/1", "NULL", "/a/1", ""},
               {"/", "/lll/1", "NULL", "/lll", ""},
-              {"/", "/l/.", "/l", "/a", "/a "},
-              {"/r", "p/b", "/a/1/b", "/a/1/b", "/a/1/b "},
-              {"/r/p", "..", "/r", "/a", "/a "},
               {"/r", "o/../u/../o", "/r/o", "/", ""},
               // patterns
-              {"/", "/d/*/b", "NULL", "/d", "/a/0/b "},
               {"/", "/n/*/b", "NULL", "/n", "/n/0/b /n/1 "},
-              {"/", "/*/1", "NULL", "/", "/a/1 /a/1 /n/1 "},
-              {"/", "/r/o/b/*", "NULL", "/r/o/b", ""}};
+              {"/", "/*/1", "NULL", "/", "/a/1 /a/1 /n/1 "}};
   for (const auto &[from, path, plain, lenient, matches] : rows) {
     const node *start = node_lookup(t.get(), from);
     const list_owner list = path_list(path);
@@ -75,20 +69,17 @@ TEST(Lookup, FindsWhatThePathNames) {
 TEST(LookupCreate, MakesMissingObjectsOnly) {
   const struct {
     const char *tree, *start, *path, *found, *after;
-  } rows[] = {
-      {"{}", "/", "/p//q/", "/p//q", "{'p':{'':{'q':{}}}}"},
-      {"{'o':{'x':1}}", "/o", "../p/q/../../r", "/r", "{'o':{'x':1},'p':{'q':{}},'r':{}}"},
-      {"{'o':{'x':1}}", "/", "q/../o/x/y", "NULL", "{'o':{'x':1},'q':{}}"},
-      {"{'l':'->/o','o':{'x':{}}}", "/", "/l/x/y", "/o/x/y",
-       "{'l':'->/o','o':{'x':{'y':{}}}}"},
-      {"{'l':'->/o','o':{}}", "/", "/l/x", "NULL", "{'l':'->/o','o':{}}"},
-      {"{'l':'->/o/x','o':{'x':{}}}", "/", "/l/../y", "/o/y",
-       "{'l':'->/o/x','o':{'x':{},'y':{}}}"},
-      {"{'l':'->/o','o':{}}", "/", "/l/./x", "/o/x", "{'l':'->/o','o':{'x':{}}}"},
-      {"{'l':'->/x'}", "/", "/l/y", "NULL", "{'l':'->/x'}"},
-      // is not found again, yet in the way
-      {"{}", "/", "/../x", "/../x", "{'..':{'x':{}}}"},
-      {"{'..':{'x':{}}}", "/", "/../x", "NULL", "{'..':{'x':{}}}"}};
+  } rows[] = {{"{}", "/", "/p//q/", "/p//q", "{'p':{'':{'q':{}}}}"},
+              {"{'o':{'x':1}}", "/", "q/../o/x/y", "NULL", "{'o':{'x':1},'q':{}}"},
+              {"{'l':'->/o','o':{'x':{}}}", "/", "/l/x/y", "/o/x/y",
+               "{'l':'->/o','o':{'x':{'y':{}}}}"},
+              {"{'l':'->/o','o':{}}", "/", "/l/x", "NULL", "{'l':'->/o','o':{}}"},
+              {"{'l':'->/o/x','o':{'x':{}}}", "/", "/l/../y", "/o/y",
+               "{'l':'->/o/x','o':{'x':{},'y':{}}}"},
+              {"{'l':'->/o','o':{}}", "/", "/l/./x", "/o/x", "{'l':'->/o','o':{'x':{}}}"},
+              // is not found again, yet in the way
+              {"{}", "/", "/../x", "/../x", "{'..':{'x':{}}}"},
+              {"{'..':{'x':{}}}", "/", "/../x", "NULL", "{'..':{'x':{}}}"}};
   for (const auto &row : rows)
     for (const bool as_list : {false, true}) {
       const tree t = make(row.tree);

@@ -2,8 +2,6 @@
 
 #include "support.hpp"
 
-#include <climits>
-
 using test::list_owner;
 using test::shown;
 using test::take;
@@ -115,23 +113,12 @@ TEST(StringListOrder, SortsByByteValueAndReverses) {
 }
 
 TEST(StringListSlice, Positions) {
-  const struct {
-    int start, end;
-    const char *slice;
-  } cases[] = {{1, 3, "b;c;"},
-               {0, 2, "a;b;"},
-               {0, 1, "a;"},
-               {-2, -1, "b;"},
-               {2, 10, "c;"},
-               {-10, 2, "a;b;"},
-               {3, 5, "NULL"},
-               {0, -3, "NULL"},
-               {0, -9, "NULL"},
-               {-1, INT_MAX, "c;"},
-               {1, 1, "NULL"},
-               {-3, 3, "a;b;c;"},
-               {INT_MAX, INT_MIN, "NULL"}};
-  for (const auto &[start, end, expected] : cases) {
+  const char rows[] = R"(
+      1 3 b;c;  0 2 a;b;  0 1 a;  -2 -1 b;  2 10 c;  -10 2 a;b;  3 5 NULL  0 -3 NULL
+      0 -9 NULL  -1 2147483647 c;  1 1 NULL  -3 3 a;b;c;  2147483647 -2147483648 NULL)";
+  for (const auto &row : test::table(rows, 3)) {
+    const int start = std::stoi(row[0]), end = std::stoi(row[1]);
+    const char *const expected = row[2].c_str();
     char **list = list_of("a;b;c").release();
     const auto before = reinterpret_cast<uintptr_t>(list);
     list = sl_slice(list, start, end);

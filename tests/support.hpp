@@ -22,6 +22,7 @@
 #include <functional>
 #include <iterator>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -178,6 +179,18 @@ inline std::string repeat(const std::string &text, size_t times) {
   while (times-- > 0)
     all += text;
   return all;
+}
+
+// A table: words between blanks, `columns` to a row.
+inline std::vector<std::vector<std::string>> table(const std::string &words,
+                                                   size_t columns) {
+  std::istringstream in(words);
+  std::vector<std::vector<std::string>> rows;
+  for (std::string word; in >> word; rows.back().push_back(word))
+    if (rows.empty() || rows.back().size() == columns)
+      rows.emplace_back();
+  EXPECT_EQ(rows.back().size(), columns);
+  return rows;
 }
 
 inline bool under_valgrind() {
