@@ -1,3 +1,4 @@
+#include "node/counterpart.hpp"
 #include "node/expand.hpp"
 
 #include <charconv>
@@ -29,17 +30,21 @@ constexpr std::size_t never = SIZE_MAX;
 struct Pair {
   const node *from;
   const node *to;
-  const node *from_child; // the next one of each
-  const node *to_child;
-  size_t position;
+  node *from_child; // the next one of each; of an object's, where a member is looked for
+  node *to_child;
+  size_t met; // so many elements, or members of both
   const char
-      *key;      // of this pair's entry in the result above; NULL for the top and in arrays
-  node *result;  // NULL until something differs
-  size_t behind; // so many links led here
-  bool by_link;  // the last of them to this pair itself
+      *key;     // of this pair's entry in the result above; NULL for the top and in arrays
+  node *result; // NULL until something differs
+  bool lacking; // something that differs, or may differ, is not in the result
+};
+
+// What counts for a pair besides when links led to it.
+struct Behind {
+  size_t links;   // so many
+  bool by_link;   // the last of them to this pair itself
   size_t assumed; // the assumptions that were there before
   size_t lowest;  // the outermost level of a pair that was met again inside this one
-  bool lacking;   // something that differs, or may differ, is not in the result
 };
 
 // What is known of two containers that were come to through links. A pair of links met again
@@ -62,6 +67,7 @@ private:
   void settle(const node *from, const node *to, const char *key);
   void finish();
   void remember(const Pair &done, const Outcome &outcome);
+  void rest_on(size_t level);
   void settle_assumptions(size_t count, bool hold);
   void add(const char *key, const node *to, Outcome outcome);
   bool add_entry(Pair &pair, const char *key, node *entry);
@@ -69,12 +75,14 @@ private:
   Outcome compare(const node *from, const node *to, const char *key);
   Outcome compare_links(node *from, node *to, const char *key);
   Outcome enter(const node *from, const node *to, const char *key, bool by_link);
+  Outcome enter_behind(const node *from, const node *to, bool by_link);
   Outcome copy(const node *n, int links, size_t behind);
-  size_t behind() const { return pairs_.empty() ? 0 : pairs_.back().behind; }
+  size_t behind() const { return behind_.empty() ? 0 : behind_.back().links; }
 
   Links from_links_;
   Links to_links_; // the limit on nodes is that of these
   Stack<Pair> pairs_;
+  Stack<Behind> behind_; // of the innermost pairs, from the first that a link led to
   AddressTable<Comparison> comparisons_;
   Stack<Address> assumptions_; // the pairs found equal on assumptions
   bool entries_lost_ = false;
@@ -112,7 +120,15 @@ bool Difference::step() {
 bool Difference::step_object(Pair &pair) {
   if (const node *child = pair.to_child) {
     pair.to_child = next_sibling(child);
-    settle(node_object_get(pair.from, child->key), child, child->key);
+    node *from = counterpart(child, pair.from, pair.from_child);
+    if (from) {
+      pair.met++;
+      pair.from_child = next_sibling(from);
+    }
+    if (!pair.to_child)
+      pair.from_child =
+          pair.met < pair.from->child_count ? first_child(pair.from) : nullptr;
+    settle(from, child, child->key);
     return true;
   }
   if (const node *child = pair.from_child) {
@@ -129,6 +145,7 @@ bool Difference::step_array(Pair &pair) {
   const node *to = pair.to_child;
   if (!from && !to)
     return false;
+  pair.met++;
   pair.from_child = from ? next_sibling(from) : nullptr;
   pair.to_child = to ? next_sibling(to) : nullptr;
   settle(from, to, nullptr);
@@ -150,40 +167,48 @@ void Difference::settle(const node *from, const node *to, const char *key) {
   if (outcome.kind == Outcome::inside)
     return;
   add(key, to, outcome);
-  pairs_.back().position++;
 }
 
 // Ends the innermost pair, which is not the only one.
 void Difference::finish() {
-  const Pair done = pairs_.back();
-  pairs_.pop();
+  const Pair &done = pairs_.back();
+  const char *key = done.key;
+  const node *to = done.to;
   Outcome outcome = failed;
   if (done.result || !done.lacking)
     outcome = {Outcome::known, done.result};
-  if (done.behind > 0)
+  if (!behind_.empty())
     remember(done, outcome);
-  add(done.key, done.to, outcome);
-  pairs_.back().position++;
+  pairs_.pop();
+  add(key, to, outcome);
 }
 
 // A difference lasts where nothing was met again inside of it: then nothing can be in any
 // other place. Without memory for a note the pair is only compared again.
 void Difference::remember(const Pair &done, const Outcome &outcome) {
-  const size_t level = pairs_.size();
+  const size_t level = pairs_.size() - 1;
+  const Behind behind = behind_.back();
+  behind_.pop();
   const bool is_equal = outcome.kind == Outcome::known && !outcome.entry;
-  const size_t lowest = is_equal && done.lowest >= level ? never : done.lowest;
-  pairs_.back().lowest = std::min(pairs_.back().lowest, lowest);
+  const size_t lowest = is_equal && behind.lowest >= level ? never : behind.lowest;
+  rest_on(lowest);
   if (!is_equal || lowest == never)
-    settle_assumptions(done.assumed, is_equal);
+    settle_assumptions(behind.assumed, is_equal);
   const Address key{done.from, done.to};
   Comparison *note = comparisons_.find(key);
-  const bool is_outer = note && note->state == Comparison::comparing && !done.by_link;
+  const bool is_outer = note && note->state == Comparison::comparing && !behind.by_link;
   const bool lasting = outcome.kind == Outcome::known && lowest == never;
   if (is_outer || (!note && !is_equal && !lasting) || !(note = comparisons_.add(key)))
     return;
   *note = {};
   if (lasting || (is_equal && assumptions_.push(key)))
     *note = {Comparison::finished, lowest, outcome.entry};
+}
+
+// What comes of the innermost pair depends on one that was met again.
+void Difference::rest_on(size_t level) {
+  if (!behind_.empty())
+    behind_.back().lowest = std::min(behind_.back().lowest, level);
 }
 
 // The comparison on which the last assumptions rest has ended.
@@ -197,6 +222,8 @@ void Difference::settle_assumptions(size_t count, bool hold) {
 // Adds an entry to the innermost pair. What is not known is shown as a copy of `to`, or as
 // null where not even that can be made.
 void Difference::add(const char *key, const node *to, Outcome outcome) {
+  if (outcome.kind == Outcome::known && !outcome.entry)
+    return;
   Pair &pair = pairs_.back();
   if (outcome.kind == Outcome::failed && to)
     outcome = copy(to, 1, behind());
@@ -213,7 +240,7 @@ bool Difference::add_entry(Pair &pair, const char *key, node *entry) {
     pair.result = node_new_object();
   char position[24];
   if (!key) {
-    *std::to_chars(position, position + sizeof position - 1, pair.position).ptr = '\0';
+    *std::to_chars(position, position + sizeof position - 1, pair.met - 1).ptr = '\0';
     key = position;
   }
   if (node_object_add(pair.result, key, entry))
@@ -240,7 +267,7 @@ Outcome Difference::compare(const node *from, const node *to, const char *key) {
     return compare_links(const_cast<node *>(from), const_cast<node *>(to), key);
   if (is_container(from))
     return enter(from, to, key, false);
-  return node_equals(from, to) ? equal : copy(to, 0, behind());
+  return same_value(from, to) ? equal : copy(to, 0, behind());
 }
 
 // Two chains of links that are followed side by side come to a comparison of their ends when
@@ -265,21 +292,28 @@ Outcome Difference::compare_links(node *from, node *to, const char *key) {
 
 // Makes two containers the innermost pair, unless what comes of it is known.
 Outcome Difference::enter(const node *from, const node *to, const char *key, bool by_link) {
-  Pair pair{from,  to,      first_child(from),  first_child(to), 0,
-            key,   nullptr, behind() + by_link, by_link,         assumptions_.size(),
-            never, false};
-  const Comparison *known = pair.behind > 0 ? comparisons_.find({from, to}) : nullptr;
+  if (!pairs_.push({from, to, first_child(from), first_child(to), 0, key, nullptr, false}))
+    return failed;
+  if (!by_link && behind_.empty())
+    return {Outcome::inside, nullptr};
+  Outcome outcome = enter_behind(from, to, by_link);
+  if (outcome.kind != Outcome::inside)
+    pairs_.pop();
+  return outcome;
+}
+
+Outcome Difference::enter_behind(const node *from, const node *to, bool by_link) {
+  const Behind behind{this->behind() + by_link, by_link, assumptions_.size(), never};
+  const Comparison *known = comparisons_.find({from, to});
   if (known && known->difference && !entries_lost_)
-    return copy(known->difference, 0, pair.behind);
+    return copy(known->difference, 0, behind.links);
   if (known && !known->difference &&
       known->state >= (by_link ? Comparison::comparing : Comparison::finished)) {
-    pairs_.back().lowest = std::min(pairs_.back().lowest, known->level);
+    rest_on(known->level);
     return equal;
   }
   Comparison *note = by_link ? comparisons_.add({from, to}) : nullptr;
-  if (by_link && !note)
-    return failed;
-  if (!pairs_.push(pair))
+  if ((by_link && !note) || !behind_.push(behind))
     return failed;
   if (note)
     *note = {Comparison::comparing, pairs_.size() - 1, nullptr};

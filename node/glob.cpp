@@ -36,12 +36,12 @@ private:
     bool expanded = false;       // behind a "*"
     unsigned links = 0, ups = 0; // links followed, and ".." behind a "*"
 
-    bool multiply() const { return links > 1 || ups > 1; }
+    bool multiply() const { return (links | ups) > 1; }
   };
 
   struct Branch {
     node *child;
-    Segments rest;
+    Segments rest; // not empty
     Turns turns;
   };
 
@@ -56,24 +56,23 @@ private:
         continue;
       }
       branch.child = next_sibling(child);
-      const Turns turns = branch.turns;
-      if (turns.multiply() && !visit())
+      if (branch.turns.multiply() && !visit())
         return false;
-      bool is_match = branch.rest.empty() || child->type == NODE_NULL;
-      if (!(is_match ? match(child) : advance(child, branch.rest, turns)))
+      bool is_match = child->type == NODE_NULL;
+      if (!(is_match ? match(child) : advance(child, branch.rest, branch.turns)))
         return false;
     }
     return true;
   }
 
   // Goes along the path as far as the next "*", which becomes a branch, or to its end.
-  bool advance(node *at, Segments path, Turns turns) {
+  [[gnu::always_inline]] bool advance(node *at, Segments path, Turns turns) {
     std::string_view segment;
     while (path.next(segment)) {
       if (at->type == NODE_LINK) {
         at = links_.target_or_self(at);
         turns.links++;
-        turned_ = true;
+        turned_ = distinct_;
       }
       if (segment == "*" && is_container(at)) {
         turns.expanded = true;
@@ -81,7 +80,7 @@ private:
       }
       const bool up = turns.expanded && segment == "..";
       turns.ups += up;
-      turned_ = turned_ || up;
+      turned_ = turned_ || (up && distinct_);
       if ((up || turns.links > 1) && !visit())
         return false;
       at = step(at, segment);
@@ -94,28 +93,31 @@ private:
   bool visit() { return distinct_ || links_.visit(); }
 
   bool branch(node *container, Segments rest, const Turns &turns) {
-    if (distinct_ && turned_) {
+    if (turned_) {
       auto added = entered_.add({container, rest.position()});
       if (added != AddressSet::Result::added)
         return added == AddressSet::Result::known;
     }
-    return branches_.push({first_child(container), rest, turns});
+    if (!rest.empty())
+      return branches_.push({first_child(container), rest, turns});
+    for (node *child = first_child(container); child; child = next_sibling(child))
+      if ((turns.multiply() && !visit()) || !match(child))
+        return false;
+    return true;
   }
 
+  bool match(node *n) { return turned_ ? match_once(n) : matches_.push(n); }
+
   // What was matched before the first turn is noted with the first match behind it.
-  bool match(node *n) {
-    if (distinct_ && turned_) {
-      for (; noted_ < matches_.size(); noted_++)
-        if (matched_.add({matches_[noted_]}) == AddressSet::Result::failed)
-          return false;
-      if (matched_.contains({n}))
-        return true;
-    }
-    return matches_.push(n);
+  bool match_once(node *n) {
+    for (; noted_ < matches_.size(); noted_++)
+      if (matched_.add({matches_[noted_]}) == AddressSet::Result::failed)
+        return false;
+    return matched_.contains({n}) || matches_.push(n);
   }
 
   bool distinct_;
-  bool turned_ = false; // from the first turn on a node can be met again
+  bool turned_ = false; // from the first turn of a distinct search on
   Links links_;
   Stack<void *> matches_;
   Stack<Branch> branches_;

@@ -7,24 +7,34 @@ using namespace nodetree;
 namespace nodetree {
 namespace {
 
-uint32_t hash_64(uint64_t bits) {
-  unsigned char bytes[8];
-  for (unsigned i = 0; i < 8; i++)
-    bytes[i] = static_cast<unsigned char>(bits >> (8 * i));
-  return hash_sdbm(bytes, sizeof bytes, 0);
+constexpr uint32_t sdbm_factor = 65599;
+
+// hash_sdbm() of a number, least significant byte first, and of a text.
+
+template <class Number>
+inline uint32_t hash_number(Number number, uint32_t hash) {
+  for (unsigned i = 0; i < sizeof number; i++)
+    hash = hash * sdbm_factor + static_cast<unsigned char>(number >> (8 * i));
+  return hash;
+}
+
+inline uint32_t hash_text(const char *text, uint32_t hash) {
+  for (; *text; text++)
+    hash = hash * sdbm_factor + static_cast<unsigned char>(*text);
+  return hash;
 }
 
 uint32_t hash_leaf(const node *n) {
   switch (n->type) {
   case NODE_INTEGER:
-    return hash_64(static_cast<uint64_t>(n->value.integer));
+    return hash_number(static_cast<uint64_t>(n->value.integer), 0);
   case NODE_REAL: {
     uint64_t bits = 0;
     std::memcpy(&bits, &n->value.real, sizeof bits);
-    return hash_64(bits);
+    return hash_number(bits, 0);
   }
   case NODE_STRING:
-    return hash_sdbm(n->value.string, std::strlen(n->value.string), 0);
+    return hash_text(n->value.string, 0);
   case NODE_BOOLEAN:
     return n->value.boolean ? 1 : 2;
   default:
@@ -36,11 +46,8 @@ uint32_t hash_leaf(const node *n) {
 void fold(node *container, const node *child) {
   uint32_t hash = container->diff_hash;
   if (container->type == NODE_OBJECT)
-    hash = hash_sdbm(child->key, std::strlen(child->key) + 1, hash);
-  unsigned char bytes[4];
-  for (unsigned i = 0; i < 4; i++)
-    bytes[i] = static_cast<unsigned char>(child->diff_hash >> (8 * i));
-  container->diff_hash = hash_sdbm(bytes, sizeof bytes, hash);
+    hash = hash_text(child->key, hash) * sdbm_factor; // its NUL counts
+  container->diff_hash = hash_number(child->diff_hash, hash);
 }
 
 // Prepares the hashes of one tree.
@@ -54,9 +61,10 @@ private:
   using Step = ExpandingWalk::Step;
 
   bool is_known(const node *n) const { return n->diff_hash != 0 || zero_.contains({n}); }
-  void enter();
+  [[gnu::always_inline]] inline void enter();
   void enter_link();
   const node *first_known(const node *link);
+  void note(node *place, std::uint32_t hash);
   [[gnu::always_inline]] inline void finish(std::uint32_t hash);
 
   node *top_;
@@ -71,14 +79,19 @@ private:
 // container that it stands in goes on.
 inline void Hashing::finish(std::uint32_t hash) {
   node *place = walk_.place();
-  if (place->type == NODE_LINK && hash != 0)
+  if (hash == 0 || place->type == NODE_LINK)
+    note(place, hash);
+  if (place != top_)
+    fold(place->parent, place);
+}
+
+void Hashing::note(node *place, std::uint32_t hash) {
+  if (hash != 0)
     for (node *n = place; n && n->type == NODE_LINK && n->diff_hash == 0;
          n = links_.follow(n))
       n->diff_hash = hash;
-  if (hash == 0 && !zero_.empty() && is_container(walk_.at()))
+  else if (!zero_.empty() && is_container(walk_.at()))
     zero_.add({walk_.at()}); // without memory it is only visited again
-  if (!walk_.at_top())
-    fold(place->parent, place);
 }
 
 std::uint32_t Hashing::run() {
@@ -110,10 +123,10 @@ void Hashing::enter() {
   if (!is_known(at)) {
     if (at->type == NODE_LINK)
       return enter_link();
-    if (has_children(at))
-      return walk_.advance();
     if (!is_container(at))
       at->diff_hash = hash_leaf(at);
+    else if (at->child_count != 0)
+      return walk_.advance();
   }
   finish(at->diff_hash);
   walk_.pass();
@@ -155,7 +168,7 @@ uint32_t hash_sdbm(const void *data, size_t length, uint32_t seed) {
   const auto *bytes = static_cast<const unsigned char *>(data);
   uint32_t hash = seed;
   for (size_t i = 0; i < length; i++)
-    hash = hash * 65599 + bytes[i];
+    hash = hash * sdbm_factor + bytes[i];
   return hash;
 }
 

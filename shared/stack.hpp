@@ -44,7 +44,7 @@ public:
   }
 
 private:
-  bool grow() {
+  [[gnu::noinline]] bool grow() {
     std::size_t capacity = capacity_ ? capacity_ * 2 : 8;
     // NOLINTNEXTLINE(bugprone-sizeof-expression): T may be a pointer
     void *items = std::realloc(items_, capacity * sizeof(T));
