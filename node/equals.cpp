@@ -16,12 +16,13 @@ bool node_equals(const node *a, const node *b) {
     const node *at = walk.at();
     if (walk.done())
       return true;
-    if (!walk.entering())
+    if (!walk.entering()) {
       other = at == previous ? other : other->parent;
-    else if (at->parent == previous)
-      other = counterpart(at, other, first_child(other));
-    else
-      other = counterpart(at, other->parent, next_sibling(other));
+      continue;
+    }
+    const bool down = at->parent == previous;
+    other = counterpart(at, down ? other : other->parent,
+                        down ? first_child(other) : next_sibling(other));
     if (!other)
       return false;
   }

@@ -32,6 +32,8 @@ public:
   }
   bool at_top() const { return place() == top_; }
 
+  bool behind_links() const { return behind_ > 0; }
+
   // The name under which the entered value stands in an object of the walk; NULL elsewhere.
   const char *name() const {
     bool named = !at_top() && place()->parent->type == NODE_OBJECT;
@@ -46,6 +48,12 @@ public:
   // Advances without visiting the children of the node that was just entered.
   void pass() {
     walk_.pass();
+    settle();
+  }
+
+  // See Walk.
+  void enter_child(node *child) {
+    walk_.enter_child(child);
     settle();
   }
 

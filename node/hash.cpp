@@ -64,6 +64,7 @@ private:
   [[gnu::always_inline]] inline void enter();
   void enter_link();
   const node *first_known(const node *link);
+  node *fold_values(node *container);
   void note(node *place, std::uint32_t hash);
   [[gnu::always_inline]] inline void finish(std::uint32_t hash);
 
@@ -125,11 +126,26 @@ void Hashing::enter() {
       return enter_link();
     if (!is_container(at))
       at->diff_hash = hash_leaf(at);
-    else if (at->child_count != 0)
-      return walk_.advance();
+    else if (node *child = fold_values(at))
+      return walk_.enter_child(child);
   }
   finish(at->diff_hash);
   walk_.pass();
+}
+
+// Folds the values that a container begins with, which is faster than to walk over them:
+// the first other child. Behind links the walk counts every node.
+node *Hashing::fold_values(node *container) {
+  node *child = first_child(container);
+  if (walk_.behind_links())
+    return child;
+  for (; child && !is_container(child) && child->type != NODE_LINK;
+       child = next_sibling(child)) {
+    if (child->diff_hash == 0)
+      child->diff_hash = hash_leaf(child);
+    fold(container, child);
+  }
+  return child;
 }
 
 // A hash on the way to the target counts, as the links that have it say what they led to.

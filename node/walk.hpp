@@ -32,6 +32,9 @@ public:
       step_ = Step::leave;
   }
 
+  // Goes on with a child of the node that was just entered; those before it are passed over.
+  void enter_child(node *child) { at_ = child; }
+
   // Advances without visiting the children of the node that was just entered. The node is
   // not looked at again and may be destroyed after this.
   void pass() {
