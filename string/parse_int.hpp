@@ -6,7 +6,6 @@
 #include <cctype>
 #include <climits>
 #include <cstdlib>
-#include <string_view>
 
 namespace nodetree {
 
@@ -32,25 +31,6 @@ inline bool parse_int32(const char *text, const char **end, int *value) {
                               : static_cast<int>(number);
   *end = stop;
   return stop != text;
-}
-
-/* parse_int32() of a piece that a slash or a NUL follows in memory, neither of which can
-   continue a number. True when the piece is a number from end to end. */
-inline bool segment_to_int(std::string_view segment, int *value) {
-  const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
-  const size_t length = segment.size();
-  if (length >= 1 && length <= 9 && (segment[0] != '0' || length == 1)) {
-    int number = 0;
-    size_t i = 0;
-    while (i < length && is_digit(segment[i]))
-      number = number * 10 + (segment[i++] - '0');
-    if (i == length) {
-      *value = number;
-      return true;
-    }
-  }
-  const char *end;
-  return parse_int32(segment.data(), &end, value) && end == segment.data() + length;
 }
 
 } // namespace nodetree
