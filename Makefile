@@ -38,7 +38,7 @@ TIDY_SOURCES = $(filter-out ./bench/% ./tests/consumer/% ./tests/fuzz/% %/covera
   $(filter %.c %.cpp,$(SOURCES)))
 
 .PHONY: all build demo test test-mpack tsan valgrind lint format bench load soak fuzz coverage install uninstall package \
-  abi abi-update docs docs-browser ports clean help
+  abi abi-update docs docs-browser ports compilers clean help
 
 all: build
 
@@ -142,10 +142,19 @@ abi abi-update:
 	cmake --build build/abi -j $(JOBS) --target nodetree
 	cmake/abi/$@.sh build/abi/libnodetree.so
 
+# Which tests `make ports` and `make compilers` build and run; all, unless some are named.
+TESTS ?=
+
 # The machines that differ most from this one; PORTS="s390x" is one of them alone.
 PORTS ?= i386 arm64 s390x
 ports:
-	set -e; for machine in $(PORTS); do cmake/port.sh $$machine; done
+	set -e; for machine in $(PORTS); do TESTS="$(TESTS)" cmake/port.sh $$machine; done
+
+# Every compiler of Debian 12 that builds C++20, each in every form that cmake/compilers.sh knows.
+COMPILERS ?= $(foreach compiler,gcc clang-14 clang-15 clang-16 clang-19,\
+  $(foreach form,release asan debian,$(compiler):$(form)))
+compilers:
+	set -e; for compiler in $(COMPILERS); do TESTS="$(TESTS)" cmake/compilers.sh $$compiler; done
 
 # Honours DESTDIR. The list of what was installed is installed too, so that uninstall needs
 # nothing else. What root builds in somebody's tree is theirs.
@@ -199,4 +208,5 @@ help:
 	@echo 'make abi        what has changed in the binary interface; make abi-update accepts it'
 	@echo 'make docs       the reference as pages, build/docs/html/index.html'
 	@echo 'make ports      the tests on PORTS="$(PORTS)", cross-compiled and under qemu-user'
+	@echo 'make compilers  the tests by COMPILERS, all of Debian, in release, with sanitizers and as packaged'
 	@echo 'make clean      remove build/'

@@ -9,6 +9,10 @@ target_compile_options(nodetree_build_flags INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wextra-semi -Wnon-virtual-dtor>
   $<$<BOOL:${NODETREE_WERROR}>:-Werror>)
 
+# Files beyond 2 GiB, inodes and times of 64 bits, on machines of 32 bits too. Nothing of them is
+# in the public interface.
+target_compile_definitions(nodetree_build_flags INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+
 # What attackers of a C program have to get past, as Debian builds its packages. The checks of
 # _FORTIFY_SOURCE need an optimising build; sanitizers have better ones of their own.
 if(NODETREE_HARDEN AND NOT NODETREE_SANITIZE AND NOT NODETREE_SANITIZE_THREADS)

@@ -1,5 +1,5 @@
 #!/bin/sh
-# usage: port.sh i386|arm64|s390x [CTEST ARGUMENT...]
+# usage: [TESTS="NAME..."] port.sh i386|arm64|s390x [CTEST ARGUMENT...]
 # Builds for another machine by Debian's cross compiler and runs the tests there by qemu-user,
 # in build/ports/MACHINE. The libraries come from Debian's packages of that machine, unpacked
 # into a sysroot: nothing of this machine's own set of packages changes but for the compilers.
@@ -38,11 +38,11 @@ if [ ! -f "$sysroot/complete" ]; then
 fi
 
 export PKG_CONFIG_LIBDIR="$sysroot/usr/lib/$triplet/pkgconfig" PKG_CONFIG_SYSROOT_DIR="$sysroot"
+export LDFLAGS="-Wl,-rpath-link,$sysroot/usr/lib/$triplet"
 cmake -S . -B "$build/tree" -DCMAKE_BUILD_TYPE=Release -DNODETREE_WERROR=ON -DNODETREE_TESTS=ON \
   -DCMAKE_SYSTEM_NAME=Linux -DCMAKE_SYSTEM_PROCESSOR="$machine" \
   -DCMAKE_C_COMPILER="$compiler-gcc" -DCMAKE_CXX_COMPILER="$compiler-g++" \
   -DCMAKE_FIND_ROOT_PATH="$sysroot" -DCMAKE_FIND_ROOT_PATH_MODE_PROGRAM=NEVER \
-  -DCMAKE_LIBRARY_ARCHITECTURE="$triplet" -DCMAKE_EXE_LINKER_FLAGS="-Wl,-rpath-link,$sysroot/usr/lib/$triplet" \
+  -DCMAKE_LIBRARY_ARCHITECTURE="$triplet" \
   -DNODETREE_TEST_LAUNCHER="$qemu;-L;$sysroot;-E;LD_LIBRARY_PATH=$sysroot/usr/lib/$triplet"
-cmake --build "$build/tree" -j "$(nproc)"
-NODETREE_TEST_SLOWDOWN=20 ctest --test-dir "$build/tree" --output-on-failure "$@"
+NODETREE_TEST_SLOWDOWN=20 cmake/build-and-test.sh "$build/tree" "$@"

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <utility>
 
 using namespace nodetree;
 
@@ -101,7 +102,10 @@ void *file_map(const char *path, size_t *length) {
     return nullptr;
   }
   const auto size = static_cast<size_t>(status.st_size);
-  void *address = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file.get(), 0);
+  void *address = MAP_FAILED;
+  errno = ENOMEM; // of a file that is larger than the address space
+  if (std::cmp_equal(size, status.st_size))
+    address = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file.get(), 0);
   if (address == MAP_FAILED) {
     NODETREE_DEBUG("Failed to map file '%s' into memory: %m", path);
     return nullptr;

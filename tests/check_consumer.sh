@@ -7,6 +7,8 @@
 set -eu
 build=$1
 consumer=$2
+launcher=${NODETREE_TEST_LAUNCHER:-}
+unset PKG_CONFIG_SYSROOT_DIR # what is installed here is outside of it
 cmake=${CMAKE:-cmake}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -19,13 +21,13 @@ fail() { echo "$*" >&2; exit 1; }
 
 run() {
   for program in "$@"; do
-    output=$("$program") || fail "$program failed"
+    output=$($launcher "$program") || fail "$program failed"
     [ "$output" = '{"port":8080}' ] || fail "$program printed: $output"
   done
 }
 
 build_by_pkg_config() { # name, flags
-  flags="-Wall -Wextra -Werror $2"
+  flags="-Wall -Wextra -Werror $2 ${LDFLAGS:-}"
   # shellcheck disable=SC2086 # one word a flag
   ${CC:-cc} -std=c11 "$consumer/main.c" -o "$work/$1_c" $flags
 }
@@ -47,7 +49,7 @@ run "$work/shared_c" "$work/fixed_c" "$work/cmake/shared_c"
 
 # The installed command, where the build has one, finds the library beside it.
 if [ -x "$prefix/bin/nodetree" ]; then
-  result=$(echo '{"a":[1,2]}' | "$prefix/bin/nodetree" get /a/1)
+  result=$(echo '{"a":[1,2]}' | $launcher "$prefix/bin/nodetree" get /a/1)
   [ "$result" = 2 ] || fail "nodetree get printed: $result"
   for file in man/man1/nodetree.1 bash-completion/completions/nodetree; do
     [ -s "$prefix/share/$file" ] || fail "share/$file is not installed"

@@ -12,6 +12,8 @@ import sys
 import tempfile
 import unittest
 
+from programs import launched_program
+
 TOOL = SOURCE = CC = LIBRARY = None
 
 
@@ -88,9 +90,10 @@ class Pages(unittest.TestCase):
             program = os.path.join(folder, "example")
             built = run(CC, "-std=c11", "-Wall", "-Wextra", "-Werror", "-x", "c", "-",
                         f"-I{SOURCE}/include", "-o", program, "-x", "none", LIBRARY,
-                        f"-Wl,-rpath,{os.path.dirname(LIBRARY)}", input=code)
+                        f"-Wl,-rpath,{os.path.dirname(LIBRARY)}",
+                        *os.environ.get("LDFLAGS", "").split(), input=code)
             self.assertEqual(built.returncode, 0, built.stderr)
-            self.assertEqual(run(program).stdout, "443\n/server/ports/0=80\n"
+            self.assertEqual(run(launched_program(program)).stdout, "443\n/server/ports/0=80\n"
                              "/server/ports/1=443\n/server/host=::1\n")
 
 
@@ -127,4 +130,5 @@ class Completion(unittest.TestCase):
 
 if __name__ == "__main__":
     TOOL, SOURCE, CC, LIBRARY = sys.argv[1:]
+    TOOL = launched_program(TOOL)
     unittest.main(argv=sys.argv[:1])

@@ -8,6 +8,8 @@ import sys
 import tempfile
 import unittest
 
+from programs import launched, launched_program
+
 BUILD = SOURCE = TOOL = None
 
 
@@ -159,4 +161,5 @@ if __name__ == "__main__":
     if len(sys.argv) not in (3, 4):
         sys.exit(__doc__)
     BUILD, SOURCE, TOOL = (sys.argv[1:] + [None])[:3]
+    BUILD, TOOL = launched(BUILD), TOOL and launched_program(TOOL)
     unittest.main(argv=sys.argv[:1])

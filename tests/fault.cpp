@@ -55,9 +55,12 @@ size_t portion(const void *caller, size_t size) {
   return mode == Mode::hindered && size > 3 && is_library(caller) ? 3 : size;
 }
 
+// What libc calls by the name of `own`: where files are large that is not what the source says.
 template <class Function>
-Function *next(const char *name) {
-  return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+Function *next(Function *own) {
+  Dl_info place;
+  dladdr(reinterpret_cast<void *>(own), &place);
+  return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, place.dli_sname));
 }
 
 } // namespace
@@ -106,8 +109,7 @@ void free(void *block) {
 // libc, where the request no longer tells who made it.
 #define CALL(Result, name, parameters, arguments, failure, ...)                            \
   Result name parameters {                                                                 \
-    return fails(CALLER, __VA_ARGS__) ? failure                                            \
-                                      : next<Result parameters>(#name) arguments;          \
+    return fails(CALLER, __VA_ARGS__) ? failure : next<Result parameters>(name) arguments; \
   }
 
 // What a coverage build calls before a child writes its counters.
@@ -151,7 +153,7 @@ CALL(pid_t, waitpid, (pid_t pid, int *status, int options), (pid, status, option
      true)
 
 pid_t fork() {
-  const pid_t pid = fails(CALLER, EAGAIN) ? -1 : next<pid_t()>("fork")();
+  const pid_t pid = fails(CALLER, EAGAIN) ? -1 : next(fork)();
   if (pid == 0 && mode == Mode::hindered)
     countdown = LONG_MAX; // nothing that a new child does waits for anything
   return pid;
@@ -159,7 +161,7 @@ pid_t fork() {
 
 // Closes all the same, as what it would leave open could not be closed any more.
 int fclose(FILE *file) {
-  const int result = next<int(FILE *)>("fclose")(file);
+  const int result = next(fclose)(file);
   return fails(CALLER, EIO) ? EOF : result;
 }
 
@@ -172,7 +174,7 @@ int open(const char *path, int flags, ...) {
   va_end(list);
   return fails(CALLER, EMFILE, true)
              ? -1
-             : next<int(const char *, int, ...)>("open")(path, flags, access);
+             : next<int(const char *, int, ...)>(open)(path, flags, access);
 }
 
 int fcntl(int fd, int command, ...) {
@@ -181,7 +183,7 @@ int fcntl(int fd, int command, ...) {
   void *argument = va_arg(list, void *);
   va_end(list);
   return fails(CALLER, EMFILE) ? -1
-                               : next<int(int, int, ...)>("fcntl")(fd, command, argument);
+                               : next<int(int, int, ...)>(fcntl)(fd, command, argument);
 }
 
 } // extern "C"

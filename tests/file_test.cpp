@@ -57,6 +57,13 @@ TEST_F(File, IsMappedUnlessEmpty) {
   EXPECT_EQ(std::string(static_cast<char *>(address), length), data);
   file_unmap(address, length);
   file_unmap(nullptr, 1);
+  const uint64_t large = (uint64_t{4} << 30) + 1; // more than 32 bits can address
+  fs::resize_file("data", large);
+  EXPECT_TRUE(path_is_file("data"));
+  address = file_map("data", &length);
+  EXPECT_EQ(address ? length : static_cast<size_t>(errno),
+            SIZE_MAX > large ? large : ENOMEM);
+  file_unmap(address, length);
   length = 77;
   const char *const cases[][2] = {
       {"missing", "Failed to open file 'missing': No such file or directory\n"},

@@ -1,6 +1,6 @@
 """The pages of the guide show the programs beside them, and what those print.
 
-Usage: guide_test.py BUILD_FOLDER SOURCE_FOLDER [LAUNCHER...]
+Usage: guide_test.py BUILD_FOLDER SOURCE_FOLDER
 """
 
 import pathlib
@@ -9,7 +9,9 @@ import subprocess
 import sys
 import unittest
 
-BUILD = SOURCE = LAUNCHER = None
+from programs import launched
+
+BUILD = SOURCE = None
 
 
 def blocks(page, language):
@@ -23,7 +25,7 @@ class Guide(unittest.TestCase):
         for program in programs:
             page = program.with_suffix(".md").read_text(encoding="utf-8")
             self.assertEqual(blocks(page, program.suffix[1:]), [program.read_text(encoding="utf-8")])
-            done = subprocess.run([*LAUNCHER, BUILD / program.stem], encoding="utf-8", timeout=120,
+            done = subprocess.run([BUILD / program.stem], encoding="utf-8", timeout=120,
                                   stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
             self.assertEqual((done.returncode, [done.stdout]), (0, blocks(page, "text")), program)
 
@@ -39,6 +41,5 @@ class Guide(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    BUILD, SOURCE = map(pathlib.Path, sys.argv[1:3])
-    LAUNCHER = sys.argv[3:]
+    BUILD, SOURCE = map(pathlib.Path, (launched(sys.argv[1]), sys.argv[2]))
     unittest.main(argv=sys.argv[:1])

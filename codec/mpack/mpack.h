@@ -70,7 +70,7 @@ struct mpack_tree_t {
   const char *message; // the bytes of the current message and what has come behind it
   std::size_t available;
   std::size_t position; // where in them the next value begins
-  std::size_t needed;   // so many must have come before the next value can be read
+  std::uint64_t needed; // so many must have come before the next value can be read
   bool complete;
   mpack_node_data_t *records;
   std::size_t record_count;
@@ -190,7 +190,7 @@ inline std::size_t mpack_node_map_count(mpack_node_t n) {
 inline std::size_t mpack_record_after(const mpack_tree_t *tree, std::size_t record) {
   const auto &value = tree->records[record].value;
   bool container = value.type == mpack_type_array || value.type == mpack_type_map;
-  return container ? value.number : record + 1;
+  return container ? static_cast<std::size_t>(value.number) : record + 1;
 }
 
 // The record where child `index` of a container begins, of a map (whose children come in

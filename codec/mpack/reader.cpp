@@ -243,7 +243,8 @@ private:
 void begin_message(mpack_tree_t *tree) {
   tree->message += tree->position;
   tree->available -= tree->position;
-  tree->position = tree->needed = 0;
+  tree->position = 0;
+  tree->needed = 0;
   tree->complete = false;
   tree->record_count = 0;
   tree->open = no_record;

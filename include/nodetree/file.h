@@ -29,8 +29,9 @@ NODETREE_API char *file_read_string(const char *path);
 
 /* A read-only private mapping of the whole file, to be released with file_unmap(), and its
    size in `*length`. NULL, with `*length` untouched, on failure and for whatever has no
-   size: an empty file, a pipe, a device. Never waits for a pipe's other end. A file that is
-   made shorter while it is mapped ends whoever reads behind its new end with SIGBUS. */
+   size: an empty file, a pipe, a device; with ENOMEM where the address space is too small.
+   Never waits for a pipe's other end. A file that is made shorter while it is mapped ends
+   whoever reads behind its new end with SIGBUS. */
 NODETREE_API void *file_map(const char *path, size_t *length);
 
 /* Releases a mapping of `length` bytes; NULL is ignored. */
