@@ -1,8 +1,8 @@
-// Helpers shared by the tests of the tree: owners, trees from text, and slow checkers of
-// the invariants that know nothing of how the library works.
+// Helpers shared by the tests of the tree: owners and trees from text.
 #ifndef NODETREE_TESTS_TREE_HPP
 #define NODETREE_TESTS_TREE_HPP
 
+#include "record.hpp"
 #include "support.hpp"
 
 #include <algorithm>
@@ -103,51 +103,9 @@ inline std::string show(const tree &t) {
   return show(t.get());
 }
 
-// The height of the part of an index that is to be below `parent`, checked; its leaders
-// join those found so far, of which there are to be `limit` at most.
-inline int check_height(const avl_node *e, const avl_node *parent, size_t limit,
-                        std::vector<const avl_node *> &leaders) {
-  if (e == nullptr || leaders.size() > limit)
-    return 0;
-  EXPECT_EQ(e->parent, parent);
-  if (e->parent != parent)
-    return 0; // there may be a cycle
-  int left = check_height(e->left, e, limit, leaders);
-  leaders.push_back(e);
-  int right = check_height(e->right, e, limit, leaders);
-  EXPECT_EQ(e->balance, right - left);
-  EXPECT_LE(std::abs(right - left), 1);
-  return 1 + std::max(left, right);
-}
-
-// Order, links, balances and the list of an index.
-inline void check_avl(const avl_tree *index) {
-  const auto *anchor = reinterpret_cast<const avl_node *>(index);
-  std::vector<const avl_node *> leaders, inorder;
-  const avl_node *before = anchor;
-  size_t count = 0;
-  for (const avl_node *e = index->next; e != anchor; before = e, e = e->next) {
-    ASSERT_LT(count++, index->count) << "more elements in the list than counted";
-    ASSERT_EQ(e->prev, before);
-    int order =
-        before == anchor ? -1 : index->compare(before->key, e->key, index->compare_arg);
-    ASSERT_TRUE(e->leader ? order < 0 : order == 0 && index->allow_duplicates);
-    ASSERT_TRUE(e->leader || (!e->parent && !e->left && !e->right && e->balance == 0));
-    if (e->leader)
-      leaders.push_back(e);
-  }
-  ASSERT_EQ(index->prev, before);
-  ASSERT_EQ(index->count, count);
-  check_height(index->root, nullptr, count, inorder);
-  ASSERT_EQ(inorder, leaders);
-}
-
-// What a node that no container holds looks like.
 inline void check_free(const node *n) {
-  EXPECT_TRUE(n->parent == nullptr && n->key == nullptr);
-  EXPECT_TRUE(n->list_entry.next == nullptr && n->list_entry.prev == nullptr);
-  EXPECT_TRUE(n->index_entry.key == nullptr && n->index_entry.next == nullptr &&
-              n->index_entry.prev == nullptr);
+  EXPECT_EQ(n->parent, nullptr);
+  EXPECT_STREQ(record::broken(n), nullptr);
 }
 
 // The bytes that a function writes to a new place, "failed" for none, "unset" where it
@@ -218,25 +176,7 @@ using any_decoder =
 inline void check_tree(const node *root) {
   for (const node *n : all_nodes(root)) {
     ASSERT_GE(n->refcount, 1u);
-    const std::vector<node *> held = children(n);
-    ASSERT_EQ(held.size(), n->child_count);
-    const node_list *before = &n->value.children;
-    for (const node *child : held) {
-      ASSERT_TRUE(child->parent == n && child->key != nullptr);
-      ASSERT_EQ(child->list_entry.prev, before);
-      before = &child->list_entry;
-      ASSERT_EQ(child->index_entry.key, n->type == NODE_OBJECT ? child->key : nullptr);
-    }
-    if (n->type != NODE_OBJECT) {
-      ASSERT_TRUE(n->index.count == 0 && n->index.next == nullptr);
-      continue;
-    }
-    ASSERT_EQ(n->value.children.prev, before);
-    ASSERT_EQ(n->index.count, n->child_count);
-    ASSERT_EQ(n->index.compare_arg, n);
-    ASSERT_NO_FATAL_FAILURE(check_avl(&n->index));
-    for (const node *child : held) // in the index by place, not only by a key that equals
-      ASSERT_EQ(node_object_get(n, child->key), child);
+    ASSERT_STREQ(record::broken(n), nullptr);
   }
 }
 
