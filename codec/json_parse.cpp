@@ -19,9 +19,10 @@ struct json_stream {
   node *root;         // the top-level value being built, or without a callback the last one
   node *current;      // the innermost open container
   char *pending_key;  // the member name that waits for its value, NULL when none does
-  bool name_repeated; // the open object has the pending key already
   node_value_callback callback;
   void *user_data;
+  // The fields above keep their places; new ones come below.
+  bool name_repeated; // the open object has the pending key already
   YajlMemory memory;
   char *key_buffer;       // where the pending key stands
   size_t key_room;        // the size of that

@@ -45,7 +45,8 @@ NODETREE_API char *string_printf(const char *format, ...) NODETREE_PRINTF(1, 2);
  * Where there is nothing to do (any argument NULL, `find` empty or absent) that is `string`
  * unchanged. NULL with three arguments given means that memory ran out: `string` is then
  * unchanged and the caller still owns it. A result that is not longer than `string` never
- * fails, except where `replacement` points into `string`, which is allowed but takes a copy. */
+ * fails, except where `replacement` points into `string`, which is allowed but takes a
+ * copy. */
 NODETREE_API char *string_replace(char *string, const char *find, const char *replacement);
 
 /* Turns every byte to upper case in place, by the rules of the calling thread's locale, and
