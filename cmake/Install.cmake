@@ -18,6 +18,22 @@ function(install_man component page)
 endfunction()
 install_man(devel nodetree.3)
 install_man(devel nodetree-expressions.7)
+# The pages of the families and their functions are made of the headers, by the build: an
+# installation as root is to leave nothing behind.
+find_package(Python3 COMPONENTS Interpreter)
+if(Python3_FOUND)
+  file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/include/nodetree/*.h)
+  add_custom_command(OUTPUT man3.made
+    COMMAND ${CMAKE_COMMAND} -E rm -rf man3
+    COMMAND Python3::Interpreter -B ${PROJECT_SOURCE_DIR}/docs/man/families.py
+      ${PROJECT_SOURCE_DIR}/include/nodetree man3
+    COMMAND ${CMAKE_COMMAND} -E touch man3.made
+    DEPENDS docs/man/families.py docs/man/nodetree.3 ${headers}
+    COMMENT "Making manual pages of the headers")
+  add_custom_target(nodetree_man ALL DEPENDS man3.made)
+  install(DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/man3 DESTINATION ${CMAKE_INSTALL_MANDIR}
+    COMPONENT devel)
+endif()
 # Where gdb looks for what belongs to a shared object, by the object's full name.
 install(FILES tool/gdb/nodetree.py COMPONENT devel
   DESTINATION ${CMAKE_INSTALL_DATADIR}/gdb/auto-load${CMAKE_INSTALL_FULL_LIBDIR}

@@ -55,7 +55,9 @@ if [ -x "$prefix/bin/nodetree" ]; then
     [ -s "$prefix/share/$file" ] || fail "share/$file is not installed"
   done
 fi
-[ -s "$prefix/share/man/man3/nodetree.3" ] || fail "nodetree.3 is not installed"
+for name in nodetree node_lookup sl_new; do
+  [ -s "$prefix/share/man/man3/$name.3" ] || fail "$name.3 is not installed"
+done
 
 # Without the shared library the linker takes the other, and what it has made needs neither.
 rm "$libdir"/libnodetree.so*

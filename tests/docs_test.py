@@ -46,9 +46,18 @@ def long_options(text):
 
 class Pages(unittest.TestCase):
     def test_source_is_sound(self):
-        pages = [str(path) for path in pathlib.Path(SOURCE, "docs/man").iterdir()]
-        self.assertEqual(len(pages), 3)
-        done = run("mandoc", "-Tlint", "-Wwarning", *pages)
+        symbols = run("nm", "-D", "--defined-only", LIBRARY).stdout
+        names = set(re.findall(r" [TBD] (\w+)@@", symbols))
+        self.assertGreater(len(names), 100)
+        with tempfile.TemporaryDirectory() as folder:
+            subprocess.run([sys.executable, f"{SOURCE}/docs/man/families.py",
+                            f"{SOURCE}/include/nodetree", folder], check=True)
+            self.assertEqual(names - {path.stem for path in pathlib.Path(folder).iterdir()}, set())
+            families = [*pathlib.Path(folder).glob("nodetree_*.3")]
+            named = "".join(path.read_text(encoding="utf-8") for path in families)
+            self.assertEqual(names - set(re.findall(r"^\.Nm (\w+)", named, re.MULTILINE)), set())
+            pages = [*pathlib.Path(SOURCE, "docs/man").glob("*.[1-7]"), *families]
+            done = run("mandoc", "-Tlint", "-Wwarning", *map(str, pages))
         self.assertEqual((done.stdout, done.returncode), ("", 0))
 
     def test_commands_and_options(self):
