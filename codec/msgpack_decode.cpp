@@ -160,60 +160,51 @@ private:
   // The node of a value, of a container an empty one; NULL where there is none or the
   // message is refused.
   node *make(mpack_node_t source, std::string_view name) {
-    node *made = nullptr;
+    node *made = node_make(NODE_NULL, name);
+    if (!made)
+      mpack_tree_flag_error(tree_, mpack_error_memory);
+    else if (fill(made, source))
+      return made;
+    std::free(made);
+    return nullptr;
+  }
+
+  // Gives a new node the value; false where it cannot have it, with nothing to release.
+  bool fill(node *made, mpack_node_t source) {
     switch (mpack_node_type(source)) {
     case mpack_type_nil:
-      made = node_make(NODE_NULL, name);
-      break;
+      return true;
     case mpack_type_bool:
-      if ((made = node_make(NODE_BOOLEAN, name)))
-        made->value.boolean = mpack_node_bool(source);
-      break;
+      made->value.boolean = mpack_node_bool(source);
+      made->type = NODE_BOOLEAN;
+      return true;
     case mpack_type_int:
-    case mpack_type_uint:
-      made = make_integer(source, name);
-      break;
+    case mpack_type_uint: // which may be one that does not fit
+      made->value.integer = mpack_node_i64(source);
+      made->type = NODE_INTEGER;
+      return !failed();
     case mpack_type_float:
     case mpack_type_double:
-      if ((made = node_make(NODE_REAL, name)))
-        made->value.real = mpack_node_double(source);
-      break;
+      made->value.real = mpack_node_double(source);
+      made->type = NODE_REAL;
+      return true;
     case mpack_type_str:
-      made = make_text(source, name);
-      break;
+      made->value.string = strndup(mpack_node_str(source), mpack_node_strlen(source));
+      made->type = NODE_STRING;
+      if (!made->value.string)
+        mpack_tree_flag_error(tree_, mpack_error_memory);
+      return made->value.string != nullptr;
     case mpack_type_array:
-      made = node_make(NODE_ARRAY, name);
-      break;
+      make_container(made, NODE_ARRAY);
+      return true;
     case mpack_type_map:
-      made = node_make(NODE_OBJECT, name);
-      break;
+      make_container(made, NODE_OBJECT);
+      return true;
     default:
       log_msg(LOG_ERR, "Unhandled MessagePack type: %d",
               static_cast<int>(mpack_node_type(source)));
-      return nullptr;
+      return false;
     }
-    if (!made)
-      mpack_tree_flag_error(tree_, mpack_error_memory);
-    return made;
-  }
-
-  // An unsigned integer may be one that does not fit.
-  node *make_integer(mpack_node_t source, std::string_view name) {
-    int64_t integer = mpack_node_i64(source);
-    node *made = failed() ? nullptr : node_make(NODE_INTEGER, name);
-    if (made)
-      made->value.integer = integer;
-    return made;
-  }
-
-  static node *make_text(mpack_node_t source, std::string_view name) {
-    char *text = strndup(mpack_node_str(source), mpack_node_strlen(source));
-    node *made = text ? node_make(NODE_STRING, name) : nullptr;
-    if (made)
-      made->value.string = text;
-    else
-      std::free(text);
-    return made;
   }
 
   // How many children a new node is still to get.

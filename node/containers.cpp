@@ -24,26 +24,13 @@ node *element_at(const node *array, size_t index) {
   return node_of(entry);
 }
 
-[[gnu::noinline]] char *long_label(std::size_t number) {
+} // namespace
+
+char *long_label(std::size_t number) {
   char digits[24] = {};
   std::to_chars(digits, digits + sizeof digits, number);
   return strdup(digits);
 }
-
-// Gives the child a label: the number of elements before it came. There is none when memory
-// runs out.
-void set_label(node *child, std::size_t number) {
-  constexpr std::size_t short_labels = 10000000; // those of up to seven digits
-  if (number >= short_labels) {
-    child->key = long_label(number);
-    return;
-  }
-  child->key = key_behind(child);
-  std::memset(child->key, 0, key_room);
-  std::to_chars(child->key, child->key + key_room, number);
-}
-
-} // namespace
 
 bool is_inside(const node *n, const node *container) {
   while (n && n != container)
@@ -70,11 +57,6 @@ bool move_member(node *object, node *child) {
     return true;
   release_key(child);
   return false;
-}
-
-void array_append_free(node *array, node *child) {
-  set_label(child, array->child_count);
-  link_last(array, child);
 }
 
 } // namespace nodetree

@@ -1,6 +1,5 @@
 #include "node/node_internal.hpp"
 
-#include <algorithm>
 #include <cstdarg>
 #include <cstring>
 #include <nodetree/stringlist.h>
@@ -8,36 +7,6 @@
 using namespace nodetree;
 
 namespace nodetree {
-
-void make_container(node *n, node_type kind) {
-  n->type = kind;
-  n->value.children = {&n->value.children, &n->value.children};
-  if (kind == NODE_OBJECT)
-    avl_init(&n->index, avl_strcmp, false, n);
-}
-
-node *node_make(node_type kind, std::string_view key) {
-  // Not calloc(), which clears more slowly and passes by what this thread has just freed.
-  auto *n =
-      static_cast<node *>(std::malloc(sizeof(node) + std::max(key_room, key.size() + 1)));
-  if (!n)
-    return nullptr;
-  // Padding too, in pieces that compilers clear without a loop.
-  constexpr std::size_t middle = offsetof(node, child_count);
-  constexpr std::size_t end = offsetof(node, list_entry);
-  std::memset(static_cast<void *>(n), 0, middle);
-  std::memset(&n->child_count, 0, end - middle);
-  n->type = kind;
-  n->list_entry = {nullptr, nullptr};
-  n->parent = nullptr;
-  n->refcount = 1;
-  n->diff_hash = 0;
-  write_key(key_behind(n), key);
-  if (is_container(n))
-    make_container(n, kind);
-  return n;
-}
-
 namespace {
 
 // Takes the text over, also when it fails.

@@ -70,13 +70,27 @@ inline char *key_behind(node *n) {
   return reinterpret_cast<char *>(n + 1);
 }
 
+// A key of fewer bytes than key_room, and the NULs behind it, as they stand in memory. Longer
+// ones are put together from two halves that may overlap.
+inline std::uint64_t short_key(std::string_view key) {
+  auto byte = [key](std::size_t i) {
+    return std::uint64_t{static_cast<unsigned char>(key[i])} << 8 * i;
+  };
+  const std::size_t size = key.size();
+  if (size == 0)
+    return 0;
+  if (size < 4)
+    return htole64(byte(0) | byte(size / 2) | byte(size - 1));
+  std::uint32_t low, high;
+  std::memcpy(&low, key.data(), sizeof low);
+  std::memcpy(&high, key.data() + size - sizeof high, sizeof high);
+  return htole64(le32toh(low) | std::uint64_t{le32toh(high)} << 8 * (size - sizeof high));
+}
+
 // Writes a key with all the NULs that belong behind it.
 inline void write_key(char *to, std::string_view key) {
   if (key.size() < key_room) {
-    std::uint64_t padded = 0; // no array, for which compilers guard the stack
-    for (std::size_t i = key.size(); i-- != 0;)
-      padded = padded << 8 | static_cast<unsigned char>(key[i]);
-    padded = htole64(padded);
+    const std::uint64_t padded = short_key(key);
     std::memcpy(to, &padded, key_room);
   } else {
     std::memmove(to, key.data(), key.size());
@@ -84,9 +98,37 @@ inline void write_key(char *to, std::string_view key) {
   }
 }
 
+// Makes the node an empty container of the kind; what it held before is gone already.
+inline void make_container(node *n, node_type kind) {
+  n->type = kind;
+  n->value.children = {&n->value.children, &n->value.children};
+  if (kind == NODE_OBJECT)
+    avl_init(&n->index, avl_strcmp, false, n);
+}
+
 // A node of the kind with one reference and no value yet (an empty one, for a container),
 // and behind it the key that it is to be held under. NULL when memory runs out.
-node *node_make(node_type kind, std::string_view key = "");
+inline node *node_make(node_type kind, std::string_view key = "") {
+  // Not calloc(), which clears more slowly and passes by what this thread has just freed.
+  auto *n =
+      static_cast<node *>(std::malloc(sizeof(node) + std::max(key_room, key.size() + 1)));
+  if (!n)
+    return nullptr;
+  // Padding too, in pieces that compilers clear without a loop.
+  constexpr std::size_t middle = offsetof(node, child_count);
+  constexpr std::size_t end = offsetof(node, list_entry);
+  std::memset(static_cast<void *>(n), 0, middle);
+  std::memset(&n->child_count, 0, end - middle);
+  n->type = kind;
+  n->list_entry = {nullptr, nullptr};
+  n->parent = nullptr;
+  n->refcount = 1;
+  n->diff_hash = 0;
+  write_key(key_behind(n), key);
+  if (is_container(n))
+    make_container(n, kind);
+  return n;
+}
 
 // Releases the node's key wherever it stands.
 inline void release_key(node *n) {
@@ -94,9 +136,6 @@ inline void release_key(node *n) {
     std::free(n->key);
   n->key = nullptr;
 }
-
-// Makes the node an empty container of the kind; what it held before is gone already.
-void make_container(node *n, node_type kind);
 
 // Links a child that has its key (and, in an object, its place in the index) into the list.
 inline void link_child(node *container, node *child, node_list *after) {
@@ -135,8 +174,31 @@ bool move_member(node *object, node *child);
 // Whether `n` is `container` or lies below it. O(depth).
 bool is_inside(const node *n, const node *container);
 
+// A text of its own for a number with too many digits for key_room; NULL when memory runs out.
+char *long_label(std::size_t number);
+
+// Gives the child a label: the number of elements before it came. There is none when memory
+// runs out.
+inline void set_label(node *child, std::size_t number) {
+  constexpr std::size_t short_labels = 10000000; // those of up to seven digits
+  if (number >= short_labels) {
+    child->key = long_label(number);
+    return;
+  }
+  std::uint64_t digits = 0;
+  auto rest = static_cast<std::uint32_t>(number);
+  for (; rest > 9; rest /= 10)
+    digits = (digits | ('0' + rest % 10)) << 8;
+  digits = htole64(digits | ('0' + rest));
+  child->key = key_behind(child);
+  std::memcpy(child->key, &digits, key_room);
+}
+
 // Appends a free child to an array.
-void array_append_free(node *array, node *child);
+inline void array_append_free(node *array, node *child) {
+  set_label(child, array->child_count);
+  link_last(array, child);
+}
 
 } // namespace nodetree
 
