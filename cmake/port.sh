@@ -3,6 +3,7 @@
 # Builds for another machine by Debian's cross compiler and runs the tests there by qemu-user,
 # in build/ports/MACHINE. The libraries come from Debian's packages of that machine, unpacked
 # into a sysroot: nothing of this machine's own set of packages changes but for the compilers.
+# Exits with 75 when they cannot be fetched.
 set -eu
 cd "$(dirname "$0")/.."
 machine=$1
@@ -29,7 +30,10 @@ if [ ! -f "$sysroot/complete" ]; then
   }
   apt update || : # one list less is no harm where the packages are found all the same
   (cd "$build/apt" && apt download libc6 libgcc-s1 libstdc++6 libyajl2 libyajl-dev libpcre2-8-0 \
-    libpcre2-dev libgtest-dev)
+    libpcre2-dev libgtest-dev) || {
+    echo "port.sh: the packages of $machine cannot be fetched" >&2
+    exit 75
+  }
   for package in "$build"/apt/*.deb; do
     dpkg-deb -x "$package" "$sysroot"
   done

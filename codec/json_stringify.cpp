@@ -168,6 +168,8 @@ void report(const node *n, const char *reason) {
 } // namespace nodetree
 
 char *json_stringify(const node *n, bool compact) {
+  if (!n)
+    return nullptr;
   Output output;
   Generator owner;
   yajl_gen generator = owner.start(output, compact);

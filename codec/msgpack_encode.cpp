@@ -97,6 +97,11 @@ private:
 } // namespace nodetree
 
 bool msgpack_encode(const node *n, char **data, size_t *size) {
+  if (!n) {
+    *data = nullptr;
+    *size = 0;
+    return false;
+  }
   mpack_writer_t writer;
   mpack_writer_init_growable(&writer, data, size);
   if (!Encoding(n, &writer).run())

@@ -45,6 +45,7 @@ struct Behind {
   bool by_link;   // the last of them to this pair itself
   size_t assumed; // the assumptions that were there before
   size_t lowest;  // the outermost level of a pair that was met again inside this one
+  size_t visits;  // what had been counted before
 };
 
 // What is known of two containers that were come to through links. A pair of links met again
@@ -54,6 +55,7 @@ struct Comparison {
   enum State { unknown, comparing, finished } state;
   size_t level;           // on the stack: of this pair, or of the outermost one assumed
   const node *difference; // in the result; NULL where they are equal
+  bool nested;            // more links may have led to parts of it
 };
 
 class Difference {
@@ -202,7 +204,8 @@ void Difference::remember(const Pair &done, const Outcome &outcome) {
     return;
   *note = {};
   if (lasting || (is_equal && assumptions_.push(key)))
-    *note = {Comparison::finished, lowest, outcome.entry};
+    *note = {Comparison::finished, lowest, outcome.entry,
+             to_links_.visits() != behind.visits};
 }
 
 // What comes of the innermost pair depends on one that was met again.
@@ -215,7 +218,7 @@ void Difference::rest_on(size_t level) {
 void Difference::settle_assumptions(size_t count, bool hold) {
   for (; assumptions_.size() > count; assumptions_.pop()) {
     Comparison *note = comparisons_.find(assumptions_.back());
-    *note = {hold ? Comparison::finished : Comparison::unknown, never, nullptr};
+    *note = {hold ? Comparison::finished : Comparison::unknown, never, nullptr, false};
   }
 }
 
@@ -303,10 +306,11 @@ Outcome Difference::enter(const node *from, const node *to, const char *key, boo
 }
 
 Outcome Difference::enter_behind(const node *from, const node *to, bool by_link) {
-  const Behind behind{this->behind() + by_link, by_link, assumptions_.size(), never};
+  const Behind behind{this->behind() + by_link, by_link, assumptions_.size(), never,
+                      to_links_.visits()};
   const Comparison *known = comparisons_.find({from, to});
   if (known && known->difference && !entries_lost_)
-    return copy(known->difference, 0, behind.links);
+    return copy(known->difference, 0, behind.links + known->nested);
   if (known && !known->difference &&
       known->state >= (by_link ? Comparison::comparing : Comparison::finished)) {
     rest_on(known->level);
@@ -316,7 +320,7 @@ Outcome Difference::enter_behind(const node *from, const node *to, bool by_link)
   if ((by_link && !note) || !behind_.push(behind))
     return failed;
   if (note)
-    *note = {Comparison::comparing, pairs_.size() - 1, nullptr};
+    *note = {Comparison::comparing, pairs_.size() - 1, nullptr, false};
   return {Outcome::inside, nullptr};
 }
 

@@ -59,6 +59,7 @@ public:
 
   // Counts a node that was come to through two links or more: false beyond the limit.
   bool visit() { return ++visits_ <= visits_max; }
+  std::size_t visits() const { return visits_; }
 
   bool out_of_memory() const { return out_of_memory_; }
   bool exhausted() const { return visits_ > visits_max; }

@@ -92,6 +92,7 @@ const row nulls[] = {
     CALL("", node_array_prepend(nullptr, other().get())),
     CALL("", node_iterate(nullptr) || node_root(nullptr) || !node_iterate_end(n, nullptr)),
     CALL("", node_copy(nullptr, 1) || node_clone(nullptr) || node_diff(nullptr, nullptr)),
+    CALL("", json_stringify(nullptr, true) || node_equals_json(nullptr, "1")),
     CALL("", !node_equals(nullptr, nullptr) || node_prepare_diff_hash(nullptr)),
     CALL("", (msgpack_stream_free(nullptr), expr_coerce_bool(nullptr))),
     CALL("", (sl_free(nullptr), vl_free(nullptr, free), false))};

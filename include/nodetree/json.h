@@ -53,7 +53,7 @@ NODETREE_API node *json_parse_string(const char *text);
 NODETREE_API node *json_parse_filename(const char *path);
 
 /* The JSON text of a tree as a new text: without any white space, or indented with tabs and
-   ended by a newline. NULL on failure. O(n). */
+   ended by a newline. NULL on failure and for NULL, as node_diff() gives it. O(n). */
 NODETREE_API char *json_stringify(const node *n, bool compact);
 
 /* The same into a file, which is created or truncated once the text has been made: whether

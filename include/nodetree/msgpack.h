@@ -54,7 +54,7 @@ NODETREE_API void msgpack_stream_free(msgpack_stream *stream);
 NODETREE_API node *msgpack_decode(const void *bytes, size_t *size);
 
 /* The message of a tree as a new buffer for free(): true. False, with NULL and 0, on
-   failure. O(n). */
+   failure and for a NULL node. O(n). */
 NODETREE_API bool msgpack_encode(const node *n, char **data, size_t *size);
 
 NODETREE_END
