@@ -100,4 +100,20 @@ TEST(AvlStrcmp, OrdersTextsByUnsignedBytes) {
   EXPECT_EQ(avl_strcmp("a", std::string("a").c_str(), nullptr), 0);
 }
 
+TEST(AvlComparison, InsertAsksTheNeighbourOnceMore) {
+  int calls = 0;
+  avl_tree tree;
+  avl_init(
+      &tree,
+      [](const void *a, const void *b, void *count) {
+        ++*static_cast<int *>(count);
+        return compare_ints(a, b, nullptr);
+      },
+      false, &calls);
+  item a(1), b(2);
+  avl_insert(&tree, &a.entry);
+  avl_insert(&tree, &b.entry);
+  EXPECT_EQ(calls, 2);
+}
+
 } // namespace
