@@ -31,9 +31,10 @@ gdb, printers, command, lesson = sys.argv[1:]
 with tempfile.NamedTemporaryFile("w", suffix=".json") as file:
     file.write(JSON)
     file.flush()
-    lines = missing(SHOWN, "json_stringify",
+    lines = missing(SHOWN, "msgpack_encode",  # the top
                     ["print *n", "print *node_new_link(sl_split(\"/a/0\", '/'))",
-                     "set var n->type = 9", "print *n"], command, "format", file.name)
+                     "set var n->type = 9", "print *n"],
+                    command, "convert", "--to", "msgpack", "-o", os.devnull, file.name)
 lines += missing(SHOWN_CPP, "delay", ["next", "next", "print departure",
                                       "set var timetable.raw_ = 0", "print timetable"], lesson)
 sys.exit(bool(lines))
