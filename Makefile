@@ -179,7 +179,7 @@ package:
 # comment and a dead link are errors.
 docs:
 	$(INSTALL_PACKAGES) doxygen python3
-	mkdir -p build
+	rm -rf build/docs && mkdir -p build
 	doxygen docs/doxygen/Doxyfile
 	python3 docs/doxygen/check_pages.py build/docs/html include
 
