@@ -34,7 +34,8 @@ SOURCES = $(shell find . -name build -prune -o -name '.?*' -prune -o -type f \
   \( -name '*.c' -o -name '*.h' -o -name '*.cpp' -o -name '*.hpp' \) -print | sort)
 # Translation units that the release build compiles, which is where clang-tidy takes their
 # options from; headers are checked through them.
-TIDY_SOURCES = $(filter-out ./bench/% ./tests/consumer/% ./tests/fuzz/% %/coverage_end.cpp %/mpack_chunks.cpp,\
+TIDY_SOURCES = $(filter-out ./bench/% ./tests/consumer/% ./tests/fuzz/% %/coverage_end.cpp %/mpack_chunks.cpp \
+  %/check_headers.c %/hpp_refused.cpp,\
   $(filter %.c %.cpp,$(SOURCES)))
 
 .PHONY: all build demo test test-mpack tsan valgrind lint format bench load soak fuzz coverage install uninstall package \

@@ -68,7 +68,8 @@ const row nulls[] = {
     CALL("", node_is_null(nullptr) || node_is_object(nullptr) || node_is_array(nullptr)),
     CALL("", node_is_integer(nullptr) || node_is_real(nullptr) || node_is_string(nullptr)),
     CALL("", node_is_boolean(nullptr) || node_is_link(nullptr)),
-    CALL("", node_is_container(nullptr) || strcmp(node_type_to_string(nullptr), "unknown")),
+    CALL("", node_is_container(nullptr) ||
+                 strcmp(node_type_to_string(nullptr), "unknown") != 0),
     CALL("", node_get_integer(nullptr) || node_get_real(nullptr) != 0),
     CALL("", node_get_string(nullptr) || node_get_boolean(nullptr)),
     CALL("", node_get_link_path(nullptr) || node_key(nullptr) || node_parent(nullptr)),

@@ -53,7 +53,7 @@ int main(void) {
     printf("one of the last two: %s\n", *name);
   sl_free(names);
 
-  for (void **entry = kept; *entry != NULL; entry++)
+  for (void **entry = kept; entry != NULL && *entry != NULL; entry++)
     printf("%s %d\n", ((harbour *)*entry)->name, ((harbour *)*entry)->berths);
   vl_free(kept, NULL);
 }
