@@ -21,8 +21,8 @@ AIMS = {
     "lookup": ("json-c", 0.6), "copy": ("floor", 1.6), "equality": ("best", 1),
     "decode": ("floor", 1.25), "encode": ("msgpack-c", 1), "JSON in pieces": ("events", 2),
     "parse and release": ("events", 2.5),
-    "answer": ("best", 1), "rule": ("by hand", 3), "merge": ("jansson", 1.2),
-    "diff": ("jansson", 1), "hashes": ("diff", 0.5), "filter": ("copy", 2),
+    "answer": ("best", 1), "rule": ("by hand", 3), "merge": ("jansson", 1.5),
+    "diff": ("jansson", 1), "hashes": ("diff", 2), "filter": ("copy", 2.5),
 }
 COLUMNS = ["nodetree", "jansson", "json-c", "cJSON", "nlohmann", "msgpack-c", "libjq"]
 FLOORS = ["floor", "events", "in pieces", "by hand", "with hashes", "copy", "diff"]
