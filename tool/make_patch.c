@@ -26,7 +26,7 @@ typedef struct comparison {
   node *patch;
   buffer path;   /* the pointer to what is being compared */
   buffer levels; /* a stack, since trees are deeper than the program's own */
-  bool failed;   /* for want of memory */
+  bool failed;   /* out of memory */
 } comparison;
 
 /* ---- The pointer ---- */

@@ -9,7 +9,7 @@
    A lookup for each pointer; elements are put in and taken out in O(position). */
 bool patch_apply(struct job *job, node **root, const node *patch);
 
-/* Applies a merge patch of RFC 7396 likewise; fails for want of memory only. */
+/* Applies a merge patch of RFC 7396 likewise; fails only when memory runs out. */
 bool merge_patch_apply(struct job *job, node **root, const node *patch);
 
 /* A patch of RFC 6902 that makes `to` of `from`, which it gives their hashes for comparison;
