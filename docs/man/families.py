@@ -2,9 +2,10 @@
 
 Usage: families.py HEADERS_FOLDER OUTPUT_FOLDER
 
-A page nodetree_FAMILY.3 names all functions of the family; for each of them there is a page of
-its name that leads there. Prints nothing; the date is that of SOURCE_DATE_EPOCH, or of the
-overview page beside this script, so the same headers give the same pages.
+A page nodetree_FAMILY.3 has the types, constants and functions of the family; for each function
+there is a page of its name that leads there. Prints nothing; the date is that of
+SOURCE_DATE_EPOCH, or of the overview page beside this script, so the same headers give the same
+pages.
 """
 
 import datetime
@@ -12,11 +13,18 @@ import os
 import pathlib
 import re
 import sys
+import textwrap
 
 COMMENT = r"/\*.*?\*/"
-# A comment, an exported declaration, an inline function, a macro that stands for a function.
+BRACES = r"\{(?:[^{}]|\{[^{}]*\})*\}"
+# A comment, an exported declaration, an inline function, a macro that stands for a function, a
+# type, a constant.
 ITEM = re.compile(rf"({COMMENT})|^(?:extern )?NODETREE_API ([^;]*);|^static inline ([^{{;]*)\{{"
-                  r"|^#define ((?:[a-z]\w*|AVL_RECORD)\([^)]*\))", re.S | re.M)
+                  r"|^#define ((?:[a-z]\w*|AVL_RECORD)\([^)]*\))"
+                  rf"|^(typedef [^;{{]*(?:{BRACES}[^;]*)?;)|^(#define (?!NODETREE)[A-Z_]+ .*?$)",
+                  re.S | re.M)
+HEADING = re.compile(r"^-{4} (.*?) -{4}\s*", re.S)
+WIDTH = 72  # what an 80 columns' terminal shows of a line that is not filled
 
 
 def date():
@@ -33,66 +41,148 @@ def escape(text):
     return re.sub(r"^\.", r"\\&.", text, flags=re.M)
 
 
-def prose(comment):
-    """A comment as paragraphs; indented lines and tables stay as they are."""
+def bare(comment):
+    """The text of a comment without its marks."""
     lines = re.sub(r"^\s*/\*+ ?|\s*\*/$", "", comment, flags=re.S).split("\n")
-    lines = [re.sub(r"^ \* ?|^   ?", "", line).rstrip() for line in lines]
-    out, literal = [], False
-    for line in lines:
-        if line and line.startswith("  ") != literal:
-            literal = not literal
-            out.append(".Bd -literal -offset indent" if literal else ".Ed")
-        if line:
-            text = line if literal else re.sub(r"(?<=[.?!]) +(?=\S)", "\n", line.strip())
-            out.append(escape(text))
-        elif out and out[-1] != ".Pp":
-            out.append("" if literal else ".Pp")
-    while out and out[-1] in ("", ".Pp"):
-        out.pop()
-    if literal:
-        out.append(".Ed")
-    text = re.sub(r"(?:\n|\n\.Pp)\n(\.Bd|\.Ed)", r"\n\1", "\n".join(out))  # they make room themselves
-    return re.sub(r"(?<=\n\.Ed\n)(?!\.)", ".Pp\n", text)
+    return "\n".join(re.sub(r"^ \* ?|^   ?", "", line).rstrip() for line in lines).strip("\n")
+
+
+def filled(text):
+    """A paragraph: a sentence a line, `names` in italics, functions in bold."""
+    out = []
+    for sentence in re.split(r"(?<=[.?!]) +(?=\S)", " ".join(text.split())):
+        lines = textwrap.wrap(sentence, 64, break_long_words=False, break_on_hyphens=False)
+        text = escape("\n".join(lines))
+        text = re.sub(r"`([^`]*)`", r"\\fI\1\\fR", text)
+        out.append(re.sub(r"\b([a-z_]\w*)\(\)", r"\\fB\1\\fR()", text))
+    return out
+
+
+def pieces(text):
+    """(kind, text) of the parts of a comment: "text", "item" of a list, "literal"."""
+    for block in re.split(r"\n\n+", text):
+        kind, lines = None, []
+        for line in block.split("\n"):
+            if line.startswith(" - "):
+                new = "item"
+            elif line.startswith("  ") and kind != "item":
+                new = "literal"
+            else:
+                new = "item" if line.startswith(" ") else "text"
+            if lines and (new != kind or line.startswith(" - ")):
+                yield kind, "\n".join(lines)
+                lines = []
+            kind = new
+            lines.append(line)
+        yield kind, "\n".join(lines)
+
+
+def prose(text):
+    """A text as paragraphs and lists; indented lines and tables stay as they are."""
+    out, before = [], None
+    for kind, part in pieces(text):
+        if before == "item" != kind:
+            out.append(".El")
+        if kind == "literal":
+            out += [".Bd -literal -offset 2n", escape(textwrap.dedent(part)), ".Ed"]
+        elif kind == "item":
+            out += [*([".Bl -bullet"] if before != "item" else []), ".It", *filled(part[3:])]
+        else:
+            out += [*([".Pp"] if before else []), *filled(part)]
+        before = kind
+    return "\n".join(out + ([".El"] if before == "item" else []))
+
+
+def plain_c(header):
+    """A header without what is for C++ alone."""
+    return re.sub(r"^#ifdef __cplusplus\n(?:(?!#e).*\n)*(?:#else\n((?:(?!#endif).*\n)*))?#endif\n",
+                  lambda found: found[1] or "", header, flags=re.M)
+
+
+def narrow(line):
+    """A line of a type, with the comment behind it in several lines where it is too long."""
+    found = re.fullmatch(r"(.*?)/\* (.*) \*/", line)
+    if not found or len(line) <= WIDTH or len(found[1]) > WIDTH - 20:
+        return line
+    gap = "\n" + " " * (len(found[1]) + 3)
+    return f"{found[1]}/* {gap.join(textwrap.wrap(found[2], WIDTH - len(found[1]) - 6))} */"
+
+
+def shown_call(text):
+    text = re.sub(r"NODETREE_(API|PRINTF\([^)]*\)|SENTINEL)", "", text)
+    text = re.sub(r"(?<!,) ", "\0", re.sub(r"\s+", " ", text.strip()))  # breaks behind commas only
+    return "\n".join(textwrap.wrap(text, WIDTH, subsequent_indent="    ")).replace("\0", " ")
+
+
+def shown_type(text):
+    if "{" not in text:
+        return shown_call(text)
+    text = re.sub(r"\n\{ ", " {\n  ", text)
+    text = re.sub(r" (/\*[^\n]*\*/) (\} \w+;)$", r" \1\n\2", text)
+    return "\n".join(map(narrow, text.split("\n")))
 
 
 def declarations(header):
-    """(comment, [declaration, ...], [name, ...]) of what a header exports, in its order."""
-    found, comment, fresh, seen = [], None, True, set()
+    """(heading or None, comment, [declaration, ...], [name, ...]) of what a header has for its
+    users, in its order; the names are those of functions, macros and variables."""
+    found, comment, fresh, seen = [], "", True, set()
     for match in ITEM.finditer(header):
         if match[1]:
-            comment, fresh = match[1], True
+            comment, fresh = bare(match[1]), True
+            heading = HEADING.match(comment)
+            if heading:
+                found.append((" ".join(heading[1].split()), HEADING.sub("", comment, 1), [], []))
             continue
-        text = re.sub(r"NODETREE_(API|PRINTF\([^)]*\)|SENTINEL)", "", match[2] or match[3] or match[4])
-        text = re.sub(r"\s+", " ", text.strip())
-        name = re.search(r"(\w+)(?: ?\(|$)", text)[1]
-        if name in seen:  # a macro in front of the function
-            continue
-        seen.add(name)
+        if match[5] or match[6]:
+            text, names = (shown_type(match[5]) if match[5] else match[6]), []
+        else:
+            text = shown_call(match[2] or match[3] or match[4]) + ("" if match[4] else ";")
+            names = [re.search(r"(\w+)(?: ?\(|;$)", text)[1]]
+            if names[0] in seen:  # a macro in front of the function
+                continue
+            seen.add(names[0])
         if fresh:
-            found.append((comment, [], []))
+            found.append((None, comment, [], []))
         fresh = False
-        found[-1][1].append(text if match[4] else text + ";")
-        found[-1][2].append(name)
+        found[-1][2].append(text)
+        found[-1][3].extend(names)
     return found
 
 
 def page(family, header, day):
-    groups = declarations(header)
-    names = [name for group in groups for name in group[2]]
+    header = plain_c(header)
+    intro = re.search(COMMENT, header, re.S)[0]
+    items = declarations(header.replace(intro, "", 1))
+    names = [name for item in items for name in item[3]]
     if not names:
         return None, []
-    intro = re.search(COMMENT, header, re.S)[0]
-    head = re.search(r"^ \* (?:[^:\n]*): (.*?)[.:]?$", intro, re.M)[1]
+    intro = bare(intro)
+    # What follows "family_: ", or the first sentence.
+    head = re.match(r"(?:\w+_: )?(.*?)(?=[.:]\s)", intro, re.S)[1]
+    intro = re.sub(r"^\w+_: (\w)", lambda found: found[1].upper(), intro)
     out = [f'.\\" Made by families.py from <nodetree/{family}.h>.', f".Dd {day}",
-           f".Dt NODETREE_{family.upper()} 3", ".Os Linux", ".Sh NAME",
-           *[f".Nm {name} ," for name in names[:-1]], f".Nm {names[-1]}", f".Nd {escape(head)}",
+           f".Dt NODETREE_{family.upper()} 3", ".ds doc-volume Library Functions Manual",
+           ".Os Linux", ".Sh NAME",
+           *[f".Nm {name} ," for name in names[:-1]], f".Nm {names[-1]}",
+           f".Nd {escape(' '.join(head.split()))}",
            ".Sh LIBRARY", ".Pa libnodetree", ".Pq Fl lnodetree", ".Sh SYNOPSIS",
            f".In nodetree/{family}.h", ".Sh DESCRIPTION", prose(intro)]
-    for comment, texts, group in groups:
-        out += [f".Ss {escape(', '.join(group))}", ".Bd -literal", *map(escape, texts), ".Ed", ".Pp",
-                prose(comment)]
-    out += [".Sh SEE ALSO", ".Xr nodetree 3"]
-    return "\n".join(out) + "\n", names
+    types = [item for item in items if not item[0] and not item[3]]
+    groups = [item for item in items if item[0] or item[3]]
+    if types:
+        out.append(".Sh TYPES AND CONSTANTS")
+    for heading, text, shown, _ in types + groups:
+        if heading:
+            title, _, about = heading.partition(": ")
+            out += [f".Sh {escape(title.upper())}", prose(about[:1].upper() + about[1:] or text)]
+            continue
+        if shown is groups[0][2]:
+            out.append(".Sh FUNCTIONS")
+        out += [".Bd -literal", *map(escape, shown), ".Ed", ".Bl -item -offset indent", ".It",
+                prose(text), ".El"]
+    out += [".Sh SEE ALSO", ".Xr nodetree 3" + (" ," if family == "expr" else ""),
+            *([".Xr nodetree-expressions 7"] if family == "expr" else [])]
+    return re.sub(r"\n\n+", "\n", "\n".join(out)) + "\n", names
 
 
 def main(headers, output):
