@@ -1,7 +1,7 @@
 #!/bin/sh
 # usage: check_consumer.sh BUILD_DIR CONSUMER_DIR
-# Installs the build below a DESTDIR, moves the result, and builds and runs a C
-# program against it: found through pkg-config and through CMake, linked to the shared
+# Installs the build below a DESTDIR, moves the result, and builds and runs a program in C and
+# one in C++ against it: found through pkg-config and through CMake, linked to the shared
 # library, with and without PIE, and to the static one. Installs it once more and uninstalls
 # it.
 set -eu
@@ -30,6 +30,8 @@ build_by_pkg_config() { # name, flags
   flags="-Wall -Wextra -Werror $2 ${LDFLAGS:-}"
   # shellcheck disable=SC2086 # one word a flag
   ${CC:-cc} -std=c11 "$consumer/main.c" -o "$work/$1_c" $flags
+  # shellcheck disable=SC2086
+  ${CXX:-c++} -std=c++17 "$consumer/main.cpp" -o "$work/$1_cpp" $flags
 }
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name nodetree.pc)")
@@ -45,7 +47,7 @@ build_by_pkg_config fixed "$shared -fno-pie -no-pie"
   -DCMAKE_C_COMPILER="${CC:-cc}" -DCMAKE_CXX_COMPILER="${CXX:-c++}" >/dev/null
 "$cmake" --build "$work/cmake" >/dev/null
 
-run "$work/shared_c" "$work/fixed_c" "$work/cmake/shared_c"
+run "$work"/shared_c* "$work"/fixed_c* "$work"/cmake/shared_c*
 
 # The installed command, where the build has one, finds the library beside it.
 if [ -x "$prefix/bin/nodetree" ]; then
@@ -64,7 +66,7 @@ rm "$libdir"/libnodetree.so*
 build_by_pkg_config static "$(pkg_config --cflags --static --libs)"
 build_by_pkg_config alone "-static $(pkg_config --cflags --static --libs)"
 rm "$libdir/libnodetree.a"
-run "$work/static_c" "$work/cmake/static_c" "$work/alone_c"
+run "$work"/static_c* "$work"/cmake/static_c* "$work"/alone_c*
 
 DESTDIR=$work/root "$cmake" --install "$build" --prefix /usr >/dev/null
 "$(dirname "$0")/../cmake/uninstall.sh" "$build/install_manifest.txt" "$work/root"
