@@ -1,4 +1,4 @@
-"""The pages of the guide show the programs beside them, and what those print.
+"""The pages of the guide show the programs beside them step by step, and what those print.
 
 Usage: guide_test.py BUILD_FOLDER SOURCE_FOLDER
 """
@@ -24,20 +24,22 @@ class Guide(unittest.TestCase):
         self.assertGreater(len(programs), 11)
         for program in programs:
             page = program.with_suffix(".md").read_text(encoding="utf-8")
-            self.assertEqual(blocks(page, program.suffix[1:]), [program.read_text(encoding="utf-8")])
+            steps = "\n".join(blocks(page, program.suffix[1:]))
+            self.assertEqual(steps, program.read_text(encoding="utf-8"), program)
             done = subprocess.run([BUILD / program.stem], encoding="utf-8", timeout=120,
                                   stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
-            self.assertEqual((done.returncode, [done.stdout]), (0, blocks(page, "text")), program)
+            self.assertEqual((done.returncode, done.stdout), (0, "".join(blocks(page, "text"))), program)
 
     def test_index_and_links(self):
-        """Every page is in the index, and every link in the guide leads to a file."""
-        index = (SOURCE / "README.md").read_text(encoding="utf-8")
+        """Every page is in the index and leads to the one after it, and every link to a file."""
+        index = re.findall(r"\((\w+\.md)\)", (SOURCE / "README.md").read_text(encoding="utf-8"))
         for page in SOURCE.glob("*.md"):
             text = re.sub(r"^```.*?^```$", "", page.read_text(encoding="utf-8"), flags=re.M | re.S)
             for link in re.findall(r"\]\(([^)]*)\)", text):
                 self.assertTrue((SOURCE / link).exists(), f"{page.name}: {link}")
             if page.name != "README.md":
-                self.assertIn(f"({page.name})", index)
+                after = [*index, "README.md"][index.index(page.name) + 1]
+                self.assertRegex(text, rf"\nNext: .*\({after}\)\n\Z", page.name)
 
 
 if __name__ == "__main__":

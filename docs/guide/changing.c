@@ -3,7 +3,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-/* Hands `child` over, or releases it where the object refuses it. */
+/* Adds `child`, or releases it if the object refuses it. */
 static bool add(node *object, const char *key, node *child) {
   if (node_object_add(object, key, child))
     return true;
@@ -11,7 +11,7 @@ static bool add(node *object, const char *key, node *child) {
   return false;
 }
 
-/* Puts `value` in the place of the member `key`, which goes to the end. */
+/* Puts `value` in the place of the member `key`, which moves to the end. */
 static bool replace(node *object, const char *key, node *value) {
   if (value == NULL || !node_is_object(object))
     return node_free(value), false;
@@ -43,7 +43,6 @@ int main(void) {
     return EXIT_FAILURE;
   show("add again", config);
 
-  /* A merge keeps the member's place. */
   node *port = node_new_integer(8080);
   node_merge(node_object_get(config, "port"), port);
   show("set", config);

@@ -14,7 +14,7 @@ static View next_after(View departures, std::string_view time) {
   return found != all.end() ? *found : View();
 }
 
-// What has to change for a delay; false when the timetable cannot take it.
+// Adds the minutes to the delay; false if the timetable cannot take it.
 static bool delay(Node &timetable, std::string_view harbour, int minutes) {
   for (nodetree::Ref departure : timetable["departures"].elements())
     if (departure["to"] == harbour &&

@@ -2,7 +2,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-/* What a service's configuration must keep, as data that the program does not know. */
+/* The rules are data; the program does not know what they say. */
 static const char rules_text[] =
     "{\"port\": [\"range\", 1, 65535, \"/port\"],"
     " \"tls\": [\"or\", [\"not\", [\"get\", \"/tls\"]], [\"exists\", \"/certificate\"]],"
@@ -35,6 +35,7 @@ int main(void) {
     return EXIT_FAILURE;
   check(rules, "{\"port\": 443, \"tls\": false, \"hosts\": [\"a\"], \"mode\": \"auto\"}");
   check(rules, "{\"port\": 70000, \"tls\": true, \"hosts\": [], \"mode\": \"fast\"}");
+
   check(rules, "{\"tls\": true, \"certificate\": \"c.pem\"}");
   node_free(rules);
 }

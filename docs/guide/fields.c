@@ -23,7 +23,7 @@ static bool read_berth(struct berth *berth, const node *n) {
          (ships == NULL || sl_from_node(&berth->ships, ships));
 }
 
-/* A node of the field's value, or nothing: a member that cannot be added is released. */
+/* Adds the field's node; one that cannot be added is released and left out. */
 static void put(node *object, const char *key, node *value) {
   if (!node_object_add(object, key, value))
     node_free(value);
@@ -53,7 +53,7 @@ static void round_trip(const char *text) {
   if (n != NULL && read_berth(&berth, n)) {
     node *written = write_berth(&berth);
     char *shown = json_stringify(written, true);
-    printf("%s\n  number ", shown != NULL ? shown : "no memory");
+    printf("%s\n  number ", shown != NULL ? shown : "out of memory");
     int_ptr_fprint(&berth.number, stdout);
     printf(", ships ");
     sl_fprint(&berth.ships, stdout);

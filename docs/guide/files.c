@@ -5,7 +5,7 @@
 #include <string.h>
 #include <unistd.h>
 
-/* Adds one to the count in the file, which several processes may do at once. */
+/* Adds one to the count in the file; several processes may do so at once. */
 static bool count_visit(const char *path, const char *lock_path) {
   int lock = file_write_lock(lock_path); /* waits for its turn */
   if (lock < 0)

@@ -30,7 +30,7 @@ int main(void) {
   if (found != NULL)
     printf("Cham has %d berths\n", harbour_of(found)->berths);
   found = avl_find_greaterequal(&index, "D");
-  printf("behind D comes %s\n", found != NULL ? harbour_of(found)->name : "nothing");
+  printf("from D on: %s\n", found != NULL ? harbour_of(found)->name : "nothing");
 
   char **names = _sl_new(NULL);
   void **kept = NULL;
@@ -48,6 +48,7 @@ int main(void) {
   char *joined = sl_join(names, ", ");
   printf("%zu names: %s\n", sl_len(names), joined != NULL ? joined : "?");
   free(joined);
+
   names = sl_slice(names, -2, 3);
   for (char **name = names; name != NULL && *name != NULL; name++)
     printf("one of the last two: %s\n", *name);

@@ -5,7 +5,7 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-/* The program's own front end: every message names its part. */
+/* Every message names its part. */
 static void berth_log(int level, const char *format, ...) NODETREE_PRINTF(2, 3);
 
 static void berth_log(int level, const char *format, ...) {

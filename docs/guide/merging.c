@@ -24,20 +24,20 @@ int main(void) {
   show("changes", changes);
   node_free(changes);
 
-  /* What may be shown to others. */
   node *shown = node_clone(config);
   char **include = sl_new("/port", "/hosts");
   char **exclude = sl_new("/hosts/*/password");
   char **removed = NULL;
   if (shown == NULL || include == NULL || exclude == NULL)
     return EXIT_FAILURE;
+
   node_filter(shown, include, exclude, &removed);
   show("shown", shown);
   for (char **path = removed; path != NULL && *path != NULL; path++)
     printf("removed   %s\n", *path);
 
   node *gone = node_diff(config, shown);
-  show("null", gone);
+  show("gone", gone);
   node_free(gone);
   node *same = node_diff(shown, shown);
   show("same", same);

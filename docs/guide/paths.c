@@ -37,6 +37,7 @@ int main(void) {
   sl_free(target);
   if (link == NULL || !node_object_add(tree, "main", link))
     return EXIT_FAILURE;
+
   show("/main/port", node_lookup(tree, "/main/port"));
   printf("%-22s %s\n", "/main", node_type_to_string(node_lookup(tree, "/main")));
   show("its target", node_follow_link(link));

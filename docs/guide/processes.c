@@ -3,7 +3,7 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-/* Runs a shell line and tells how it ended. */
+/* Runs a shell line and prints how it ended. */
 static void run(const char *line, char *const *environment) {
   char **command = sl_new("sh", "-c", line);
   fflush(stdout);
@@ -14,7 +14,7 @@ static void run(const char *line, char *const *environment) {
   sl_free(command);
 }
 
-/* Sorts the words through a child: writes, closes, reads to the end, waits. */
+/* Sorts the words: writes them, closes the pipe, reads to the end, waits. */
 static void sort(const char *words) {
   char **command = sl_new("sort");
   int in = -1;

@@ -49,6 +49,7 @@ int main(void) {
   start("absent.json", NULL);
   start("empty.json", "");
   start("comma.json", "{\n  \"server\": {\"port\": 8080,}\n}");
+
   start("missing.json", "{\"server\": {}}");
   start("kind.json", "{\"server\": {\"port\": \"8080\"}}");
   start("range.json", "{\"server\": {\"port\": 80800}}");

@@ -4,7 +4,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-/* Called once a value; the value is ours, the stream is not to be freed here. */
+/* Called for each value, which is ours. The stream must not be freed in here. */
 static void answer(node *request, void *user_data) {
   node_stream *const *stream = user_data;
   const node *n = request != NULL ? node_lookup(request, "n") : NULL;

@@ -3,7 +3,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-/* Hands the child over, or releases it where the object does not take it. */
+/* Adds the child, or releases it if the object refuses it. */
 static bool add(node *object, const char *key, node *child) {
   if (node_object_add(object, key, child))
     return true;
@@ -17,6 +17,7 @@ int main(void) {
   if (ship == NULL || !add(ship, "name", node_new_string("Limmat")) ||
       !add(ship, "decks", decks))
     return EXIT_FAILURE;
+
   node_array_append(decks, node_new_integer(120));
   node_array_append(decks, node_new_integer(80));
   node_fprint(ship, stdout);
@@ -32,12 +33,12 @@ int main(void) {
 
   node *first = node_array_get(decks, 0);
   node_detach(first);
-  printf("out of the array: %" PRId64 ", left: %zu\n", node_get_integer(first),
+  printf("detached: %" PRId64 ", left: %zu\n", node_get_integer(first),
          node_array_count(decks));
   node_free(first);
 
   node_ref(decks);
   node_free(ship);
-  printf("the decks have outlived the ship: %s\n", node_parent(decks) ? "no" : "yes");
-  printf("still alive after our last reference: %s\n", node_unref(decks) ? "yes" : "no");
+  printf("the decks are a root: %s\n", node_parent(decks) == NULL ? "yes" : "no");
+  printf("alive after the last reference: %s\n", node_unref(decks) ? "yes" : "no");
 }
