@@ -1,5 +1,5 @@
-# The front door. CMake does the work; every target here is a short way to call it, and
-# installs the Debian packages that it needs and cannot find.
+# Short ways to call CMake and the checks. Each target installs the Debian packages that it needs and
+# that are missing.
 
 JOBS ?= $(shell nproc)
 MAKEFLAGS += --no-print-directory
@@ -158,8 +158,8 @@ COMPILERS ?= $(filter-out clang-15:asan,$(foreach compiler,gcc clang-14 clang-15
 compilers:
 	set -e; for compiler in $(COMPILERS); do TESTS="$(TESTS)" cmake/compilers.sh $$compiler; done
 
-# Honours DESTDIR. The list of what was installed is installed too, so that uninstall needs
-# nothing else. What root builds in somebody's tree is theirs.
+# Honours DESTDIR. The list of installed files is installed too, so that uninstall needs nothing else.
+# With sudo, the files in build/ are given to the user who called it.
 MANIFEST = $(DESTDIR)$(PREFIX)/share/nodetree/installed.txt
 install: build
 	DESTDIR="$(DESTDIR)" cmake --install build/release --prefix "$(PREFIX)"
@@ -176,8 +176,8 @@ package:
 	$(INSTALL_PACKAGES) $(PACKAGE_PACKAGES)
 	cmake/package.sh build/package
 
-# Pages of the public headers' comments and the guide; a name without a comment, a lost
-# comment and a dead link are errors.
+# Web pages of the public headers' comments and the guide. A name without a comment, a comment that is
+# lost and a dead link are errors.
 docs:
 	$(INSTALL_PACKAGES) doxygen python3
 	rm -rf build/docs && mkdir -p build
@@ -199,16 +199,19 @@ help:
 	@echo 'make test-mpack all tests with the MPack in NODETREE_MPACK_DIR'
 	@echo 'make tsan       distinct objects on distinct threads, under ThreadSanitizer'
 	@echo 'make valgrind   the test programs under valgrind'
-	@echo 'make lint       formatting, folder order and clang-tidy; make format repairs the first'
-	@echo 'make bench      benchmarks, also drawn as build/bench/bench.svg; FILES="a.json b.json" adds inputs'
+	@echo 'make lint       formatting, which folder uses which, abi, docs, clang-tidy; make format'
+	@echo '                formats the sources'
+	@echo 'make bench      benchmarks, as tables and as build/bench/bench.svg; FILES="a.json b.json" adds inputs'
 	@echo 'make load       the example service under load; LOAD="SECONDS CONNECTIONS..."'
-	@echo 'make soak       the example service under attack, for 4 times SOAK_SECONDS=$(SOAK_SECONDS)'
-	@echo 'make fuzz       FUZZ_TARGETS, or all, for FUZZ_SECONDS=$(FUZZ_SECONDS) each; findings in build/fuzz/findings'
+	@echo 'make soak       the example service under attack, 4 times for SOAK_SECONDS=$(SOAK_SECONDS)'
+	@echo 'make fuzz       all fuzz targets, or FUZZ_TARGETS, for FUZZ_SECONDS=$(FUZZ_SECONDS) each; findings in build/fuzz/findings'
 	@echo 'make coverage   which lines and branches of the library the tests reach'
-	@echo 'make install    install into PREFIX ($(PREFIX)), below DESTDIR if given; make uninstall'
+	@echo 'make install    install into PREFIX=$(PREFIX), below DESTDIR if given; make uninstall'
 	@echo 'make package    Debian packages in build/package'
 	@echo 'make abi        what has changed in the binary interface; make abi-update accepts it'
-	@echo 'make docs       the reference as pages, build/docs/html/index.html'
+	@echo 'make docs       reference and guide as web pages, build/docs/html/index.html;'
+	@echo '                make docs-browser also opens each of them in a browser'
 	@echo 'make ports      the tests on PORTS="$(PORTS)", cross-compiled and under qemu-user'
-	@echo 'make compilers  the tests by COMPILERS, all of Debian, in release, with sanitizers and as packaged'
+	@echo 'make compilers  the tests with COMPILERS, by default all of Debian, in release, with sanitizers'
+	@echo '                and as packaged'
 	@echo 'make clean      remove build/'
