@@ -44,7 +44,7 @@ def dead_links(pages):
 
 
 def words(text):
-    return " ".join(re.findall(r"\w+", text.replace("_", " ")))
+    return " ".join(re.findall(r"\w+", text.replace("_", " ").lower()))
 
 
 def lost_comments(pages):
@@ -54,6 +54,7 @@ def lost_comments(pages):
         text = re.sub(r"\nnamespace (\w+::)?detail \{.*?\n\} // namespace (\w+::)?detail", "", text,
                       flags=re.DOTALL)
         text = re.sub(r"\n(private|protected):.*?\n\};", "", text, flags=re.DOTALL)
+        text = re.sub(r"(\n///[^\n]*)+(?=\n#if)", "", text)
         for comment in re.findall(r"/\*.*?\*/|(?:^ *///[^\n]*\n)+", text, re.DOTALL | re.MULTILINE):
             if "@cond" in comment:
                 continue

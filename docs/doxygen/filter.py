@@ -18,6 +18,8 @@ BRACES = r"\{(?:[^{}]|\{[^{}]*\})*\}"
 # Members of C++ classes that are documented by what they are.
 PLAIN_MEMBERS = [
     (r"\b(View|Strings)\((::node \*|char \*\*|const )", "Borrows it."),
+    (r"&& = delete;|const Node &&\) = delete;", "Not of a temporary: it would not live long enough."),
+    (r"(integer|real|boolean)\(T\) = delete;", "Not from another type."),
     (r"= delete;", "Not copied."),
     (r"\boperator bool\(", "Whether there is something."),
     (r"\bbegin\(", "The first item."),
@@ -115,14 +117,13 @@ class Header:
                     self.out.append(f"/** @page conventions Conventions{text}*/"
                                     " /** @file nodetree.h */\n")
                 elif first:
-                    title = re.match(r"\s*(?:\w+: )?(.*?)(?:\.\s|\n\n|$)", text, re.DOTALL)[1]
-                    title = " ".join(title.split())
-                    self.out.append(f"/** @file */ /** @defgroup {family} {family}.h: {title}\n"
+                    text = re.sub(r"^\s*[\w, ]+_: (\w)", lambda found: "\n" + found[1].upper(), text)
+                    self.out.append(f"/** @file */ /** @defgroup {family} {family}.h\n"
                                     f"{text[1:]} @{{*/\n")
                     opened = True
                 elif heading:
                     self.close()
-                    about = body(HEADING.split(comment[1], 1)[2])
+                    about = body(re.sub(r"^\* ?", "", HEADING.split(comment[1], 1)[2]))
                     title = " ".join(heading[1].split())
                     gap = "\n" * (comment[1].count("\n") - about.count("\n"))
                     self.out.append(f"/** @name {title}{gap}{about}*/ /**@{{*/\n")
@@ -175,6 +176,7 @@ def member_words(line, rest):
 
 
 def convert_cpp(text):
+    text = re.sub(r"^///(?=.*\n(?:///.*\n)*#if)", "//", text, flags=re.MULTILINE)  # not for users
     first = re.match(r"/\*(.*?)\*/\n", text, re.DOTALL)
     out = [f"/** @file {body(first[1])}*/"]
     lines = text[first.end():].split("\n")
@@ -196,9 +198,15 @@ def main():
     path = pathlib.Path(sys.argv[1])
     text = path.read_text(encoding="utf-8")
     if path.suffix == ".hpp":
-        sys.stdout.write(convert_cpp(text))
+        text = convert_cpp(text)
+        if path.stem == "owners":  # the first of them
+            text = text.replace("\nnamespace nodetree {", "\n/** The interface for C++. */ namespace nodetree {", 1)
+        sys.stdout.write(text)
     elif path.suffix == ".md":  # what lies outside the pages has no link to it
         text = text.replace("](README.md)", "](@ref md_docs_guide_README)")
+        if text.startswith("# Guide\n"):  # its pages stand below it, in its order
+            text = re.sub(r"^(\d+\. )\[(.*?)\]\((\w+)\.md\)", r'\1@subpage md_docs_guide_\3 "\2"', text,
+                          flags=re.MULTILINE)
         sys.stdout.write(re.sub(r"\[([^]]*)\]\((?!https?:|@ref |[\w-]+\.md\))[^)]*\)", r"\1", text))
     else:
         header = Header(text)

@@ -157,9 +157,9 @@ def page(family, header, day):
     if not names:
         return None, []
     intro = bare(intro)
-    # What follows "family_: ", or the first sentence.
-    head = re.match(r"(?:\w+_: )?(.*?)(?=[.:]\s)", intro, re.S)[1]
-    intro = re.sub(r"^\w+_: (\w)", lambda found: found[1].upper(), intro)
+    intro = re.sub(r"^[\w, ]+_: (\w)", lambda found: found[1].upper(), intro)
+    head = re.match(r".*?(?=[.:]\s)", intro, re.S)[0]
+    head = re.sub(r"^[A-Z](?=[a-z]* )", lambda found: found[0].lower(), head)  # no name
     out = [f'.\\" Made by families.py from <nodetree/{family}.h>.', f".Dd {day}",
            f".Dt NODETREE_{family.upper()} 3", ".ds doc-volume Library Functions Manual",
            ".Os Linux", ".Sh NAME",
