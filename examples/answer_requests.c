@@ -1,5 +1,6 @@
 /*
- * The answers of serve without its loop: standard input and output stand for a connection.
+ * The answers of serve without its loop: standard input and output take the place of a
+ * connection.
  *
  *     answer_requests examples/data/booking_rules.json < examples/data/bookings.json
  */

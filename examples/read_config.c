@@ -1,5 +1,5 @@
 /*
- * Reads settings out of a JSON file, each with a default for where the file is silent.
+ * Reads settings from a JSON file. Each has a default for files that do not mention it.
  *
  *     read_config examples/data/service.json
  */

@@ -2,7 +2,7 @@
  * Moves the fields of a record into a tree and back.
  *
  *     record                                       one made here
- *     record '{"name": "Etzel", "berth": "two"}'   one of the wrong kinds: the log tells
+ *     record '{"name": "Etzel", "berth": "two"}'   a field of the wrong kind, which the log names
  */
 #include <nodetree.h>
 #include <stdio.h>

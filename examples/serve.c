@@ -1,13 +1,13 @@
 /*
- * A daemon on plain Linux calls: one thread, one epoll loop, a conversation a connection.
+ * A daemon on plain Linux calls: one thread and one epoll loop for all connections.
  *
  *     serve --socket /run/bookings.sock --rules examples/data/booking_rules.json
  *     serve --port 7000 --rules rules.json --log syslog --lock /run/bookings.lock --user nobody
  *
- * Requests follow each other on a connection, in JSON or MessagePack, and are answered in kind
- * and in order. Systemd may hand the listening socket over (LISTEN_FDS). SIGHUP reads the rules
- * again; SIGTERM and SIGINT end the service once what has arrived is answered. Everything that
- * a client could use up has a limit: see usage() and serve.h.
+ * Requests follow each other on a connection, in JSON or MessagePack, and are answered in the
+ * same encoding and in order. Systemd may pass the listening socket (LISTEN_FDS). SIGHUP reads
+ * the rules again; SIGTERM and SIGINT end the service once what has arrived is answered. All
+ * that a client could use up has a limit: see usage() and serve.h.
  */
 #include "serve.h"
 

@@ -1,6 +1,6 @@
 /*
- * The two halves of serve: serve.c moves bytes and keeps the limits, a handler gives the bytes
- * a meaning. serve_bookings.c is the handler of the example.
+ * The two halves of serve: serve.c moves bytes and enforces the limits, a handler understands
+ * the bytes. serve_bookings.c is the handler of this example.
  */
 #ifndef SERVE_H
 #define SERVE_H

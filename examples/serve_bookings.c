@@ -1,7 +1,7 @@
 /*
- * What serve answers: requests to book a passage are checked by rules, moved into a record and
- * answered in the encoding that they came in. What is wrong with a request is said in the
- * answer; what is wrong with a connection ends it, after an answer that says why.
+ * The answers of serve: requests to book a passage are checked by rules, moved into a record and
+ * answered in the encoding that they came in. The answer names the faults of a request. A fault
+ * of the connection ends it, after an answer that says why.
  */
 #include "serve.h"
 

@@ -3,9 +3,9 @@
  *
  *     settings_cpp examples/data/service.json /server/port=9443 /limits/burst
  *
- * PATH=VALUE sets what the path names, and makes it where it is missing; the value is JSON,
- * or else a text. PATH alone removes it. The file itself is written with -w as the first
- * argument.
+ * PATH=VALUE sets the value at the path, and makes it if it is missing; a value that is not JSON
+ * is a text. PATH alone removes the value. With -w as the first argument the file itself is
+ * changed.
  */
 #include <cstdio>
 #include <cstdlib>

@@ -1,10 +1,10 @@
 /*
- * Validates a configuration by rules that are kept beside it, not in the program.
+ * Validates a configuration by rules that are in a file of their own, not in the program.
  *
  *     validate examples/data/rules.json examples/data/service.json
  *
- * The rules are an object of named expressions. A rule is broken when its expression fails,
- * as "assert" does with a message of its own, or gives something that is not true.
+ * The rules are an object of named expressions. A rule is broken if its expression fails, as
+ * "assert" does with a message of its own, or if the result is not true.
  */
 #include <nodetree.h>
 #include <stdio.h>

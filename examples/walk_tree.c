@@ -1,6 +1,6 @@
 /*
  * Finds the values that a pattern matches and walks through everything below them.
- * The pattern is a path in which a star stands for every child.
+ * A pattern is a path in which "*" stands for every child.
  */
 #include <nodetree.h>
 #include <stdio.h>
