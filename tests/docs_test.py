@@ -21,9 +21,13 @@ def run(*command, **options):
     return subprocess.run(command, capture_output=True, text=True, timeout=60, **options)
 
 
+def words(text):
+    return re.findall(r"\w+", text.lower())
+
+
 def page(name, section=None):
     """A manual page, or a section of it, as it is read, but in long lines."""
-    printed = run("mandoc", "-Tascii", "-Owidth=1000", f"{SOURCE}/docs/man/{name}").stdout
+    printed = run("mandoc", "-Tascii", "-Owidth=1000", pathlib.Path(SOURCE, "docs/man", name)).stdout
     text = re.sub(r".\x08", "", printed)  # without what makes it bold
     if section:
         text = re.search(rf"^{section}\n((?:(?: .*)?\n)*)", text, re.MULTILINE)[1]
@@ -54,8 +58,11 @@ class Pages(unittest.TestCase):
                             f"{SOURCE}/include/nodetree", folder], check=True)
             self.assertEqual(names - {path.stem for path in pathlib.Path(folder).iterdir()}, set())
             families = [*pathlib.Path(folder).glob("nodetree_*.3")]
-            named = "".join(path.read_text(encoding="utf-8") for path in families)
-            self.assertEqual(names - set(re.findall(r"^\.Nm (\w+)", named, re.MULTILINE)), set())
+            for family in families:  # each has the end of every comment for users
+                header = f"{SOURCE}/include/nodetree/{family.stem.removeprefix('nodetree_')}.h"
+                shown, comments = words(page(family)), pathlib.Path(header).read_text(encoding="utf-8")
+                for comment in re.findall(r"^/\*(?! In C )(.*?)\*/", comments, re.DOTALL | re.M):
+                    self.assertIn(" ".join(words(comment)[-8:]), " ".join(shown), header)
             pages = [*pathlib.Path(SOURCE, "docs/man").glob("*.[1-7]"), *families]
             done = run("mandoc", "-Tlint", "-Wwarning", *map(str, pages))
         self.assertEqual((done.stdout, done.returncode), ("", 0))
