@@ -26,7 +26,7 @@ ABI_PACKAGES = $(BUILD_PACKAGES) abigail-tools
 LINT_PACKAGES = $(TEST_PACKAGES) $(ABI_PACKAGES) clang-format clang-tidy
 PACKAGE_PACKAGES = $(BUILD_PACKAGES) debhelper dpkg-dev lintian
 BENCH_PACKAGES = $(BUILD_PACKAGES) libbenchmark-dev libjansson-dev libjson-c-dev \
-  libcjson-dev libmsgpack-dev libjq-dev nlohmann-json3-dev python3
+  libcjson-dev libmsgpack-dev libjq-dev nlohmann-json3-dev python3-matplotlib
 FUZZ_PACKAGES = $(BUILD_PACKAGES) clang libclang-rt-14-dev
 
 INSTALL_PACKAGES = @cmake/install-packages.sh
@@ -103,7 +103,7 @@ bench:
 	cmake --build build/bench -j $(JOBS) --target nodetree_bench
 	python3 bench/generate.py > build/bench/configuration.json
 	build/bench/bench/nodetree_bench $(BENCH_OPTIONS) build/bench/configuration.json $(FILES) >/dev/null
-	python3 bench/report.py build/bench/results.json build/bench/bench.svg
+	/usr/bin/python3 bench/report.py build/bench/results.json build/bench/bench.svg
 
 # The example service under load, beside an echo and jansson.
 load:

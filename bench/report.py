@@ -7,9 +7,13 @@ ratios to the base of each row, and whether nodetree reaches what it is meant to
 
 import collections
 import json
-import math
 import sys
-from xml.sax.saxutils import escape
+
+import matplotlib
+
+matplotlib.use("svg")
+matplotlib.rcParams["svg.fonttype"] = "none"  # text stays text
+from matplotlib import pyplot  # noqa: E402, after the choice of what it draws with
 
 # Of each row the column that stands for 1, what nodetree is meant to reach of it, and what is
 # measured; "best" is the fastest of the other libraries.
@@ -76,97 +80,34 @@ def table(document, rows, columns):
             print(f"{row:22}" + "".join(cells) + f"   {aim:<5} {verdict}")
 
 
-LEFT, WIDTH, ROW = 310, 560, 30  # of the labels, of the plot, of a row's height
-
-
-class Chart:
-    """The parts of an SVG picture, from the top down."""
-
-    def __init__(self):
-        self.parts, self.y = [], 20
-
-    def text(self, x, y, text, style=""):
-        self.parts.append(f'<text x="{x:.1f}" y="{y:.1f}" {style}>{escape(text)}</text>')
-
-    def mark(self, column, x, y):
-        if column == "nodetree":
-            self.parts.append(f'<path d="M{x - 8:.1f} {y}l8-8l8 8l-8 8z" fill="{LIBRARIES[column]}"/>')
-        elif column in LIBRARIES:
-            self.parts.append(f'<circle cx="{x:.1f}" cy="{y}" r="4.5" fill="{LIBRARIES[column]}"/>')
-        else:
-            self.parts.append(f'<rect x="{x - 2.5:.1f}" y="{y - 9}" width="5" height="18" fill="#aab"/>')
-
-    def legend(self):
-        self.text(10, self.y, "Processor time as a ratio; less is faster", 'class="title"')
-        self.y += 26
-        entries = [(column, "nodetree: medians of runs in turn with all others" if column == "nodetree" else column)
-                   for column in LIBRARIES]
-        x = 20
-        for column, words in entries:
-            self.mark(column, x, self.y - 4)
-            self.text(x + 12, self.y, words)
-            x += 30 + 6.6 * len(words)
-        for column, words in FLOORS.items():
-            self.y += 20
-            self.mark(column, 20, self.y - 4)
-            self.text(32, self.y, f"{column}: {words}")
-        self.y += 20
-        self.parts.append(f'<path d="M20 {self.y - 13}v18" class="aim"/>')
-        self.text(32, self.y, "black line: what nodetree is meant to reach, or less")
-
-    def panel(self, document, rows):
-        names = [row for row in AIMS if row in rows]
-        found = {row: ratios(row, rows[row]) for row in names}
-        values = [value for row in names for value in (*found[row].values(), AIMS[row][1])]
-        low, high = (math.log10(bound) for bound in (min(values) / 1.3, max(values) * 1.3))
-
-        def at(value):
-            return LEFT + WIDTH * (math.log10(value) - low) / (high - low)
-
-        self.y += 40
-        self.text(10, self.y, document, 'class="title"')
-        top, bottom = self.y + 10, self.y + 10 + ROW * len(names)
-        for exponent in range(math.floor(low), math.ceil(high)):
-            for digit in (1, 2, 5):
-                tick = digit * 10.0 ** exponent
-                if low <= math.log10(tick) <= high:
-                    kind = "one" if tick == 1 else "grid"
-                    self.parts.append(f'<path d="M{at(tick):.1f} {top}V{bottom}" class="{kind}"/>')
-                    self.text(at(tick), bottom + 14, f"{tick:g}", 'text-anchor="middle"')
-        for number, row in enumerate(names):
-            base, aim, about = AIMS[row]
-            y = top + ROW * number + ROW // 2
-            self.text(10, y - 2, row, 'class="row"')
-            unit = "the fastest other library" if base == "best" else base
-            self.text(10, y + 11, f"{about}; 1 is {unit}", 'class="small"')
-            for column in FLOORS:
-                if column in found[row]:
-                    self.mark(column, at(found[row][column]), y)
-                    if column != base:
-                        self.text(at(found[row][column]) + 5, y - 3, column, 'class="small"')
-            self.parts.append(f'<path d="M{at(aim):.1f} {y - 13}v26" class="aim"/>')
-            for column in [*LIBRARIES][::-1]:  # nodetree above all others
-                if column in found[row]:
-                    self.mark(column, at(found[row][column]), y)
-        self.y = bottom + 20
-
-    def save(self, path):
-        height = self.y + 10
-        with open(path, "w", encoding="utf-8") as file:
-            file.write(f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 900 {height}" width="900" '
-                       f'height="{height}">\n<style>text {{ font: 12px "DejaVu Sans", sans-serif; fill: #223 }}\n'
-                       ".title { font-size: 15px; font-weight: bold } .row { font-weight: bold }\n"
-                       ".small { font-size: 9.5px; fill: #556 } .grid { stroke: #dde } .one { stroke: #889 }\n"
-                       ".aim { stroke: #000; stroke-width: 1.5 }</style>\n"
-                       '<rect width="100%" height="100%" fill="#fff"/>\n' + "\n".join(self.parts) + "\n</svg>\n")
-
-
 def draw(documents, path):
-    chart = Chart()
-    chart.legend()
-    for document, rows in documents.items():
-        chart.panel(document, rows)
-    chart.save(path)
+    heights = [1 + 0.42 * len(rows) for rows in documents.values()]
+    figure, panels = pyplot.subplots(len(documents), 1, squeeze=False, layout="constrained",
+                                     figsize=(10, sum(heights) + 3), height_ratios=heights)
+    for panel, (document, rows) in zip(panels[:, 0], documents.items()):
+        names = [row for row in AIMS if row in rows][::-1]
+        found = [ratios(row, rows[row]) for row in names]
+        for column in COLUMNS:
+            dots = [(values[column], at) for at, values in enumerate(found) if column in values]
+            if dots:
+                own, floor = column == "nodetree", column in FLOORS
+                panel.scatter(*zip(*dots), s=70 if own else 200 if floor else 30, zorder=3 if own else 2,
+                              marker="D" if own else "|" if floor else "o", label=column,
+                              color=LIBRARIES.get(column) or f"C{list(FLOORS).index(column)}")
+        aims = [AIMS[row][1] for row in names]
+        panel.scatter(aims, range(len(names)), s=300, marker="|", color="black", label="our aim")
+        panel.set(xscale="log", title=document)
+        panel.set_yticks(range(len(names)), [label(row) for row in names], fontsize="small")
+        panel.grid(axis="x", which="both", lw=0.3)
+        panel.legend(loc="center left", bbox_to_anchor=(1, 0.5), fontsize="small")
+    figure.suptitle("Processor time as a ratio, medians of runs in turn; less is faster\n\n" + "\n".join(
+        f"{floor}: {about}" for floor, about in FLOORS.items()), fontsize="small")
+    figure.savefig(path, metadata={"Date": None})
+
+
+def label(row):
+    base, _, about = AIMS[row]
+    return f"{row}: {about}\n1 is {'the fastest other library' if base == 'best' else base}"
 
 
 if __name__ == "__main__":
