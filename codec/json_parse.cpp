@@ -3,6 +3,7 @@
 #include "log/report.hpp"
 #include "node/node_internal.hpp"
 #include "shared/c_locale.hpp"
+#include "shared/memory.hpp"
 
 #include <cstdint>
 #include <cstring>
@@ -133,7 +134,7 @@ int on_double(void *context, double real) {
 int on_string(void *context, const unsigned char *bytes, size_t length) {
   json_stream *stream = at_event(context);
   node *value = make(stream, NODE_STRING);
-  value->value.string = strndup(reinterpret_cast<const char *>(bytes), length);
+  value->value.string = copy_text({reinterpret_cast<const char *>(bytes), length});
   if (!value->value.string) {
     node_free(value);
     stream->memory.run_out();

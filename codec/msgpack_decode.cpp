@@ -1,5 +1,6 @@
 #include "log/report.hpp"
 #include "node/node_internal.hpp"
+#include "shared/memory.hpp"
 #include "shared/stack.hpp"
 
 #include <algorithm>
@@ -42,12 +43,10 @@ public:
   // The whole tree; NULL where there is none or the message is refused, which is an error of
   // its tree.
   node *run() {
-    mpack_node_t source = mpack_tree_root(tree_);
-    node *root = make(source, "");
-    size_t count = root ? child_count(root, source) : 0;
-    if (count == 0)
-      return root;
-    if (!open(source, root, count))
+    Value root = make(mpack_tree_root(tree_), "");
+    if (root.children == 0)
+      return root.made;
+    if (!open(root))
       return nullptr;
     for (;;) {
       Container &container = open_.back();
@@ -70,6 +69,13 @@ public:
   }
 
 private:
+  // A new node, NULL for none, and how many children it is still to get.
+  struct Value {
+    mpack_node_t source;
+    node *made;
+    size_t children;
+  };
+
   struct Container {
     mpack_node_t source;
     node *made;
@@ -94,33 +100,26 @@ private:
 
   Progress convert_elements(Container &array) {
     while (array.next < array.count) {
-      mpack_node_t source = mpack_node_array_at(array.source, array.next++);
-      node *made = make(source, {});
-      if (!made) {
-        if (failed())
-          return Progress::refused;
-      } else if (size_t count = child_count(made, source)) {
-        return open(source, made, count) ? Progress::opened : Progress::refused;
-      } else {
-        array_append_free(array.made, made);
-      }
+      Value element = make(mpack_node_array_at(array.source, array.next++), {});
+      if (element.children)
+        return open(element) ? Progress::opened : Progress::refused;
+      if (element.made)
+        array_append_free(array.made, element.made);
+      else if (failed())
+        return Progress::refused;
     }
     return Progress::complete;
   }
 
   Progress convert_members(Container &object) {
     while (object.next < object.count) {
-      mpack_node_t source = mpack_node_map_value_at(object.source, object.next++);
-      Key key = key_of_last(object);
-      node *made = make(source, key.name());
-      if (!made) {
-        if (failed())
-          return Progress::refused;
-      } else if (size_t count = child_count(made, source)) {
-        return open(source, made, count) ? Progress::opened : Progress::refused;
-      } else if (!put_member(object.made, key, made)) {
+      const Key key = key_at(object, object.next);
+      Value member =
+          make(mpack_node_map_value_at(object.source, object.next++), key.name());
+      if (member.children)
+        return open(member) ? Progress::opened : Progress::refused;
+      if (member.made ? !put_member(object.made, key, member.made) : failed())
         return Progress::refused;
-      }
     }
     return Progress::complete;
   }
@@ -129,7 +128,7 @@ private:
   // is refused.
   bool put(const Container &container, node *made) {
     if (container.made->type != NODE_ARRAY)
-      return put_member(container.made, key_of_last(container), made);
+      return put_member(container.made, key_at(container, container.next - 1), made);
     array_append_free(container.made, made);
     return true;
   }
@@ -150,27 +149,28 @@ private:
     return !failed();
   }
 
-  static Key key_of_last(const Container &object) {
-    mpack_node_t source = mpack_node_map_key_at(object.source, object.next - 1);
+  static Key key_at(const Container &object, size_t index) {
+    mpack_node_t source = mpack_node_map_key_at(object.source, index);
     if (mpack_node_type(source) != mpack_type_str)
       return {{}, false};
     return {{mpack_node_str(source), mpack_node_strlen(source)}, true};
   }
 
-  // The node of a value, of a container an empty one; NULL where there is none or the
-  // message is refused.
-  node *make(mpack_node_t source, std::string_view name) {
-    node *made = node_make(NODE_NULL, name);
-    if (!made)
+  // The node of a value, of a container an empty one; none too when the message is refused.
+  Value make(mpack_node_t source, std::string_view name) {
+    Value value{source, node_make(NODE_NULL, name), 0};
+    if (!value.made)
       mpack_tree_flag_error(tree_, mpack_error_memory);
-    else if (fill(made, source))
-      return made;
-    std::free(made);
-    return nullptr;
+    else if (fill(value))
+      return value;
+    std::free(value.made);
+    return {source, nullptr, 0};
   }
 
   // Gives a new node the value; false where it cannot have it, with nothing to release.
-  bool fill(node *made, mpack_node_t source) {
+  bool fill(Value &value) {
+    node *made = value.made;
+    mpack_node_t source = value.source;
     switch (mpack_node_type(source)) {
     case mpack_type_nil:
       return true;
@@ -189,16 +189,18 @@ private:
       made->type = NODE_REAL;
       return true;
     case mpack_type_str:
-      made->value.string = strndup(mpack_node_str(source), mpack_node_strlen(source));
+      made->value.string = copy_text({mpack_node_str(source), mpack_node_strlen(source)});
       made->type = NODE_STRING;
       if (!made->value.string)
         mpack_tree_flag_error(tree_, mpack_error_memory);
       return made->value.string != nullptr;
     case mpack_type_array:
       make_container(made, NODE_ARRAY);
+      value.children = mpack_node_array_length(source);
       return true;
     case mpack_type_map:
       make_container(made, NODE_OBJECT);
+      value.children = mpack_node_map_count(source);
       return true;
     default:
       log_msg(LOG_ERR, "Unhandled MessagePack type: %d",
@@ -207,19 +209,12 @@ private:
     }
   }
 
-  // How many children a new node is still to get.
-  static size_t child_count(const node *made, mpack_node_t source) {
-    if (made->type == NODE_ARRAY)
-      return mpack_node_array_length(source);
-    return made->type == NODE_OBJECT ? mpack_node_map_count(source) : 0;
-  }
-
   // Takes a new node over until it has its children. False when memory runs out.
-  bool open(mpack_node_t source, node *made, size_t count) {
-    if (open_.push({source, made, count, 0}))
+  bool open(const Value &value) {
+    if (open_.push({value.source, value.made, value.children, 0}))
       return true;
     mpack_tree_flag_error(tree_, mpack_error_memory);
-    node_free(made);
+    node_free(value.made);
     return false;
   }
 
@@ -229,7 +224,9 @@ private:
       mpack_tree_flag_error(tree_, mpack_error_too_big);
     else if (std::memchr(key.text.data(), '\0', key.text.size()))
       mpack_tree_flag_error(tree_, mpack_error_type);
-    return !failed();
+    else
+      return true;
+    return false;
   }
 
   mpack_tree_t *tree_;

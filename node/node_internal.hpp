@@ -25,8 +25,12 @@ inline bool has_kind(const node *n, node_type kind) {
   return n && n->type == kind;
 }
 
+inline bool is_container(node_type kind) {
+  return kind == NODE_OBJECT || kind == NODE_ARRAY;
+}
+
 inline bool is_container(const node *n) {
-  return n->type == NODE_OBJECT || n->type == NODE_ARRAY;
+  return is_container(n->type);
 }
 
 inline node *node_of(node_list *entry) {
@@ -87,15 +91,25 @@ inline std::uint64_t short_key(std::string_view key) {
   return htole64(le32toh(low) | std::uint64_t{le32toh(high)} << 8 * (size - sizeof high));
 }
 
-// Writes a key with all the NULs that belong behind it.
+// Writes a key with all the NULs that belong behind it. Most keys take two halves that may
+// overlap and no call.
 inline void write_key(char *to, std::string_view key) {
-  if (key.size() < key_room) {
+  const std::size_t size = key.size();
+  if (size < key_room) {
     const std::uint64_t padded = short_key(key);
     std::memcpy(to, &padded, key_room);
-  } else {
-    std::memmove(to, key.data(), key.size());
-    to[key.size()] = '\0';
+    return;
   }
+  if (size <= 2 * key_room) {
+    std::uint64_t low, high;
+    std::memcpy(&low, key.data(), key_room);
+    std::memcpy(&high, key.data() + size - key_room, key_room);
+    std::memcpy(to, &low, key_room);
+    std::memcpy(to + size - key_room, &high, key_room);
+  } else {
+    std::memmove(to, key.data(), size);
+  }
+  to[size] = '\0';
 }
 
 // Makes the node an empty container of the kind; what it held before is gone already.
@@ -125,7 +139,7 @@ inline node *node_make(node_type kind, std::string_view key = "") {
   n->refcount = 1;
   n->diff_hash = 0;
   write_key(key_behind(n), key);
-  if (is_container(n))
+  if (is_container(kind))
     make_container(n, kind);
   return n;
 }

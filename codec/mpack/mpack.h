@@ -38,51 +38,53 @@ enum mpack_type_t : std::uint8_t {
 
 // ---- Reading ----
 
-// One value of a parsed message. The values lie one after another in the order of the
-// message; a container with children takes two records, the second of which finds the
-// child that is asked for from the one asked for last, so that reading children in order
-// costs no search.
+// One value of a parsed message.
 struct mpack_node_data_t {
-  struct Value {
-    mpack_type_t type;
-    std::uint32_t count; // bytes of a text, elements of an array, pairs of a map
-    // The bits of a scalar, where a text begins in the message, or the record behind a
-    // container's last child.
-    std::uint64_t number;
+  mpack_type_t type;
+  std::uint32_t count; // bytes of a text, elements of an array, pairs of a map
+  union {
+    std::uint64_t number;              // the bits of a scalar
+    std::size_t text;                  // where it begins in the message
+    const mpack_node_data_t *children; // side by side; a map's in pairs of key and value
   };
-  struct Open { // while the container's children are still being read
+};
+
+// A block of records, which stand behind it.
+struct mpack_page_t {
+  mpack_page_t *next;
+  std::size_t count;
+  std::size_t room;
+};
+
+// The values that belong to no complete container yet, one after another in the order of the
+// message. A container among them takes two places, and all behind it are its children.
+union mpack_waiting_t {
+  mpack_node_data_t value;
+  struct { // the second place
     std::size_t parent;
     std::uint64_t missing; // of the parent's children, this one included
-  };
-  struct Cursor { // afterwards
-    std::size_t index;
-    std::size_t record; // where that child (of a map, that key) stands
-  };
-  union {
-    Value value;
-    Open open;
-    Cursor cursor;
-  };
+  } open;
 };
 
 struct mpack_tree_t {
   mpack_error_t error; // the first one; it stays
   const char *message; // the bytes of the current message and what has come behind it
   std::size_t available;
-  std::size_t position; // where in them the next value begins
-  std::uint64_t needed; // so many must have come before the next value can be read
-  bool complete;
-  mpack_node_data_t *records;
-  std::size_t record_count;
-  std::size_t record_room;
-  std::size_t open;      // the innermost container that misses children, or no_record
+  std::size_t position;     // where in them the next value begins
+  std::uint64_t needed;     // so many must have come before the next value can be read
+  bool complete;            // the message; its root waits for no container
+  mpack_page_t *pages;      // the children of complete containers, the newest page first
+  mpack_waiting_t *waiting; // what waits for its container
+  std::size_t waiting_count;
+  std::size_t waiting_room;
+  std::size_t open;      // the innermost container that misses children, or no_container
   std::uint64_t missing; // how many of them
   char *buffer;          // of chunked input; `message` points into it
   std::size_t buffer_room;
 };
 
 struct mpack_node_t {
-  mpack_node_data_t *data;
+  const mpack_node_data_t *data;
   mpack_tree_t *tree;
 };
 
@@ -123,25 +125,25 @@ inline std::size_t mpack_tree_size(mpack_tree_t *tree) {
 }
 
 inline mpack_node_t mpack_tree_root(mpack_tree_t *tree) {
-  return {tree->records, tree};
+  return {&tree->waiting->value, tree};
 }
 
 // In a tree with an error every node is nil, and so has no value of any other type. Asking
 // a node for what its type does not have is the error mpack_error_type.
 
 inline mpack_type_t mpack_node_type(mpack_node_t n) {
-  return n.tree->error == mpack_ok ? n.data->value.type : mpack_type_nil;
+  return n.tree->error == mpack_ok ? n.data->type : mpack_type_nil;
 }
 
-inline const mpack_node_data_t::Value *mpack_value_of(mpack_node_t n, bool wanted) {
+inline const mpack_node_data_t *mpack_value_of(mpack_node_t n, bool wanted) {
   if (wanted && n.tree->error == mpack_ok)
-    return &n.data->value;
+    return n.data;
   mpack_tree_flag_error(n.tree, mpack_error_type);
   return nullptr;
 }
 
-inline const mpack_node_data_t::Value *mpack_value_of(mpack_node_t n, mpack_type_t type) {
-  return mpack_value_of(n, n.data->value.type == type);
+inline const mpack_node_data_t *mpack_value_of(mpack_node_t n, mpack_type_t type) {
+  return mpack_value_of(n, n.data->type == type);
 }
 
 inline bool mpack_node_bool(mpack_node_t n) {
@@ -151,24 +153,28 @@ inline bool mpack_node_bool(mpack_node_t n) {
 
 // Of an integer of either type; one above INT64_MAX is a type error too.
 inline std::int64_t mpack_node_i64(mpack_node_t n) {
-  const auto &own = n.data->value;
-  auto *value = mpack_value_of(
-      n, own.type == mpack_type_int ||
-             (own.type == mpack_type_uint && own.number <= std::uint64_t{INT64_MAX}));
+  const bool fits = n.data->number <= std::uint64_t{INT64_MAX};
+  mpack_type_t type = n.data->type;
+  auto *value =
+      mpack_value_of(n, type == mpack_type_int || (type == mpack_type_uint && fits));
   return value ? static_cast<std::int64_t>(value->number) : 0;
 }
 
 // Of a number with a fraction of either width.
 inline double mpack_node_double(mpack_node_t n) {
-  mpack_type_t type = n.data->value.type;
+  mpack_type_t type = n.data->type;
   auto *value = mpack_value_of(n, type == mpack_type_float || type == mpack_type_double);
-  return value ? std::bit_cast<double>(value->number) : 0.0;
+  if (!value)
+    return 0.0;
+  return type == mpack_type_double
+             ? std::bit_cast<double>(value->number)
+             : std::bit_cast<float>(static_cast<std::uint32_t>(value->number));
 }
 
 // Not ended by a NUL.
 inline const char *mpack_node_str(mpack_node_t n) {
   auto *value = mpack_value_of(n, mpack_type_str);
-  return value ? n.tree->message + value->number : nullptr;
+  return value ? n.tree->message + value->text : nullptr;
 }
 
 inline std::size_t mpack_node_strlen(mpack_node_t n) {
@@ -186,41 +192,19 @@ inline std::size_t mpack_node_map_count(mpack_node_t n) {
   return value ? value->count : 0;
 }
 
-// The record of the value after this one and all inside it.
-inline std::size_t mpack_record_after(const mpack_tree_t *tree, std::size_t record) {
-  const auto &value = tree->records[record].value;
-  bool container = value.type == mpack_type_array || value.type == mpack_type_map;
-  return container ? static_cast<std::size_t>(value.number) : record + 1;
-}
-
-// The record where child `index` of a container begins, of a map (whose children come in
-// twos) that pair. Asking in order costs O(1) each; asking for an earlier one starts over.
-template <int values_a_child>
-std::size_t mpack_child_record(mpack_node_t container, std::size_t index) {
-  mpack_node_data_t::Cursor &cursor = container.data[1].cursor;
-  if (index == cursor.index)
-    return cursor.record;
-  if (index < cursor.index)
-    cursor = {0, static_cast<std::size_t>(container.data - container.tree->records) + 2};
-  for (; cursor.index < index; cursor.index++)
-    for (int value = 0; value < values_a_child; value++)
-      cursor.record = mpack_record_after(container.tree, cursor.record);
-  return cursor.record;
-}
-
 // Children by index. The node must be such a container in a tree without an error, and the
 // index below its count.
+
 inline mpack_node_t mpack_node_array_at(mpack_node_t n, std::size_t index) {
-  return {n.tree->records + mpack_child_record<1>(n, index), n.tree};
+  return {n.data->children + index, n.tree};
 }
 
 inline mpack_node_t mpack_node_map_key_at(mpack_node_t n, std::size_t index) {
-  return {n.tree->records + mpack_child_record<2>(n, index), n.tree};
+  return {n.data->children + 2 * index, n.tree};
 }
 
 inline mpack_node_t mpack_node_map_value_at(mpack_node_t n, std::size_t index) {
-  std::size_t key = mpack_child_record<2>(n, index);
-  return {n.tree->records + mpack_record_after(n.tree, key), n.tree};
+  return {n.data->children + 2 * index + 1, n.tree};
 }
 
 // ---- Writing ----

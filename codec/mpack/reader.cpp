@@ -1,9 +1,6 @@
-#include "codec/mpack/mpack.h"
-#include "shared/big_endian.hpp"
+#include "codec/mpack/form.hpp"
 
 #include <algorithm>
-#include <array>
-#include <bit>
 #include <cstdlib>
 
 using namespace nodetree;
@@ -11,79 +8,14 @@ using namespace nodetree;
 namespace {
 
 using Record = mpack_node_data_t;
+using Waiting = mpack_waiting_t;
 
-constexpr std::size_t no_record = SIZE_MAX;
+constexpr std::size_t no_container = SIZE_MAX;
 
 // What a tree begins with, and how much of it may stay unused between messages.
 constexpr std::size_t smallest_buffer = 4096;
 constexpr std::size_t fewest_records = 64;
 constexpr std::size_t most_spare_bytes = 65536;
-
-// What a value's first byte says.
-struct Form {
-  mpack_type_t type;
-  std::uint8_t head;  // bytes before the value's body or children
-  std::uint8_t width; // of those the bytes of its number (or length)
-  std::int8_t number; // that number, when the width is 0
-};
-
-constexpr Form long_forms[] = {
-    {mpack_type_nil, 1, 0, 0},  {mpack_type_missing, 1, 0, 0}, {mpack_type_bool, 1, 0, 0},
-    {mpack_type_bool, 1, 0, 1}, {mpack_type_bin, 2, 1, 0},     {mpack_type_bin, 3, 2, 0},
-    {mpack_type_bin, 5, 4, 0},  {mpack_type_ext, 3, 1, 0},     {mpack_type_ext, 4, 2, 0},
-    {mpack_type_ext, 6, 4, 0},  {mpack_type_float, 5, 4, 0},   {mpack_type_double, 9, 8, 0},
-    {mpack_type_uint, 2, 1, 0}, {mpack_type_uint, 3, 2, 0},    {mpack_type_uint, 5, 4, 0},
-    {mpack_type_uint, 9, 8, 0}, {mpack_type_int, 2, 1, 0},     {mpack_type_int, 3, 2, 0},
-    {mpack_type_int, 5, 4, 0},  {mpack_type_int, 9, 8, 0},     {mpack_type_ext, 2, 0, 1},
-    {mpack_type_ext, 2, 0, 2},  {mpack_type_ext, 2, 0, 4},     {mpack_type_ext, 2, 0, 8},
-    {mpack_type_ext, 2, 0, 16}, {mpack_type_str, 2, 1, 0},     {mpack_type_str, 3, 2, 0},
-    {mpack_type_str, 5, 4, 0},  {mpack_type_array, 3, 2, 0},   {mpack_type_array, 5, 4, 0},
-    {mpack_type_map, 3, 2, 0},  {mpack_type_map, 5, 4, 0}};
-
-constexpr Form form_of(unsigned tag) {
-  auto short_form = [=](mpack_type_t type, unsigned mask) {
-    return Form{type, 1, 0, static_cast<std::int8_t>(tag & mask)};
-  };
-  if (tag < 0x80)
-    return short_form(mpack_type_uint, 0x7f);
-  if (tag < 0x90)
-    return short_form(mpack_type_map, 0x0f);
-  if (tag < 0xa0)
-    return short_form(mpack_type_array, 0x0f);
-  if (tag < 0xc0)
-    return short_form(mpack_type_str, 0x1f);
-  if (tag < 0xe0)
-    return long_forms[tag - 0xc0];
-  return short_form(mpack_type_int, 0xff);
-}
-
-constexpr auto forms = [] {
-  std::array<Form, 256> table{};
-  for (unsigned tag = 0; tag < table.size(); tag++)
-    table[tag] = form_of(tag);
-  return table;
-}();
-
-// The number behind a first byte, carrying its sign into all 64 bits where it has one.
-std::uint64_t number_at(const unsigned char *bytes, const Form &form) {
-  bool sign = form.type == mpack_type_int;
-  switch (form.width) {
-  case 1:
-    return sign ? static_cast<std::uint64_t>(static_cast<std::int8_t>(*bytes)) : *bytes;
-  case 2: {
-    auto number = load_big_endian<std::uint16_t>(bytes);
-    return sign ? static_cast<std::uint64_t>(static_cast<std::int16_t>(number)) : number;
-  }
-  case 4: {
-    auto number = load_big_endian<std::uint32_t>(bytes);
-    return sign ? static_cast<std::uint64_t>(static_cast<std::int32_t>(number)) : number;
-  }
-  case 8:
-    return load_big_endian<std::uint64_t>(bytes);
-  default:
-    return static_cast<std::uint64_t>(form.number);
-  }
-}
 
 // Resizes a block of `room` items to hold `wanted` of them. False, with all as it was, when
 // memory runs out.
@@ -97,6 +29,31 @@ bool resize(Item *&block, std::size_t &room, std::size_t wanted) {
   return true;
 }
 
+// Room for the children of a container in the newest page or, in proportion to what has been
+// read, a new one. NULL when memory runs out.
+Record *take_records(mpack_tree_t *tree, std::size_t count) {
+  mpack_page_t *page = tree->pages;
+  if (!page || page->room - page->count < count) {
+    const std::size_t room = std::max(page ? 2 * page->room : fewest_records, count);
+    page = static_cast<mpack_page_t *>(
+        std::malloc(sizeof(mpack_page_t) + room * sizeof(Record)));
+    if (!page)
+      return nullptr;
+    *page = {tree->pages, 0, room};
+    tree->pages = page;
+  }
+  auto *records = reinterpret_cast<Record *>(page + 1) + page->count;
+  page->count += count;
+  return records;
+}
+
+void release_pages(mpack_page_t *pages) {
+  while (mpack_page_t *page = pages) {
+    pages = page->next;
+    std::free(page);
+  }
+}
+
 // Reads on in the bytes that have come. The state that every value changes is kept here, at
 // hand, and put back into the tree at the end.
 class Reading {
@@ -104,71 +61,58 @@ public:
   explicit Reading(mpack_tree_t *tree)
       : tree_(tree), start_(reinterpret_cast<const unsigned char *>(tree->message)),
         at_(start_ + tree->position), end_(start_ + tree->available),
-        records_(tree->records), room_(tree->record_room), count_(tree->record_count),
-        open_(tree->open), missing_(tree->missing) {}
+        next_(tree->waiting + tree->waiting_count),
+        limit_(tree->waiting + tree->waiting_room), open_(tree->open),
+        missing_(tree->missing) {}
   Reading(const Reading &) = delete;
   Reading &operator=(const Reading &) = delete;
   ~Reading() {
     tree_->position = position();
-    tree_->record_count = count_;
+    tree_->waiting_count = count();
     tree_->open = open_;
     tree_->missing = missing_;
   }
 
-  void run() {
+  [[gnu::always_inline]] void run() {
     while (at_ != end_ ? read_value() : wait_for(1))
       ;
   }
 
 private:
   std::size_t position() const { return static_cast<std::size_t>(at_ - start_); }
+  std::size_t count() const { return static_cast<std::size_t>(next_ - tree_->waiting); }
 
   // Reads the next value, of a container the head. False when that is not all there, at the
   // end of the message and when there is an error.
   bool read_value() {
-    auto available = static_cast<std::size_t>(end_ - at_);
     const Form &form = forms[*at_];
-    if (form.head > available)
-      return wait_for(form.head);
-    if (count_ + 2 > room_ && !grow())
-      return fail(mpack_error_memory);
-    auto &value = records_[count_].value;
-    value.type = form.type;
-    value.number = number_at(at_ + 1, form);
+    const auto available = static_cast<std::size_t>(end_ - at_);
     std::uint64_t size = form.head;
-    switch (form.type) {
-    case mpack_type_array:
-    case mpack_type_map:
-      at_ += size;
-      return value.number ? open(value) : close(value);
-    case mpack_type_str:
-      value.count = static_cast<std::uint32_t>(value.number);
-      size += value.number;
-      value.number = position() + form.head;
-      break;
-    case mpack_type_bin:
-    case mpack_type_ext:
-      size += value.number;
-      break;
-    case mpack_type_float:
-      value.number = widened(value.number);
-      break;
-    case mpack_type_missing:
-      return fail(mpack_error_invalid);
-    default:
-      break;
-    }
     if (size > available)
       return wait_for(size);
+    if (limit_ - next_ < 2 && !grow())
+      return fail(mpack_error_memory);
+    const std::uint64_t number = form.width == 0 ? static_cast<std::uint64_t>(form.number)
+                                                 : number_at(at_ + 1, form);
+    Record &value = next_->value;
+    value.type = form.type;
+    value.count = static_cast<std::uint32_t>(number);
+    if (form.type < mpack_type_str) {
+      if (form.type == mpack_type_missing)
+        return fail(mpack_error_invalid);
+      value.number = number;
+    } else if (form.type != mpack_type_array && form.type != mpack_type_map) {
+      value.text = position() + size;
+      size += number;
+      if (size > available)
+        return wait_for(size);
+    } else if (number != 0) {
+      at_ += size;
+      return open(form.type == mpack_type_map ? 2 * number : number);
+    }
     at_ += size;
-    count_++;
-    return close_completed();
-  }
-
-  // The bits of a 32-bit float as those of a 64-bit one.
-  static std::uint64_t widened(std::uint64_t bits) {
-    auto real = std::bit_cast<float>(static_cast<std::uint32_t>(bits));
-    return std::bit_cast<std::uint64_t>(static_cast<double>(real));
+    next_++;
+    return --missing_ != 0 || close_completed();
   }
 
   // Notes how many bytes must have come before the next value can be read.
@@ -184,47 +128,44 @@ private:
 
   // Room in proportion to what has been read, never to what that announces.
   bool grow() {
-    if (!resize(tree_->records, tree_->record_room, std::max(room_ * 2, fewest_records)))
+    const std::size_t used = count();
+    if (!resize(tree_->waiting, tree_->waiting_room,
+                std::max(tree_->waiting_room * 2, fewest_records)))
       return false;
-    records_ = tree_->records;
-    room_ = tree_->record_room;
+    next_ = tree_->waiting + used;
+    limit_ = tree_->waiting + tree_->waiting_room;
     return true;
   }
 
-  bool open(Record::Value &container) {
-    std::uint64_t children = container.number;
-    container.count = static_cast<std::uint32_t>(children);
-    if (container.type == mpack_type_map)
-      children *= 2;
-    records_[count_ + 1].open = {open_, missing_};
-    open_ = count_;
+  // The container just read misses so many children.
+  bool open(std::uint64_t children) {
+    next_[1].open = {open_, missing_};
+    open_ = count();
     missing_ = children;
-    count_ += 2;
+    next_ += 2;
     return true;
   }
 
-  // Notes a container without children.
-  bool close(Record::Value &container) {
-    container.count = 0;
-    container.number = ++count_;
-    return close_completed();
-  }
-
-  // Closes the containers that the value just read completes. False when it was the last
-  // one of the message.
+  // Closes the containers that the value just read completes. False when it was the last one
+  // of the message, and without memory.
   bool close_completed() {
-    while (--missing_ == 0) {
-      if (open_ == no_record) {
+    do {
+      if (open_ == no_container) {
         tree_->complete = true;
         return false;
       }
-      Record *container = records_ + open_;
-      const Record::Open outer = container[1].open;
-      container[0].value.number = count_;
-      container[1].cursor = {0, open_ + 2};
+      Waiting *container = tree_->waiting + open_;
+      const auto outer = container[1].open;
+      const auto children = static_cast<std::size_t>(next_ - container) - 2;
+      Record *records = take_records(tree_, children);
+      if (!records)
+        return fail(mpack_error_memory);
+      std::memcpy(records, container + 2, children * sizeof(Record));
+      container->value.children = records;
+      next_ = container + 1;
       open_ = outer.parent;
       missing_ = outer.missing;
-    }
+    } while (--missing_ == 0);
     return true;
   }
 
@@ -232,22 +173,30 @@ private:
   const unsigned char *start_;
   const unsigned char *at_;
   const unsigned char *end_;
-  Record *records_;
-  std::size_t room_;
-  std::size_t count_;
+  Waiting *next_; // where the next value goes
+  Waiting *limit_;
   std::size_t open_;
   std::uint64_t missing_;
 };
 
-// Forgets the current message and begins the one behind it.
+// Forgets the current message and begins the one behind it. A page as small messages need is
+// kept for that.
 void begin_message(mpack_tree_t *tree) {
+  mpack_page_t *page = tree->pages;
+  if (page && page->room * sizeof(Record) <= most_spare_bytes) {
+    release_pages(page->next);
+    *page = {nullptr, 0, page->room};
+  } else {
+    release_pages(page);
+    tree->pages = nullptr;
+  }
   tree->message += tree->position;
   tree->available -= tree->position;
   tree->position = 0;
   tree->needed = 0;
   tree->complete = false;
-  tree->record_count = 0;
-  tree->open = no_record;
+  tree->waiting_count = 0;
+  tree->open = no_container;
   tree->missing = 1; // the message
 }
 
@@ -270,7 +219,7 @@ void trim(mpack_tree_t *tree) {
   move_to_front(tree);
   trim(tree->buffer, tree->buffer_room, tree->available, smallest_buffer);
   tree->message = tree->buffer;
-  trim(tree->records, tree->record_room, tree->record_count, fewest_records);
+  trim(tree->waiting, tree->waiting_room, tree->waiting_count, fewest_records);
 }
 
 bool reserve(mpack_tree_t *tree, std::size_t size) {
@@ -344,7 +293,8 @@ void mpack_tree_parse(mpack_tree_t *tree) {
 }
 
 mpack_error_t mpack_tree_destroy(mpack_tree_t *tree) {
-  std::free(tree->records);
+  release_pages(tree->pages);
+  std::free(tree->waiting);
   std::free(tree->buffer);
   return tree->error;
 }
