@@ -100,8 +100,10 @@ private:
     }
     if (!rest.empty())
       return branches_.push({first_child(container), rest, turns});
+    const bool counts = turns.multiply();
+    const bool plain = !counts && !turned_;
     for (node *child = first_child(container); child; child = next_sibling(child))
-      if ((turns.multiply() && !visit()) || !match(child))
+      if (plain ? !matches_.push(child) : (counts && !visit()) || !match(child))
         return false;
     return true;
   }

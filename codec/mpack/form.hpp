@@ -56,6 +56,8 @@ inline constexpr auto forms = [] {
 
 // The number behind a first byte, carrying its sign into all 64 bits where it has one.
 inline std::uint64_t number_at(const unsigned char *bytes, const Form &form) {
+  if (form.width == 8) // as that of every real
+    return load_big_endian<std::uint64_t>(bytes);
   bool sign = form.type == mpack_type_int;
   switch (form.width) {
   case 1:
@@ -64,12 +66,10 @@ inline std::uint64_t number_at(const unsigned char *bytes, const Form &form) {
     auto number = load_big_endian<std::uint16_t>(bytes);
     return sign ? static_cast<std::uint64_t>(static_cast<std::int16_t>(number)) : number;
   }
-  case 4: {
+  default: {
     auto number = load_big_endian<std::uint32_t>(bytes);
     return sign ? static_cast<std::uint64_t>(static_cast<std::int32_t>(number)) : number;
   }
-  default:
-    return load_big_endian<std::uint64_t>(bytes);
   }
 }
 

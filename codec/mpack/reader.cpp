@@ -86,6 +86,7 @@ private:
   // end of the message and when there is an error.
   bool read_value() {
     const Form &form = forms[*at_];
+    const mpack_type_t type = form.type;
     const auto available = static_cast<std::size_t>(end_ - at_);
     std::uint64_t size = form.head;
     if (size > available)
@@ -95,20 +96,20 @@ private:
     const std::uint64_t number = form.width == 0 ? static_cast<std::uint64_t>(form.number)
                                                  : number_at(at_ + 1, form);
     Record &value = next_->value;
-    value.type = form.type;
+    value.type = type;
     value.count = static_cast<std::uint32_t>(number);
-    if (form.type < mpack_type_str) {
-      if (form.type == mpack_type_missing)
+    if (type < mpack_type_str) {
+      if (type == mpack_type_missing)
         return fail(mpack_error_invalid);
       value.number = number;
-    } else if (form.type != mpack_type_array && form.type != mpack_type_map) {
+    } else if (type != mpack_type_array && type != mpack_type_map) {
       value.text = position() + size;
       size += number;
       if (size > available)
         return wait_for(size);
     } else if (number != 0) {
       at_ += size;
-      return open(form.type == mpack_type_map ? 2 * number : number);
+      return open(type == mpack_type_map ? 2 * number : number);
     }
     at_ += size;
     next_++;
