@@ -79,8 +79,10 @@ private:
         return branch(at, path, turns);
       }
       const bool up = turns.expanded && segment == "..";
-      turns.ups += up;
-      turned_ = turned_ || (up && distinct_);
+      if (up) {
+        turns.ups++;
+        turned_ = turned_ || distinct_;
+      }
       if ((up || turns.links > 1) && !visit())
         return false;
       at = step(at, segment);
