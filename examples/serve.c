@@ -15,6 +15,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <getopt.h>
+#include <grp.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <nodetree.h>
@@ -32,24 +33,24 @@
 
 typedef struct connection {
   struct connection *earlier, *later; /* in the order of the last activity */
-  talk *talk;
+  talk *
+      talk; /* NULL when nothing more is taken in: what waits is written, then the end told */
   output out;
   int fd;
   uint32_t events; /* what the loop waits for */
-  bool last_words; /* nothing more is taken in: what waits is written, then the end told */
   bool end_told;   /* what still comes is dropped until the client ends, too */
   time_t active;
 } connection;
 
 typedef struct service {
   const char *socket_path, *rules, *log, *lock, *user;
-  int port;
+  size_t port;
   limits at_most;
   int epoll, listener, signals, lock_fd;
   size_t connections;
   connection ring; /* its neighbours are the least and the most recently active */
-  bool accepting, ending;
-  time_t accept_again; /* when descriptors had run out */
+  bool accepting, ending, bound; /* bound: the socket at the path is ours */
+  time_t warned, accept_again;   /* when descriptors had run out */
 } service;
 
 enum { MAX_EVENTS = 256, LAST_WORDS_SECONDS = 5 };
@@ -121,20 +122,25 @@ static void hang_up(service *s, connection *c) {
 
 /* Waits for what the connection needs next. False when it is over. */
 static bool wait_for(const service *s, connection *c) {
-  if (c->last_words && !c->end_told && waiting(c) == 0) {
+  if (c->talk == NULL && !c->end_told && waiting(c) == 0) {
     /* Closing now could take the last answer back, if something unread has come. */
     if (shutdown(c->fd, SHUT_WR) != 0)
       return false;
     c->end_told = true;
   }
   uint32_t events = waiting(c) > 0 ? EPOLLOUT : 0;
-  if (c->end_told || (!c->last_words && waiting(c) <= s->at_most.waiting_bytes))
+  if (c->end_told || (c->talk != NULL && waiting(c) <= s->at_most.waiting_bytes))
     events |= EPOLLIN;
   if (events == c->events)
     return true;
   c->events = events;
   return epoll_ctl(s->epoll, EPOLL_CTL_MOD, c->fd,
                    &(struct epoll_event){.events = events, .data.ptr = c}) == 0;
+}
+
+static void end_talk(connection *c) {
+  talk_free(c->talk);
+  c->talk = NULL;
 }
 
 /* Takes in what has come, all of it when the service ends. False when the client is gone. */
@@ -149,17 +155,28 @@ static bool read_in(const service *s, connection *c) {
     if (size == 0 && c->end_told)
       return false;
     /* A client that has ended may still read. */
-    if (size == 0 || (!c->last_words && !talk_take(c->talk, bytes, (size_t)size)))
-      c->last_words = true;
-  } while (s->ending && !c->last_words && waiting(c) <= s->at_most.waiting_bytes);
+    if (size == 0 || (c->talk != NULL && !talk_take(c->talk, bytes, (size_t)size)))
+      end_talk(c);
+  } while (s->ending && c->talk != NULL && waiting(c) <= s->at_most.waiting_bytes);
   return true;
 }
 
-static void serve_connection(service *s, connection *c, uint32_t events) {
-  touch(s, c);
-  bool there = (events & (EPOLLIN | EPOLLHUP | EPOLLERR)) == 0 || read_in(s, c);
-  if (!there || !write_out(c) || !wait_for(s, c))
+/* False when the connection is over. */
+static bool take_in(service *s, connection *c, uint32_t events) {
+  if ((events & (EPOLLIN | EPOLLHUP | EPOLLERR)) == 0 || read_in(s, c))
+    return true;
+  hang_up(s, c);
+  return false;
+}
+
+/* Only a client that takes answers is active: a byte of a request now and then is not enough. */
+static void give_out(service *s, connection *c) {
+  size_t before = waiting(c);
+  bool there = write_out(c) && wait_for(s, c);
+  if (!there)
     hang_up(s, c);
+  else if (waiting(c) < before && !s->ending)
+    touch(s, c);
 }
 
 static bool take_connection(service *s, int fd) {
@@ -192,27 +209,36 @@ static void set_accepting(service *s, bool accepting) {
 }
 
 static void accept_some(service *s) {
-  for (int i = 0; i < MAX_EVENTS && s->connections < s->at_most.connections; i++) {
+  for (int i = 0; (i < MAX_EVENTS || s->ending) && s->connections < s->at_most.connections;
+       i++) {
     int fd = accept4(s->listener, NULL, NULL, SOCK_NONBLOCK | SOCK_CLOEXEC);
     if (fd == -1) {
       if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
-        log_msg(LOG_WARNING, "no new connections for a while: %s", strerror(errno));
-        s->accept_again = now() + 1;
+        if (now() > s->warned)
+          log_msg(LOG_WARNING, "no new connections for a while: %s", strerror(errno));
+        s->warned = now();
+        s->accept_again = s->warned + 1;
       }
       return;
     }
     setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &(int){1}, sizeof(int)); /* fails on others */
     if (!take_connection(s, fd)) {
-      log_msg(LOG_WARNING, "a connection is refused: out of memory");
+      log_msg(LOG_WARNING, "a connection is refused: %s", strerror(errno));
       close(fd);
     }
   }
 }
 
-static int listen_at(const service *s) {
+static int listen_at(service *s) {
   const char *handed = getenv("LISTEN_FDS"), *pid = getenv("LISTEN_PID");
-  if (handed != NULL && atoi(handed) == 1 && pid != NULL && atol(pid) == (long)getpid())
-    return 3;
+  if (handed != NULL && atoi(handed) == 1 && pid != NULL && atol(pid) == (long)getpid()) {
+    /* A socket that accepts nothing would be ready for ever, and the loop spin. */
+    int accepts = 0;
+    socklen_t size = sizeof accepts;
+    bool good = getsockopt(3, SOL_SOCKET, SO_ACCEPTCONN, &accepts, &size) == 0;
+    errno = good ? EINVAL : errno;
+    return good && accepts ? 3 : -1;
+  }
   struct sockaddr_un path = {.sun_family = AF_UNIX};
   struct sockaddr_in loopback = {.sin_family = AF_INET,
                                  .sin_port = htons((uint16_t)s->port),
@@ -224,15 +250,18 @@ static int listen_at(const service *s) {
   }
   if (local) {
     memcpy(path.sun_path, s->socket_path, strlen(s->socket_path) + 1);
-    unlink(path.sun_path); /* the lock file tells whether somebody uses it */
+    struct stat
+        left; /* by a service that was killed: the lock file tells whether one runs */
+    if (lstat(path.sun_path, &left) == 0 && S_ISSOCK(left.st_mode))
+      unlink(path.sun_path);
   }
   int fd = socket(local ? AF_UNIX : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (fd != -1)
     setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &(int){1}, sizeof(int));
-  if (fd != -1 &&
-      (local ? bind(fd, (struct sockaddr *)&path, sizeof path)
-             : bind(fd, (struct sockaddr *)&loopback, sizeof loopback)) == 0 &&
-      (!local || chmod(path.sun_path, 0666) == 0) && listen(fd, SOMAXCONN) == 0)
+  s->bound =
+      fd != -1 && (local ? bind(fd, (struct sockaddr *)&path, sizeof path)
+                         : bind(fd, (struct sockaddr *)&loopback, sizeof loopback)) == 0;
+  if (s->bound && (!local || chmod(path.sun_path, 0666) == 0) && listen(fd, SOMAXCONN) == 0)
     return fd;
   if (fd != -1)
     close(fd);
@@ -242,61 +271,68 @@ static int listen_at(const service *s) {
 /* ---- The loop ---- */
 
 static void begin_to_end(service *s) {
+  time_t enough = now() + LAST_WORDS_SECONDS;
   s->ending = true;
-  set_accepting(s, false);
+  accept_some(s); /* what has connected may have asked, too */
+  epoll_ctl(s->epoll, EPOLL_CTL_DEL, s->listener, NULL); /* systemd may keep it open */
   close(s->listener);
   s->listener = -1;
   for (size_t left = s->connections; left > 0; left--) {
     connection *c = s->ring.later;
     touch(s, c); /* NOLINT(clang-analyzer-unix.Malloc): the ring holds only what is there */
-    bool there = c->last_words || read_in(s, c);
-    c->last_words = true;
-    if (!there || !write_out(c) || !wait_for(s, c))
-      hang_up(s, c);
+    if (c->talk != NULL && now() <= enough && !take_in(s, c, EPOLLIN))
+      continue;
+    end_talk(c);
+    give_out(s, c);
   }
 }
 
 static void take_signals(service *s) {
   struct signalfd_siginfo info;
+  bool stop = false;
   while (read(s->signals, &info, sizeof info) == (ssize_t)sizeof info) {
     if (info.ssi_signo != SIGHUP)
-      s->ending ? (void)0 : begin_to_end(s);
+      stop = true;
     else if (handler_load(s->rules))
       log_msg(LOG_INFO, "rules read again");
   }
+  if (stop && !s->ending)
+    begin_to_end(s);
 }
 
-/* Ends what has been idle for too long, and tells how many milliseconds may pass until the next
-   has. */
-static int end_idle(service *s) {
-  time_t time = now();
+/* Ends what had been idle for too long at that time. */
+static void end_idle(service *s, time_t time) {
+  time_t allowed = s->ending ? LAST_WORDS_SECONDS : (time_t)s->at_most.idle_seconds;
   for (connection *c = s->ring.later; c != &s->ring; c = s->ring.later) {
-    int allowed = s->ending ? LAST_WORDS_SECONDS : s->at_most.idle_seconds;
     if (time - c->active <= allowed) /* NOLINT(clang-analyzer-unix.Malloc) */
-      return 1000;
+      return;
     hang_up(s, c);
   }
-  return s->accept_again != 0 ? 1000 : -1;
 }
 
 static void run(service *s) {
   struct epoll_event events[MAX_EVENTS];
   while (!s->ending || s->connections > 0) {
-    int timeout = end_idle(s);
-    if (s->ending && s->connections == 0)
-      break;
     if (!s->ending)
       set_accepting(s, s->connections < s->at_most.connections && now() >= s->accept_again);
+    int timeout = s->connections > 0 || s->accept_again != 0 ? 1000 : -1;
     int count = epoll_wait(s->epoll, events, MAX_EVENTS, timeout);
+    time_t heard = now(); /* a round may take long: who spoke up meanwhile is not idle */
     bool signalled = false;
+    int served = 0;
     for (int i = 0; i < count; i++) {
       if (events[i].data.ptr == &s->signals)
         signalled = true; /* last, as it may end connections that have events here */
       else if (events[i].data.ptr == &s->listener)
         accept_some(s);
-      else
-        serve_connection(s, events[i].data.ptr, events[i].events);
+      else if (take_in(s, events[i].data.ptr, events[i].events))
+        events[served++].data.ptr = events[i].data.ptr;
     }
+    /* All answers of a round are written together: a client that waits for several is woken up
+       once, and the code that makes answers stays in the cache. */
+    for (int i = 0; i < served; i++)
+      give_out(s, events[i].data.ptr);
+    end_idle(s, heard);
     if (signalled)
       take_signals(s);
   }
@@ -309,7 +345,9 @@ static bool open_log(const char *name) {
     log_open_stderr();
   else if (strcmp(name, "syslog") == 0)
     log_open_syslog("serve", LOG_PID);
-  else if (log_open_file(name, "a") == NULL) {
+  else if (log_open_file(name, "a") != NULL)
+    setvbuf(log_file, NULL, _IOLBF, BUFSIZ); /* lines do not wait for others */
+  else {
     fprintf(stderr, "serve: %s: %s\n", name, strerror(errno));
     return false;
   }
@@ -348,8 +386,9 @@ static int start(service *s) {
       epoll_ctl(s->epoll, EPOLL_CTL_ADD, s->signals, &on_signal) != 0 ||
       epoll_ctl(s->epoll, EPOLL_CTL_ADD, s->listener, &on_client) != 0)
     return failed("cannot wait");
-  if (s->user != NULL && !process_drop_privilege(s->user))
-    return failed(s->user);
+  if (s->user != NULL &&
+      ((getuid() == 0 && setgroups(0, NULL) != 0) || !process_drop_privilege(s->user)))
+    return failed(s->user); /* without setgroups() root's other groups would stay */
   s->accepting = true;
   log_msg(LOG_INFO, "serving");
   run(s);
@@ -366,7 +405,7 @@ static int usage(FILE *out) {
         "  --max-values N             requests that one read completes (2000)\n"
         "  --max-waiting BYTES        of answers; beyond them nothing is read (262144)\n"
         "  --max-connections N        others wait to be accepted (10240)\n"
-        "  --max-idle SECONDS         without a byte either way (60)\n",
+        "  --max-idle SECONDS         without an answer to take (60)\n",
         out);
   return out == stdout ? EXIT_SUCCESS : EXIT_FAILURE;
 }
@@ -380,80 +419,53 @@ static bool read_number(const char *text, size_t *number) {
 }
 
 int main(int argc, char **argv) {
-  static const struct option options[] = {{"socket", 1, NULL, 's'},
-                                          {"port", 1, NULL, 'p'},
-                                          {"rules", 1, NULL, 'r'},
-                                          {"log", 1, NULL, 'l'},
-                                          {"lock", 1, NULL, 'k'},
-                                          {"user", 1, NULL, 'u'},
-                                          {"max-value", 1, NULL, 'b'},
-                                          {"max-values", 1, NULL, 'v'},
-                                          {"max-waiting", 1, NULL, 'w'},
-                                          {"max-connections", 1, NULL, 'c'},
-                                          {"max-idle", 1, NULL, 'i'},
-                                          {"help", 0, NULL, 'h'},
-                                          {NULL, 0, NULL, 0}};
   service s = {.epoll = -1,
                .listener = -1,
                .signals = -1,
                .lock_fd = -1,
                .at_most = {65536, 2000, 262144, 10240, 60}};
-  s.ring.earlier = s.ring.later = &s.ring;
-  size_t number = 0;
+  static const struct option options[] = {{"socket", 1, NULL, 't'},
+                                          {"rules", 1, NULL, 't'},
+                                          {"log", 1, NULL, 't'},
+                                          {"lock", 1, NULL, 't'},
+                                          {"user", 1, NULL, 't'},
+                                          {"port", 1, NULL, 'n'},
+                                          {"max-value", 1, NULL, 'n'},
+                                          {"max-values", 1, NULL, 'n'},
+                                          {"max-waiting", 1, NULL, 'n'},
+                                          {"max-connections", 1, NULL, 'n'},
+                                          {"max-idle", 1, NULL, 'n'},
+                                          {"help", 0, NULL, 'h'},
+                                          {NULL, 0, NULL, 0}};
+  const char **texts[] = {&s.socket_path, &s.rules, &s.log, &s.lock, &s.user};
+  size_t *numbers[] = {&s.port,
+                       &s.at_most.value_bytes,
+                       &s.at_most.values_at_once,
+                       &s.at_most.waiting_bytes,
+                       &s.at_most.connections,
+                       &s.at_most.idle_seconds};
   bool good = true;
-  for (int option; (option = getopt_long(argc, argv, "", options, NULL)) != -1;)
-    switch (option) {
-    case 's':
-      s.socket_path = optarg;
-      break;
-    case 'p':
-      good = read_number(optarg, &number) && number < 65536 && good;
-      s.port = (int)number;
-      break;
-    case 'r':
-      s.rules = optarg;
-      break;
-    case 'l':
-      s.log = optarg;
-      break;
-    case 'k':
-      s.lock = optarg;
-      break;
-    case 'u':
-      s.user = optarg;
-      break;
-    case 'b':
-      good = read_number(optarg, &s.at_most.value_bytes) && good;
-      break;
-    case 'v':
-      good = read_number(optarg, &s.at_most.values_at_once) && good;
-      break;
-    case 'w':
-      good = read_number(optarg, &s.at_most.waiting_bytes) && good;
-      break;
-    case 'c':
-      good = read_number(optarg, &s.at_most.connections) && good;
-      break;
-    case 'i':
-      good = read_number(optarg, &number) && good;
-      s.at_most.idle_seconds = (int)number;
-      break;
-    case 'h':
+  int index = 0; /* of the option: first come the texts, then the numbers */
+  for (int kind; (kind = getopt_long(argc, argv, "", options, &index)) != -1;)
+    if (kind == 'h')
       return usage(stdout);
-    default:
-      good = false;
-    }
+    else if (kind == 't')
+      *texts[index] = optarg;
+    else
+      good = kind == 'n' && read_number(optarg, numbers[index - 5]) && good;
+  s.ring.earlier = s.ring.later = &s.ring;
   if (!good || optind != argc || s.rules == NULL ||
-      (s.socket_path == NULL) == (s.port == 0))
+      (s.socket_path == NULL) == (s.port == 0) || s.port > 65535)
     return usage(stderr);
   if (!open_log(s.log))
     return EXIT_FAILURE;
   int status = start(&s);
   handler_load(NULL);
   file_unlock(s.lock_fd);
-  for (int *fd = (int[]){s.epoll, s.listener, s.signals, -1}; *fd != -1; fd++)
-    close(*fd);
-  if (s.socket_path != NULL && status == EXIT_SUCCESS)
+  close(s.epoll);
+  close(s.signals);
+  close(s.listener);
+  if (s.socket_path != NULL && s.bound)
     unlink(s.socket_path);
   log_close();
   return status;

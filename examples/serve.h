@@ -22,7 +22,7 @@ typedef struct limits {
   size_t values_at_once; /* that one read() completes */
   size_t waiting_bytes;  /* answers that wait; while there are more nothing is read */
   size_t connections;
-  int idle_seconds;
+  size_t idle_seconds; /* without an answer that the client takes */
 } limits;
 
 /* Reads the rules, at the start and again at SIGHUP. False, with the old ones in force, where

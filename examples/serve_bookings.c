@@ -5,6 +5,7 @@
  */
 #include "serve.h"
 
+#include <errno.h>
 #include <nodetree.h>
 #include <stdlib.h>
 
@@ -121,6 +122,8 @@ static void answer_request(node *request, void *user_data) {
   talk *t = user_data;
   t->pending = 0;
   if (++t->values <= t->at_most->values_at_once && !t->failed) {
+    errno =
+        0; /* a rule or a conversion without memory looks like one that fails otherwise */
     node *answer = node_new_object(), *errors = node_new_array();
     bool done = put(answer, "errors", errors);
     if (done && !node_is_object(request))
@@ -128,7 +131,7 @@ static void answer_request(node *request, void *user_data) {
     else if (done)
       done = check(request, errors) &&
              (node_array_count(errors) != 0 || book(answer, request, errors));
-    t->failed = !done || !send_answer(t, answer);
+    t->failed = !done || errno == ENOMEM || !send_answer(t, answer);
     node_free(answer);
   }
   node_free(request);
@@ -150,14 +153,15 @@ talk *talk_new(output *out, const limits *at_most) {
 bool talk_take(talk *t, const char *bytes, size_t size) {
   t->values = 0;
   t->pending += size;
+  errno = 0;
   bool decoded = node_stream_decode(t->stream, bytes, size);
   const char *wrong = NULL;
-  if (t->failed)
+  if (t->failed || (!decoded && errno == ENOMEM))
     wrong = "out of memory";
   else if (t->values > t->at_most->values_at_once)
     wrong = "too many requests at once";
   else if (!decoded)
-    wrong = "not a message, or out of memory";
+    wrong = "not a message";
   else if (t->pending > t->at_most->value_bytes)
     wrong = "the request is too long";
   if (wrong != NULL)
