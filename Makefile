@@ -9,9 +9,9 @@ FILES ?=
 BENCH_OPTIONS = --benchmark_repetitions=15 --benchmark_enable_random_interleaving=true \
   --benchmark_min_time=0.01 --benchmark_report_aggregates_only=true \
   --benchmark_out=build/bench/results.json
-# `make load`: seconds of each measurement, then the numbers of connections.
-LOAD ?= 5 1 100
-# How long `make soak` keeps up each of its four situations.
+# `make load`: rounds, seconds of each measurement, then the numbers of connections.
+LOAD ?= 5 2 1 100
+# How long `make soak` keeps up each of its five situations.
 SOAK_SECONDS ?= 150
 # How long `make fuzz` runs each target.
 FUZZ_SECONDS ?= 60
@@ -112,12 +112,16 @@ load:
 	cmake --build build/bench -j $(JOBS)
 	python3 bench/load/load.py build/bench $(LOAD)
 
-# The same under attack, with the sanitizers on.
+# The same under attack, with the sanitizers on; without them where memory is short, as they need it.
 soak:
 	$(INSTALL_PACKAGES) $(TEST_PACKAGES)
 	cmake --preset asan
 	cmake --build build/asan -j $(JOBS) --target example_serve
+	cmake --preset release
+	cmake --build build/release -j $(JOBS) --target example_serve
 	python3 tests/serve_test.py build/asan/examples/serve examples/data/booking_rules.json $(SOAK_SECONDS)
+	python3 tests/serve_test.py build/release/examples/serve examples/data/booking_rules.json $(SOAK_SECONDS) \
+	  Serve.test_refuses_what_there_is_no_memory_for
 
 fuzz:
 	$(INSTALL_PACKAGES) $(FUZZ_PACKAGES)
@@ -202,8 +206,8 @@ help:
 	@echo 'make lint       formatting, which folder uses which, abi, docs, clang-tidy; make format'
 	@echo '                formats the sources'
 	@echo 'make bench      benchmarks, as tables and as build/bench/bench.svg; FILES="a.json b.json" adds inputs'
-	@echo 'make load       the example service under load; LOAD="SECONDS CONNECTIONS..."'
-	@echo 'make soak       the example service under attack, 4 times for SOAK_SECONDS=$(SOAK_SECONDS)'
+	@echo 'make load       the example service under load; LOAD="ROUNDS SECONDS CONNECTIONS..."'
+	@echo 'make soak       the example service under attack, 5 times for SOAK_SECONDS=$(SOAK_SECONDS)'
 	@echo 'make fuzz       all fuzz targets, or FUZZ_TARGETS, for FUZZ_SECONDS=$(FUZZ_SECONDS) each; findings in build/fuzz/findings'
 	@echo 'make coverage   which lines and branches of the library the tests reach'
 	@echo 'make install    install into PREFIX=$(PREFIX), below DESTDIR if given; make uninstall'
