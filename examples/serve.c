@@ -209,8 +209,8 @@ static void set_accepting(service *s, bool accepting) {
 }
 
 static void accept_some(service *s) {
-  for (int i = 0; (i < MAX_EVENTS || s->ending) && s->connections < s->at_most.connections;
-       i++) {
+  size_t most = s->ending ? s->at_most.connections : MAX_EVENTS;
+  for (size_t i = 0; i < most && s->connections < s->at_most.connections; i++) {
     int fd = accept4(s->listener, NULL, NULL, SOCK_NONBLOCK | SOCK_CLOEXEC);
     if (fd == -1) {
       if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
@@ -250,8 +250,8 @@ static int listen_at(service *s) {
   }
   if (local) {
     memcpy(path.sun_path, s->socket_path, strlen(s->socket_path) + 1);
-    struct stat
-        left; /* by a service that was killed: the lock file tells whether one runs */
+    /* Left by a service that was killed: the lock file tells whether one runs. */
+    struct stat left;
     if (lstat(path.sun_path, &left) == 0 && S_ISSOCK(left.st_mode))
       unlink(path.sun_path);
   }
@@ -445,6 +445,7 @@ int main(int argc, char **argv) {
                        &s.at_most.connections,
                        &s.at_most.idle_seconds};
   bool good = true;
+  enum { TEXTS = sizeof texts / sizeof *texts };
   int index = 0; /* of the option: first come the texts, then the numbers */
   for (int kind; (kind = getopt_long(argc, argv, "", options, &index)) != -1;)
     if (kind == 'h')
@@ -452,7 +453,7 @@ int main(int argc, char **argv) {
     else if (kind == 't')
       *texts[index] = optarg;
     else
-      good = kind == 'n' && read_number(optarg, numbers[index - 5]) && good;
+      good = kind == 'n' && read_number(optarg, numbers[index - TEXTS]) && good;
   s.ring.earlier = s.ring.later = &s.ring;
   if (!good || optind != argc || s.rules == NULL ||
       (s.socket_path == NULL) == (s.port == 0) || s.port > 65535)
