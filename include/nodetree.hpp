@@ -1,37 +1,35 @@
 /*
- * nodetree for C++17 and later: owners that release by themselves, views, ranges, string
- * views.
+ * nodetree for C++17 and later: owners, borrowed views, ranges and string views, all inline
+ * over <nodetree.h>.
  *
- * A face over <nodetree.h>, all of it inline. A member function is named as the C function
- * without its family (node_get_integer() is get_integer()) and keeps that function's
- * contract; what is said here is only what C++ adds.
+ * A member function has the name of its C function without the family (node_get_integer() is
+ * get_integer()) and keeps that function's contract. The comments here say what C++ adds.
  *
  *  1. Owning. Node, Text, Bytes, StringList, ValueList, StringStream, Mapping, FileLock,
- *     Child and NodeStream own what they hold and release it once. All but the last are
- *     moved, never copied; moved from, they hold nothing. adopt() takes over what a C
- *     function made, release() gives it up, get() lends it.
+ *     Child and NodeStream own what they hold and release it once. All but NodeStream can be
+ *     moved, none can be copied; after a move the source holds nothing. adopt() takes over
+ *     what a C function made, release() gives it up, get() lends it.
  *  2. Borrowing. View, Ref and Strings are plain pointers and are copied freely. They,
- *     string views and ranges last as long as what they point into. A temporary owner
- *     lends nothing that would outlive it: such a line does not compile.
+ *     string views and ranges are valid as long as what they point into. A temporary owner
+ *     lends nothing that would outlive it: code that tries does not compile.
  *  3. Const. View reads; Ref, which is a View, also changes. A const Node or Ref gives Views
  *     and changes nothing. A copy of a const Ref is a Ref again, as with pointers.
- *  4. References. A Node holds one reference to a node and drops just that, wherever the
- *     node stands. share() adds one, detach() takes the node and its container's reference
- *     out.
- *  5. Handing over. A Node that is given away by std::move() is emptied when the call takes
- *     the node; when the call is refused the Node still has it. What can be refused is
+ *  4. References. A Node owns one reference to a node and drops exactly that, whether or not
+ *     the node is in a container. share() adds a reference. detach() takes the node and the
+ *     container's reference out of the container.
+ *  5. Giving away. A Node that is given away by std::move() is emptied when the call takes
+ *     the node. When the call fails the Node keeps it. Calls that can fail are
  *     [[nodiscard]].
- *  6. Nothing. A View, Ref or Node may hold no node. Every question then has an answer
- *     (false, 0, nothing), every lookup finds nothing, every range is empty and every
- *     change is refused or does nothing: `n["a"]["b"].value_or(80)` needs no test.
- *  7. Texts as arguments are C strings, std::string or std::string_view; see CString and
- *     Chars.
- *  8. Exceptions. Nothing here throws, with or without exceptions in the program; only a
- *     std::string that is asked for (str(), value<std::string>()) and an output stream do
- *     what they always do. A callback runs inside C code and must not throw:
- *     std::terminate() is what it meets.
- *  9. Threads. As in C: one thread at a time uses a tree, also to read it, for share() and
- *     eval() count references in it. Distinct trees may be used by distinct threads.
+ *  6. No node. A View, Ref or Node may have no node. Every question then has an answer
+ *     (false, 0 or empty), every lookup gives no node, every range is empty, and every
+ *     change fails or does nothing: `n["a"]["b"].value_or(80)` needs no test.
+ *  7. Text arguments are C strings, std::string or std::string_view; see CString and Chars.
+ *     List arguments may be temporaries; see StringsArg.
+ *  8. Exceptions. Only conversions to std::string (str(), value<std::string>()) and output
+ *     streams can throw. A callback is called from C code and must not throw: that calls
+ *     std::terminate().
+ *  9. Threads. As in C, one thread at a time uses a tree, also to read it, because share()
+ *     and eval() change reference counts. Different threads may use different trees.
  */
 #ifndef NODETREE_HPP
 #define NODETREE_HPP

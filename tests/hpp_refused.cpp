@@ -24,9 +24,13 @@ using namespace nodetree;
   for (View leaf : (*parse_json(text)).leaves()) // refused
     (void)leaf;
   auto first = n.lookup_glob("*").begin(); // refused
+  auto s8 = v.value_or(n.to_json());       // refused
+  auto s9 = n.value_or(n.to_json());       // refused
+  Strings s10 = v.path_sl();               // refused
   for (View one : n.lookup_glob("*"))
     (void)one;
   const std::string kept = n.to_json().str();
+  auto whole = n.clone().value_or(1) + n.clone().value<int>().value_or(1);
   for (auto [key, value] : n.members())
     (void)key, (void)value;
 
@@ -53,19 +57,20 @@ using namespace nodetree;
   (void)n.add("a", std::move(copied));
 
   // What would not be the number that was meant.
-  (void)Node::integer(3.7);   // refused
-  (void)Node::integer(true);  // refused
-  (void)Node::boolean("");    // refused
-  (void)n.add("a", 'x');      // refused
-  (void)n.add("a", 1.0L);     // refused
-  (void)n.add("a", &n);       // refused
-  (void)n.add("a", v);        // refused
-  (void)n["a"].value<char>(); // refused
-  (void)(n == nullptr);       // refused
-  (void)n.add("a", {});       // refused
+  (void)Node::integer(3.7);    // refused
+  (void)Node::integer(true);   // refused
+  (void)Node::boolean("");     // refused
+  (void)n.add("a", 'x');       // refused
+  (void)n.add("a", 1.0L);      // refused
+  (void)n.add("a", &n);        // refused
+  (void)n.add("a", v);         // refused
+  (void)n["a"].value<char>();  // refused
+  (void)(n == nullptr);        // refused
+  (void)(n.path() == nullptr); // refused
+  (void)n.add("a", {});        // refused
   (void)n.add("a", v.clone());
   (void)(n["a"].value_or(1.5) == 2);
   (void)s1, (void)s2, (void)s3, (void)v1, (void)v2, (void)v3, (void)v4, (void)v5;
   (void)s4, (void)s5, (void)first, (void)s6, (void)s7, (void)r1, (void)r2, (void)copy,
-      (void)r;
+      (void)r, (void)s8, (void)s9, (void)s10, (void)whole;
 }

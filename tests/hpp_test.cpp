@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <limits>
 #include <map>
 #include <sstream>
@@ -59,7 +60,7 @@ TEST(Owner, MovesAndReleasesOnce) {
   const Bytes taken = std::move(bytes);
   EXPECT_EQ(bytes.size(), 0U);
   EXPECT_EQ(std::string_view(taken), "abc");
-  EXPECT_TRUE(Text() == "" && !Text());
+  EXPECT_TRUE(Text() == "" && "" == Text() && !Text());
 }
 
 TEST(Owner, ContainersTakeChildrenOverOrLeaveThem) {
@@ -263,7 +264,8 @@ TEST(Values, AreSetInTheirPlace) {
 template <class R>
 constexpr bool is_view = std::ranges::forward_range<R> &&std::ranges::view<R>;
 static_assert(is_view<decltype(View().members())> && is_view<decltype(Ref().elements())> &&
-              is_view<decltype(Ref().leaves())> && is_view<decltype(View().walk())>);
+              is_view<decltype(Ref().leaves())> && is_view<decltype(View().walk())> &&
+              is_view<Strings>);
 #endif
 
 TEST(Texts, OfEveryKindNameTheSame) {
@@ -353,13 +355,22 @@ TEST(Trees, GoToStreamsAndHashes) {
 TEST(System, OwnersGiveBackWhatTheyHold) {
   const std::string file = testing::TempDir() + "nodetree_hpp_system";
   {
-    FileLock lock = FileLock::write(file), moved = std::move(lock);
+    FileLock lock = FileLock::write(file), moved = FileLock::write(file + "2");
+    moved = std::move(lock);
     EXPECT_TRUE(moved && !lock && file_read_is_locked(file.c_str()));
+    EXPECT_FALSE(file_read_is_locked((file + "2").c_str()) ||
+                 std::remove((file + "2").c_str()));
+    const pid_t sharing = fork(); // and so holding the lock, until it is released
+    if (sharing == 0)
+      pause();
+    moved.unlock();
+    EXPECT_FALSE(file_read_is_locked(file.c_str()) || kill(sharing, SIGKILL));
+    EXPECT_EQ(process_wait(sharing), -SIGKILL);
   }
   EXPECT_FALSE(file_read_is_locked(file.c_str()) || Mapping(file));
   EXPECT_TRUE(file_write_string(file.c_str(), "mapped"));
-  Mapping mapping(file);
-  const Mapping moved = std::move(mapping);
+  Mapping mapping(file), moved(file);
+  moved = std::move(mapping);
   EXPECT_EQ(std::string_view(moved), "mapped");
   EXPECT_FALSE(mapping || std::remove(file.c_str()));
 

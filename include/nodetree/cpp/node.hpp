@@ -8,8 +8,8 @@
 
 namespace nodetree {
 
-/// @cond What a Node lends has to end before the Node: a temporary lends nothing. A const
-/// Node lends Views, another one Refs.
+/// @cond What a Node lends must not outlive it, so temporaries lend nothing. A const Node
+/// lends Views, any other Refs.
 #define NODETREE_LENDS_VIEW(name)                                                          \
   template <class... Args>                                                                 \
   auto name(Args &&...args) const &noexcept NODETREE_LIFETIMEBOUND {                       \
@@ -26,26 +26,27 @@ namespace nodetree {
 
 /// @endcond
 
-/// Owns one reference to a node; releasing it is node_unref(). Reads and finds what View
-/// does and, unless const, changes what Ref does; a temporary neither lends nor finds.
+/// Owns one reference to a node and drops it by node_unref(). Reads and looks up as View does
+/// and, unless const, changes as Ref does. A temporary lends nothing: lookups, ranges and
+/// borrowed texts are deleted for it.
 class Node : public detail::Owner<Node, ::node *>,
              public Asking<Node, Node>,
              public Changing<Node, Node, Ref> {
 public:
   Node() noexcept = default;
-  /// An object: `Node config{{"port", 8080}, {"tags", {1, 2}}};`. Empty, as all below, when
-  /// memory runs out or a value is none; see Value.
+  /// An object: `Node config{{"port", 8080}, {"tags", {1, 2}}};`. Holds no node on failure;
+  /// see Value.
   Node(std::initializer_list<Entry> members) noexcept : Node(object(members)) {}
 
-  /// @name Making nodes: new roots; empty when memory runs out.
+  /// @name Making nodes. New roots; no node when memory runs out.
   /// @{
   /// A null.
   static Node null() noexcept { return adopt(::node_new_null()); }
-  /// Of anything that Value is made of: `Node::of({1, "two", nullptr})`.
+  /// A node of any Value: `Node::of({1, "two", nullptr})`. No node where that is none.
   static Node of(const Value &value) noexcept { return adopt(value.take()); }
   /// An object without members.
   static Node object() noexcept { return adopt(::node_new_object()); }
-  /// With these members.
+  /// An object with these members. No node when one of them cannot be made or added.
   static Node object(std::initializer_list<Entry> members) noexcept {
     Node object = Node::object();
     for (const Entry &member : members)
@@ -55,18 +56,18 @@ public:
   }
   /// An array without elements.
   static Node array() noexcept { return adopt(::node_new_array()); }
-  /// With these elements.
+  /// An array of these elements. No node when one of them cannot be made.
   static Node array(std::initializer_list<Value> elements) noexcept {
     return adopt(Value::array(elements).release());
   }
-  /// Empty also for a number above INT64_MAX; other types than integers do not compile.
+  /// An integer. No node for a number above INT64_MAX. Other types do not compile.
   template <class T, std::enable_if_t<detail::is_integer<T>, int> = 0>
   static Node integer(T value) noexcept {
     return of(value);
   }
   template <class T, std::enable_if_t<!detail::is_integer<T>, int> = 0>
   static Node integer(T) = delete;
-  /// From an integer where it is exact, otherwise empty.
+  /// A real. No node for an integer that a double cannot hold exactly.
   template <class T, std::enable_if_t<detail::is_real<T> || detail::is_integer<T>, int> = 0>
   static Node real(T value) noexcept {
     const double real = static_cast<double>(value);
@@ -78,31 +79,31 @@ public:
   template <class T,
             std::enable_if_t<!detail::is_real<T> && !detail::is_integer<T>, int> = 0>
   static Node real(T) = delete;
-  /// Of a bool alone: pointers and numbers do not compile.
+  /// A boolean. Other types, pointers included, do not compile.
   static Node boolean(bool value) noexcept { return adopt(::node_new_boolean(value)); }
   template <class T, std::enable_if_t<!std::is_same_v<T, bool>, int> = 0>
   static Node boolean(T) = delete;
-  /// A copy of the text; empty also for a NULL and a text with a NUL inside.
+  /// A string with a copy of the text. No node for NULL and for a text with a NUL inside.
   static Node string(Chars text) noexcept {
     return adopt(text.is_text() ? ::node_new_stringn(text.data(), text.size()) : nullptr);
   }
-  /// A copy of the path.
-  static Node link(Strings path) noexcept { return adopt(::node_new_link(path.get())); }
+  /// A link with a copy of the path.
+  static Node link(StringsArg path) noexcept { return adopt(::node_new_link(path.get())); }
 
   /// @}
-  /// @name Reading texts
-  /// Empty on failure; parse_json(), read_json() and parse_msgpack() also say why.
+  /// @name Decoding. No node on failure; parse_json(), read_json() and parse_msgpack() also
+  /// tell the reason. O(n).
   /// @{
-  /// The tree of the one JSON value in the text.
+  /// json_parse_buffer(): the tree of the one JSON value in the text.
   static Node from_json(Chars text) noexcept {
     return adopt(::json_parse_buffer(text.data(), text.size()));
   }
-  /// The tree of the one JSON value in the file.
+  /// json_parse_filename(): the tree of the one JSON value in the file.
   static Node read_json(const CString &path) noexcept {
     return adopt(path.get() ? ::json_parse_filename(path.get()) : nullptr);
   }
-  /// The tree of the first message; `*used` becomes what msgpack_decode() leaves in
-  /// `*size`.
+  /// msgpack_decode(): the tree of the first message. `*used` is set to what
+  /// msgpack_decode() leaves in `*size`.
   static Node from_msgpack(Chars bytes, std::size_t *used = nullptr) noexcept {
     std::size_t size = bytes.size();
     Node n = adopt(::msgpack_decode(bytes.data(), &size));
@@ -112,43 +113,57 @@ public:
   }
 
   /// @}
-  /// The node, borrowed, for calls in C; null when there is none.
+  /// The node, borrowed, for calls in C; null without a node.
   ::node *get() noexcept NODETREE_LIFETIMEBOUND { return Owner::get(); }
   const ::node *get() const noexcept NODETREE_LIFETIMEBOUND { return Owner::get(); }
 
-  /// @name As View and Ref have them, deleted for temporaries
-  /// So are get_string(), c_str(), get_link_path(), key(), parent(), root(), get_child(),
-  /// lookup(), follow_link(), lookup_glob() and their kin, members(), elements(),
-  /// children(), leaves() and walk().
+  /// @name As View and Ref have them
+  /// Deleted for temporaries where the result borrows from the node. The same holds for
+  /// get_string(), c_str(), get_link_path(), key(), parent(), root(), get_child(), all
+  /// lookups, follow_link(), try_follow_link(), members(), elements(), children(), leaves()
+  /// and walk().
   /// @{
-  template <class T>
-  [[nodiscard]] std::optional<T>
-  value() const &noexcept(!std::is_same_v<T, std::string>) NODETREE_LIFETIMEBOUND {
+  /// View::value().
+  template <class T, std::enable_if_t<!detail::is_borrowed<T>, int> = 0>
+  [[nodiscard]] std::optional<T> value() const noexcept(!std::is_same_v<T, std::string>) {
     return detail::read<T>(get());
   }
-  template <class T>
+  /// The same for a borrowed text.
+  template <class T, detail::if_borrowed<T> = 0>
+  [[nodiscard]] std::optional<T> value() const &noexcept NODETREE_LIFETIMEBOUND {
+    return detail::read<T>(get());
+  }
+  template <class T, detail::if_borrowed<T> = 0>
   std::optional<T> value() const && = delete;
-  /// value<T>() or else what is given; see View::value_or().
-  template <class T>
-  [[nodiscard]] auto value_or(const T &otherwise NODETREE_LIFETIMEBOUND) const &noexcept(
-      !std::is_same_v<T, std::string>) NODETREE_LIFETIMEBOUND {
+  /// View::value_or().
+  template <class T, detail::if_copied<T> = 0>
+  [[nodiscard]] T value_or(const T &otherwise) const
+      noexcept(!std::is_same_v<T, std::string>) {
     return view().value_or(otherwise);
   }
-  template <class T>
+  /// The same for a borrowed text.
+  template <class T, detail::if_borrowed<T> = 0>
+  [[nodiscard]] std::string_view value_or(
+      const T &otherwise NODETREE_LIFETIMEBOUND) const &noexcept NODETREE_LIFETIMEBOUND {
+    return view().value_or(otherwise);
+  }
+  template <class T, detail::if_borrowed<T> = 0>
   void value_or(const T &) const && = delete;
-  /// The member with exactly this key.
+  template <class T, detail::if_owning<T> = 0>
+  void value_or(const T &&) const & = delete;
+  /// The member with exactly this key. O(log n).
   View operator[](const CString &key) const &noexcept NODETREE_LIFETIMEBOUND {
     return view()[key];
   }
-  /// The same, to be changed.
+  /// The same, as a Ref.
   Ref operator[](const CString &key) &noexcept NODETREE_LIFETIMEBOUND { return ref()[key]; }
   void operator[](const CString &) const && = delete;
-  /// The element at this position; none at a negative one.
+  /// The element at this position; no node at a negative one. O(n).
   template <class I, class = std::enable_if_t<detail::is_integer<I>>>
   View operator[](I index) const &noexcept NODETREE_LIFETIMEBOUND {
     return view()[index];
   }
-  /// The same, to be changed.
+  /// The same, as a Ref.
   template <class I, class = std::enable_if_t<detail::is_integer<I>>>
   Ref operator[](I index) &noexcept NODETREE_LIFETIMEBOUND {
     return ref()[index];
@@ -176,12 +191,12 @@ public:
   NODETREE_LENDS(leaves)
   NODETREE_LENDS(walk)
   /// @endcond
-  /// node_lookup_create(): what is missing on the way is made.
+  /// node_lookup_create(): makes the objects that are missing on the way.
   Ref lookup_create(const CString &path) &noexcept NODETREE_LIFETIMEBOUND {
     return ref().lookup_create(path);
   }
-  /// The same of a path as a list of segments.
-  Ref lookup_create_sl(Strings path) &noexcept NODETREE_LIFETIMEBOUND {
+  /// The same for a path as a list of segments.
+  Ref lookup_create_sl(StringsArg path) &noexcept NODETREE_LIFETIMEBOUND {
     return ref().lookup_create_sl(path);
   }
   /// @}

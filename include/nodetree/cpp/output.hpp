@@ -1,7 +1,7 @@
 /*
- * Nodes and texts for streams, std::format and std::hash. A node is hashed by its value, as
- * `==` compares it, in O(n), and formatted as compact JSON, nothing as "". Part of
- * <nodetree.hpp>, which says what holds for all of it.
+ * Output streams, std::format and std::hash for nodes and texts. A node is hashed by its
+ * value, as `==` compares it, in O(n), and formatted as compact JSON. Without a node or a
+ * text nothing is written. Part of <nodetree.hpp>, which says what holds for all of it.
  */
 #ifndef NODETREE_CPP_OUTPUT_HPP
 #define NODETREE_CPP_OUTPUT_HPP
@@ -16,8 +16,8 @@
 
 namespace nodetree {
 
-/// Writes the node as compact JSON; nothing for nothing. One that has no JSON form sets
-/// failbit. What the stream itself throws is the stream's.
+/// Writes the node as compact JSON. A node without a JSON form sets failbit, as does a lack
+/// of memory.
 template <class Traits, class N, std::enable_if_t<detail::is_node<N>, int> = 0>
 std::basic_ostream<char, Traits> &operator<<(std::basic_ostream<char, Traits> &out,
                                              const N &n) {
@@ -29,7 +29,7 @@ std::basic_ostream<char, Traits> &operator<<(std::basic_ostream<char, Traits> &o
   return out;
 }
 
-/// Writes the text; nothing for nothing.
+/// Writes the text.
 template <class Traits>
 std::basic_ostream<char, Traits> &operator<<(std::basic_ostream<char, Traits> &out,
                                              const Text &text) {
@@ -38,7 +38,7 @@ std::basic_ostream<char, Traits> &operator<<(std::basic_ostream<char, Traits> &o
 
 namespace detail {
 
-/// A hash of what equals() compares: the same for members in any order. O(n).
+/// A hash of what equals() compares; the order of members does not count. O(n).
 inline std::size_t hash(View top) noexcept {
   constexpr std::hash<std::string_view> of_text;
   const auto name = [&](View v) {
@@ -71,7 +71,7 @@ inline std::size_t hash(View top) noexcept {
 }
 
 #if defined(__cpp_lib_format)
-/// Nodes as compact JSON and texts, with the specifications of strings.
+/// Nodes as compact JSON, and texts, with the format specifications of strings.
 template <class T>
 struct Formatter : std::formatter<std::string_view, char> {
   template <class Context>
@@ -92,7 +92,7 @@ struct Formatter : std::formatter<std::string_view, char> {
 } // namespace detail
 } // namespace nodetree
 
-/// @cond Of the value, as `==` compares it; it changes with the node. O(n).
+/// @cond
 template <>
 struct std::hash<nodetree::View> {
   std::size_t operator()(nodetree::View n) const noexcept {

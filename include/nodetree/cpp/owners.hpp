@@ -14,8 +14,8 @@
 #include <type_traits>
 #include <utility>
 
-/// Marks what must not outlive the object or argument that it stands behind; compilers that
-/// know the mark warn.
+/// Marks an object or argument that the result must not outlive. Compilers that know the
+/// mark warn.
 #if defined(__has_cpp_attribute)
 #if __has_cpp_attribute(clang::lifetimebound)
 #define NODETREE_LIFETIMEBOUND [[clang::lifetimebound]]
@@ -27,7 +27,7 @@
 
 namespace nodetree {
 
-/// What the public classes are made of; not to be named by users.
+/// The parts of the public classes, not for use by programs.
 namespace detail {
 
 inline void dispose(::node *n) noexcept {
@@ -50,7 +50,7 @@ inline std::string_view view(const char *text) noexcept {
   return text ? std::string_view(text) : std::string_view();
 }
 
-/// The one owner of a C object.
+/// Owns a C object; the base of all owners.
 template <class Self, class Raw>
 class Owner {
 public:
@@ -67,13 +67,13 @@ public:
       dispose(raw_);
   }
 
-  /// Takes over what the caller owned; null makes an empty owner.
+  /// Takes an object over from the caller. Null makes an owner that holds nothing.
   [[nodiscard]] static Self adopt(Raw raw) noexcept {
     Self owner;
     static_cast<Owner &>(owner).raw_ = raw;
     return owner;
   }
-  /// Gives the object up to the caller, who releases it; nothing is held afterwards.
+  /// Gives the object up to the caller, who releases it. The owner then holds nothing.
   [[nodiscard]] Raw release() noexcept { return std::exchange(raw_, nullptr); }
   /// Releases the object now.
   void reset() noexcept { *this = Owner(); }
@@ -88,73 +88,68 @@ private:
 
 } // namespace detail
 
-/// Owns a text that the library made (or any from malloc()). A text that could not be made
-/// is nothing: false, and "" wherever it is read. The view of a temporary Text does not
-/// compile: keep the Text, or take str().
+/// Owns a text from malloc(), as the library makes them. A Text without one is false and
+/// reads as "". A view of a temporary Text does not compile: keep the Text, or copy it with
+/// str().
 class Text : public detail::Owner<Text, char *> {
 public:
-  /// The text, borrowed; null when there is none.
+  /// The text, borrowed; null without one.
   const char *c_str() const noexcept NODETREE_LIFETIMEBOUND { return get(); }
-  /// The text, borrowed. O(n), as is size().
+  /// The text, borrowed. Deleted for temporaries. O(n).
   operator std::string_view() const &noexcept NODETREE_LIFETIMEBOUND {
     return detail::view(get());
   }
   operator std::string_view() const && = delete;
-  /// A copy, made by std::string, which may throw what it throws.
+  /// A copy, which may throw std::bad_alloc.
   std::string str() const { return std::string(detail::view(get())); }
-  /// The length in bytes.
+  /// The length in bytes. O(n).
   std::size_t size() const noexcept { return detail::view(get()).size(); }
-  /// Whether there is no text, or one without a byte.
+  /// Whether there is no text or an empty one.
   bool empty() const noexcept { return ::string_empty(get()); }
 };
 
-/// Compares the bytes; nothing is as "".
-inline bool operator==(const Text &a, std::string_view b) noexcept {
-  return detail::view(a.c_str()) == b;
-}
-/// Not `==`.
-inline bool operator!=(const Text &a, std::string_view b) noexcept {
-  return !(a == b);
-}
-/// Compares the bytes of both.
-inline bool operator==(const Text &a, const Text &b) noexcept {
-  return a == detail::view(b.c_str());
-}
-/// Not `==`.
-inline bool operator!=(const Text &a, const Text &b) noexcept {
-  return !(a == b);
-}
-
-/// Owns a buffer of bytes from malloc(), which may hold NULs.
+/// Owns a buffer from malloc(), which may contain NULs.
 class Bytes : public detail::Owner<Bytes, char *> {
 public:
-  /// Takes `size` bytes over.
+  /// Takes over a buffer of `size` bytes.
   [[nodiscard]] static Bytes adopt(char *data, std::size_t size) noexcept {
     Bytes bytes = Owner::adopt(data);
     bytes.size_ = size;
     return bytes;
   }
-  /// The bytes, borrowed; null when there are none.
+  /// The bytes, borrowed; null without a buffer.
   const char *data() const noexcept NODETREE_LIFETIMEBOUND { return get(); }
-  /// How many there are.
+  /// The number of bytes.
   std::size_t size() const noexcept { return get() ? size_ : 0; }
-  /// The bytes, borrowed; not of a temporary.
+  /// The bytes, borrowed. Deleted for temporaries.
   operator std::string_view() const &noexcept NODETREE_LIFETIMEBOUND {
     return {get(), size()};
   }
   operator std::string_view() const && = delete;
-  /// A copy, made by std::string, which may throw what it throws.
+  /// A copy, which may throw std::bad_alloc.
   std::string str() const { return get() ? std::string(get(), size_) : std::string(); }
 
 private:
   std::size_t size_ = 0;
 };
 
-/// Bytes as an argument, for the call: a C string (NULL for none), or anything else that a
-/// std::string_view can be made of.
+namespace detail {
+
+/// Anything that converts to std::string_view, without the null pointer constant.
+template <class T>
+inline constexpr bool is_text = std::is_convertible_v<const T &, std::string_view> &&
+                                !std::is_same_v<T, std::nullptr_t>;
+template <class T>
+using if_other_text = std::enable_if_t<is_text<T> && !std::is_same_v<T, Text>, int>;
+
+} // namespace detail
+
+/// Bytes as an argument, for the call: a C string, which may be NULL, or anything that
+/// converts to std::string_view. A char array counts as a C string and ends at its first
+/// NUL; bytes that may contain NULs are passed as std::string_view(bytes, size).
 class Chars {
 public:
-  /// A C string, NULL for none.
+  /// A C string; NULL is no text.
   Chars(const char *text) noexcept : view_(detail::view(text)), null_(!text) {}
   /// Any other text or run of bytes.
   template <class T,
@@ -165,9 +160,9 @@ public:
   std::string_view view() const noexcept { return view_; }
   /// Never null.
   const char *data() const noexcept { return view_.empty() ? "" : view_.data(); }
-  /// How many there are.
+  /// The number of bytes.
   std::size_t size() const noexcept { return view_.size(); }
-  /// Whether this is a C string: not NULL and without a NUL among the bytes.
+  /// Whether this is a text: not NULL and without a NUL among the bytes. O(n).
   bool is_text() const noexcept {
     return !null_ && (view_.empty() || !std::memchr(view_.data(), '\0', view_.size()));
   }
@@ -177,14 +172,13 @@ private:
   bool null_ = false;
 };
 
-/// A text as an argument: a C string or a std::string as it stands, any other string view
-/// copied to end it with a NUL, up to 127 bytes without an allocation. A NULL, a Text that
-/// is nothing, a text with a NUL inside and one for which there is no memory name nothing:
-/// the call then finds nothing or fails. Lives for the call.
+/// A C string as an argument, for the call. C strings, std::string and Text are passed on;
+/// other string views are copied to add the final NUL, without an allocation up to 127
+/// bytes. NULL, a Text without a text, a text with a NUL inside, and any text when memory
+/// runs out name nothing: the call then finds nothing or fails.
 class CString {
 public:
   CString(const char *text) noexcept : text_(text) {}
-  /// The text, which names nothing where there is none.
   CString(const Text &text) noexcept : text_(text.c_str()) {}
   template <class T,
             class = std::enable_if_t<std::is_convertible_v<const T &, std::string_view> &&
@@ -224,6 +218,35 @@ private:
   char *heap_ = nullptr;
   char room_[128];
 };
+
+/// Compares the bytes. A Text without a text and a NULL C string count as "".
+inline bool operator==(const Text &a, const Text &b) noexcept {
+  return detail::view(a.c_str()) == detail::view(b.c_str());
+}
+/// The same for any other text.
+template <class T, detail::if_other_text<T> = 0>
+bool operator==(const Text &a, const T &b) noexcept {
+  return detail::view(a.c_str()) == Chars(b).view();
+}
+/// The same, written the other way round.
+template <class T, detail::if_other_text<T> = 0>
+bool operator==(const T &a, const Text &b) noexcept {
+  return b == a;
+}
+/// Not `==`.
+inline bool operator!=(const Text &a, const Text &b) noexcept {
+  return !(a == b);
+}
+/// Not `==`.
+template <class T, detail::if_other_text<T> = 0>
+bool operator!=(const Text &a, const T &b) noexcept {
+  return !(a == b);
+}
+/// Not `==`.
+template <class T, detail::if_other_text<T> = 0>
+bool operator!=(const T &a, const Text &b) noexcept {
+  return !(b == a);
+}
 
 } // namespace nodetree
 

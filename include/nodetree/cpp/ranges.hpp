@@ -1,6 +1,6 @@
 /*
- * What iterates: one iterator for every list and tree, and the ranges over trees. Part of
- * <nodetree.hpp>, which says what holds for all of it.
+ * The iterator over lists and trees, and the ranges over trees. Part of <nodetree.hpp>, which
+ * says what holds for all of it.
  */
 #ifndef NODETREE_CPP_RANGES_HPP
 #define NODETREE_CPP_RANGES_HPP
@@ -8,25 +8,24 @@
 #include <iterator>
 #include <nodetree/cpp/owners.hpp>
 #if defined(__cpp_lib_ranges) &&                                                           \
-    !defined(__GLIBCXX__) // there <iterator> has what is needed
+    !defined(__GLIBCXX__) // libstdc++ has what is needed in <iterator>
 #include <ranges>
 #endif
 
 namespace nodetree {
 namespace detail {
 
-/// What `->` on an iterator leads to, which is made on the way.
+/// What `->` on an iterator returns: it holds the value that was made for the call.
 template <class T>
 struct Arrow {
   T value;
   T *operator->() noexcept { return &value; }
 };
 
-/// Goes from one place to the next as Step finds them; a null place is the end. The next
-/// one is found before this one is handed out, so that this one may be taken out of its
-/// container. A forward iterator to C++20; to C++17 an input iterator, because what it
-/// points to is made on the way.
-template <class Step>
+/// The one iterator. A Cursor says where it stands: value(), advance() and same(); a default
+/// one is the end. A forward iterator in C++20. In C++17 an input iterator, because its
+/// values are made on the way.
+template <class Cursor>
 class Iterator {
 public:
   using iterator_category = std::input_iterator_tag;
@@ -34,24 +33,21 @@ public:
   using iterator_concept = std::forward_iterator_tag;
 #endif
   using difference_type = std::ptrdiff_t;
-  using value_type = decltype(Step::value(nullptr));
+  using value_type = decltype(std::declval<const Cursor &>().value());
   using reference = value_type;
   using pointer = Arrow<value_type>;
-  using Top = typename Step::Top;
 
   Iterator() noexcept = default;
-  explicit Iterator(Top top) noexcept : top_(top), next_(top ? Step::first(top) : nullptr) {
-    ++*this;
-  }
+  template <class Top>
+  explicit Iterator(Top *top) noexcept : cursor_(top) {}
   value_type operator*() const noexcept {
-    return Step::value(at_);
+    return cursor_.value();
   }
   pointer operator->() const noexcept {
     return {**this};
   }
   Iterator &operator++() noexcept {
-    at_ = next_;
-    next_ = at_ ? Step::next(top_, at_) : nullptr;
+    cursor_.advance();
     return *this;
   }
   Iterator operator++(int) noexcept {
@@ -60,11 +56,33 @@ public:
     return before;
   }
   friend bool operator==(const Iterator &a, const Iterator &b) noexcept {
-    return a.at_ == b.at_;
+    return a.cursor_.same(b.cursor_);
   }
   friend bool operator!=(const Iterator &a, const Iterator &b) noexcept {
-    return a.at_ != b.at_;
+    return !(a == b);
   }
+
+private:
+  Cursor cursor_;
+};
+
+/// Goes from one place to the next as Step finds them; a null place is the end. The next
+/// place is found before this one is handed out, so this one may be taken out of its
+/// container.
+template <class Step>
+class Ahead {
+public:
+  using Top = typename Step::Top;
+  Ahead() noexcept = default;
+  explicit Ahead(Top top) noexcept : top_(top), next_(top ? Step::first(top) : nullptr) {
+    advance();
+  }
+  auto value() const noexcept { return Step::value(at_); }
+  void advance() noexcept {
+    at_ = next_;
+    next_ = at_ ? Step::next(top_, at_) : nullptr;
+  }
+  bool same(const Ahead &other) const noexcept { return at_ == other.at_; }
 
 private:
   Top top_{}, at_{}, next_{};
@@ -72,7 +90,9 @@ private:
 
 } // namespace detail
 
-/// A member of an object, borrowed: Handle is View or Ref.
+/// A member of an object, borrowed: Handle is View or Ref. Ranges make their members on the
+/// way, so take them by value. A std::views::transform(&Member<View>::key) would return a
+/// reference into a member that is gone; use a lambda.
 template <class Handle>
 struct Member {
   std::string_view key; ///< ends with a NUL
@@ -82,9 +102,9 @@ struct Member {
 /// A stop of a walk through a tree: Handle is View or Ref.
 template <class Handle>
 struct Visit {
-  Handle node;       ///< where the walk is
-  bool entering;     ///< false when a container is left, after its children
-  std::size_t depth; ///< 0 where the walk began
+  Handle node;       ///< the node, borrowed
+  bool entering;     ///< false when the walk leaves a container, after its children
+  std::size_t depth; ///< levels below the node where the walk began
 };
 
 namespace detail {
@@ -113,7 +133,7 @@ struct MemberStep : ChildStep<Handle> {
   static Member<Handle> value(::node *at) noexcept { return {view(at->key), Handle(at)}; }
 };
 
-/// Nodes without children; never leaves the tree below top, so that each step costs the
+/// Nodes without children. Never leaves the tree below top, so a step costs no more than the
 /// levels that it passes.
 template <class Handle>
 struct LeafStep : ChildStep<Handle> {
@@ -132,26 +152,12 @@ struct LeafStep : ChildStep<Handle> {
 
 /// Every node, and containers again after their children.
 template <class Handle>
-class WalkIterator {
+class WalkCursor {
 public:
-  using iterator_category = std::input_iterator_tag;
-#if defined(__cpp_lib_ranges)
-  using iterator_concept = std::forward_iterator_tag;
-#endif
-  using difference_type = std::ptrdiff_t;
-  using value_type = Visit<Handle>;
-  using reference = value_type;
-  using pointer = Arrow<value_type>;
-
-  WalkIterator() noexcept = default;
-  explicit WalkIterator(::node *top) noexcept : top_(top), at_(top) {}
-  value_type operator*() const noexcept {
-    return {Handle(at_), entering_, depth_};
-  }
-  pointer operator->() const noexcept {
-    return {**this};
-  }
-  WalkIterator &operator++() noexcept {
+  WalkCursor() noexcept = default;
+  explicit WalkCursor(::node *top) noexcept : top_(top), at_(top) {}
+  Visit<Handle> value() const noexcept { return {Handle(at_), entering_, depth_}; }
+  void advance() noexcept {
     ::node *child = entering_ ? ChildStep<Handle>::first(at_) : nullptr;
     if (child) {
       at_ = child;
@@ -159,7 +165,7 @@ public:
     } else if (entering_ && ::node_is_container(at_)) {
       entering_ = false;
     } else if (at_ == top_) {
-      *this = WalkIterator();
+      *this = WalkCursor();
     } else if (::node *sibling = ::node_container_next(at_->parent, at_)) {
       at_ = sibling;
       entering_ = true;
@@ -168,18 +174,9 @@ public:
       entering_ = false;
       --depth_;
     }
-    return *this;
   }
-  WalkIterator operator++(int) noexcept {
-    WalkIterator before = *this;
-    ++*this;
-    return before;
-  }
-  friend bool operator==(const WalkIterator &a, const WalkIterator &b) noexcept {
-    return a.at_ == b.at_ && a.entering_ == b.entering_;
-  }
-  friend bool operator!=(const WalkIterator &a, const WalkIterator &b) noexcept {
-    return !(a == b);
+  bool same(const WalkCursor &other) const noexcept {
+    return at_ == other.at_ && entering_ == other.entering_;
   }
 
 private:
@@ -188,11 +185,11 @@ private:
   bool entering_ = true;
 };
 
-/// From the first place in a tree to the end; a view to std::ranges, and its iterators
-/// outlive it.
-template <class I>
+/// The places below a node. A view to std::ranges; its iterators outlive it.
+template <class Cursor>
 class Range {
 public:
+  using I = Iterator<Cursor>;
   Range() noexcept = default;
   explicit Range(::node *top) noexcept : top_(top) {}
   I begin() const noexcept { return I(top_); }
@@ -204,24 +201,25 @@ private:
 };
 
 template <class Handle>
-using Children = Range<Iterator<ChildStep<Handle>>>;
+using Children = Range<Ahead<ChildStep<Handle>>>;
 template <class Handle>
-using Elements = Range<Iterator<ElementStep<Handle>>>;
+using Elements = Range<Ahead<ElementStep<Handle>>>;
 template <class Handle>
-using Members = Range<Iterator<MemberStep<Handle>>>;
+using Members = Range<Ahead<MemberStep<Handle>>>;
 template <class Handle>
-using Leaves = Range<Iterator<LeafStep<Handle>>>;
+using Leaves = Range<Ahead<LeafStep<Handle>>>;
 template <class Handle>
-using Walk = Range<WalkIterator<Handle>>;
+using Walk = Range<WalkCursor<Handle>>;
 
 } // namespace detail
 } // namespace nodetree
 
 #if defined(__cpp_lib_ranges)
-template <class I>
-inline constexpr bool std::ranges::enable_view<nodetree::detail::Range<I>> = true;
-template <class I>
-inline constexpr bool std::ranges::enable_borrowed_range<nodetree::detail::Range<I>> = true;
+template <class Cursor>
+inline constexpr bool std::ranges::enable_view<nodetree::detail::Range<Cursor>> = true;
+template <class Cursor>
+inline constexpr bool std::ranges::enable_borrowed_range<nodetree::detail::Range<Cursor>> =
+    true;
 #endif
 
 #endif

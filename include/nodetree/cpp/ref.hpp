@@ -1,5 +1,5 @@
 /*
- * What changes a node, and Ref, which changes a borrowed one. Part of <nodetree.hpp>, which
+ * Changing a node, and Ref, which borrows one to change it. Part of <nodetree.hpp>, which
  * says what holds for all of it.
  */
 #ifndef NODETREE_CPP_REF_HPP
@@ -11,23 +11,22 @@ namespace nodetree {
 
 class Ref;
 
-/// The changes: Ref and a Node that is not const have them all. Where something can refuse,
-/// the result says so and must be looked at: false, with the tree unchanged and a Node that
-/// was to be given away still with its owner. What is to be changed may be nothing, which
-/// refuses everything.
+/// Changes, for Ref and for a Node that is not const. A change that can fail returns a bool
+/// that must not be ignored. False: the tree is unchanged, and a Node that was to be given
+/// away still has its node. Without a node to change every change fails or does nothing.
 template <class Self, class Node, class Ref>
 class Changing {
 public:
   /// @name References.
   /// @{
-  /// Another owner of the same node, which lives until both are gone.
+  /// node_ref(): another owner of the same node.
   Node share() noexcept {
     ::node_ref(target());
     return Node::adopt(target());
   }
-  /// Takes the node out of its container and gives the container's reference to the caller;
-  /// an unused result releases it. Empty for a root, to which nothing happens, and for
-  /// nothing.
+  /// node_detach(): takes the node out of its container. The result owns the container's
+  /// reference; ignoring it releases the node. For a root, does nothing and gives no node.
+  /// O(log n) in an object's members.
   Node detach() noexcept {
     if (!target() || !::node_parent(target()))
       return Node();
@@ -38,59 +37,63 @@ public:
   /// @}
   /// @name The value of this node.
   /// @{
-  /// Gives the node another value where it stands: key, place, owners and views of it stay,
-  /// children are released. Refused where the value would have to hold itself, or stands in
-  /// a container. A Node that is shared is left null to the others. O(n) in both.
+  /// Replaces the value of the node, which keeps its key, place and owners; its children are
+  /// released. Fails for a Node that stands in a container, is this node or contains it. If
+  /// the Node has other owners, they are left with a null node when it was a container or a
+  /// string. O(n) in both.
   [[nodiscard]] bool assign(const Value &value) noexcept {
     return settable(value) && put(target(), value);
   }
-  /// node_clear(): the node becomes null where it stands.
+  /// node_clear(): makes the node null in its place. O(n).
   void set_null() noexcept {
     if (target())
       ::node_clear(target());
   }
-  /// Folds `source` into this node, out of its own container: true; see node_merge().
-  /// Refused when either is nothing or one lies inside the other. O(depth) on top.
+  /// node_merge(): takes `source` out of its container and folds it into this node. Fails
+  /// when either has no node, they are the same, or one lies inside the other.
+  /// O(n log n) in the source and the depths.
   [[nodiscard]] bool merge(Node &&source) noexcept {
     if (!target() || !source || !::node_iterate_end(target(), source.get()) ||
         !::node_iterate_end(source.get(), target()))
       return false;
-    source.detach(); // what its container held; the rest is this owner's
+    source.detach(); // drops the container's reference; `source` has its own
     ::node_merge(target(), source.release());
     return true;
   }
 
   /// @}
-  /// @name Members and elements.
+  /// @name Members and elements. A Node as the value must be a root that does not contain
+  /// this node, which takes O(depth) to check.
   /// @{
-  /// Adds a member behind the others; refused for a key that is there. O(log n).
+  /// node_object_add(): adds a member behind the others. Fails when the object has the key.
+  /// O(log n).
   [[nodiscard]] bool add(const CString &key, const Value &value) noexcept {
     return is(NODE_OBJECT) && fresh(value) && key.get() &&
            taken(::node_object_add(target(), key.get(), value.get()), value);
   }
-  /// Sets what a path names, in its place as assign() does, or as a new member, which is
-  /// added with the objects that are missing on the way. A key is a path of one segment
-  /// unless it holds "/" or is "", ".", "..": for keys from outside use set_member().
-  /// Refused where node_lookup_create() is; objects made until then stay.
+  /// Assigns to the node that a path names. Missing members on the way are made, as by
+  /// node_lookup_create(); when that fails, the objects made before stay. For arbitrary keys
+  /// use set_member(): a key is a path of one segment only if it contains no "/" and is not
+  /// "", "." or "..". Costs a lookup and an assign().
   [[nodiscard]] bool set(const CString &path, const Value &value) noexcept {
     if (!settable(value) || !path.get())
       return false;
     ::node *at = ::node_lookup_create(target(), path.get());
     return at && put(at, value);
   }
-  /// Sets the member with exactly this key, in its place, or adds it behind the others.
+  /// Assigns to the member with exactly this key, or adds it behind the others. O(log n).
   [[nodiscard]] bool set_member(const CString &key, const Value &value) noexcept {
     if (!is(NODE_OBJECT) || !key.get() || !settable(value))
       return false;
     ::node *at = ::node_object_get(target(), key.get());
     return at ? put(at, value) : add(key, value);
   }
-  /// Sets what a path names, if it is there: otherwise false.
+  /// Assigns to the node that a path names. Fails where there is none.
   [[nodiscard]] bool replace(const CString &path, const Value &value) noexcept {
     ::node *at = target() && path.get() ? ::node_lookup(target(), path.get()) : nullptr;
     return at && settable(value) && put(at, value);
   }
-  /// Sets the element at a position, if it is there: otherwise false.
+  /// Assigns to the element at a position. Fails where there is none. O(n).
   template <class I, class = std::enable_if_t<detail::is_integer<I>>>
   [[nodiscard]] bool replace(I index, const Value &value) noexcept {
     ::node *at = self()[index].get();
@@ -106,9 +109,8 @@ public:
     return is(NODE_ARRAY) && fresh(value) &&
            taken(::node_array_prepend(target(), value.get()), value);
   }
-  /// Adds an element before the one at the position, or at the end where `index` is
-  /// size(). The elements behind it are taken out and put in again, so that their labels
-  /// become what append() gives them. O(n).
+  /// Adds an element before the one at the position, or at the end for size(). Fails for
+  /// other positions. The elements behind it get new labels, as append() gives them. O(n).
   template <class I, class = std::enable_if_t<detail::is_integer<I>>>
   [[nodiscard]] bool insert_at(I index, const Value &value) noexcept {
     if (!is(NODE_ARRAY) || index < I{0} ||
@@ -128,30 +130,32 @@ public:
     const bool done = append(value);
     for (std::size_t i = 0; i < behind; i++)
       if (!::node_array_append(target(), tail[i]))
-        ::node_unref(tail[i]); // not met: nothing that was an element is refused
+        ::node_unref(tail[i]); // unreachable: a detached element is always accepted
     std::free(tail);
     return done;
   }
-  /// Releases the member with this key, if it is there.
+  /// node_object_del(): releases the member with this key, if there is one. O(log n) and
+  /// the member's subtree.
   void del(const CString &key) noexcept {
     if (target() && key.get())
       ::node_object_del(target(), key.get());
   }
-  /// Releases the element at this position, if it is there.
+  /// node_array_del(): releases the element at this position, if there is one. O(n) and the
+  /// element's subtree.
   template <class I, class = std::enable_if_t<detail::is_integer<I>>>
   void del(I index) noexcept {
     if (target() && index >= I{0})
       ::node_array_del(target(), static_cast<std::size_t>(index));
   }
-  /// Releases all children; the container stays what it is.
+  /// Releases all children; the container stays. O(n) in the subtree.
   void clear() noexcept {
     if (target()) {
       ::node_object_clear(target());
       ::node_array_clear(target());
     }
   }
-  /// Moves the members of `source` behind this object's own; `source` becomes null. Nothing
-  /// happens where node_object_move_children() refuses.
+  /// node_object_move_children(): moves the members of `source` behind this object's own
+  /// and makes `source` null. Does nothing where that function refuses. O(n log n).
   void move_children(Ref source) noexcept {
     if (target() && source)
       ::node_object_move_children(target(), source.get());
@@ -160,8 +164,8 @@ public:
   /// @}
   /// @name Whole trees.
   /// @{
-  /// node_filter(). The paths of what was dropped are appended to `*removed`.
-  void filter(Strings include, Strings exclude = {},
+  /// node_filter(). The paths of dropped leaves are appended to `*removed`.
+  void filter(StringsArg include, StringsArg exclude = {},
               StringList *removed = nullptr) noexcept {
     if (!target())
       return;
@@ -170,7 +174,7 @@ public:
     if (removed)
       *removed = StringList::adopt(paths);
   }
-  /// node_prepare_diff_hash(): 0 for nothing.
+  /// node_prepare_diff_hash(); 0 without a node. O(n).
   std::uint32_t prepare_diff_hash() noexcept {
     return target() ? ::node_prepare_diff_hash(target()) : 0;
   }
@@ -187,7 +191,8 @@ private:
       (void)value.take();
     return done;
   }
-  /// Whether the value can come below this node: it does not hold it. O(depth).
+  /// Whether there is a value that may be put below this node: a root that does not contain
+  /// it. O(depth).
   bool fresh(const Value &value) noexcept {
     const ::node *given = value.get();
     return given && !::node_parent(given) &&
@@ -195,15 +200,15 @@ private:
   }
   bool settable(const Value &value) noexcept { return target() && fresh(value); }
 
-  /// A settable value instead of that of `at`, a node of the same tree.
+  /// Replaces the value of `at`, a node of the same tree, by a settable one.
   static bool put(::node *at, const Value &value) noexcept {
     if (::node_is_container(value.get()))
-      ::node_clear(at); // rather than fold one into the other
+      ::node_clear(at); // or the merge would keep the old children
     if (!::node_is_link(value.get())) {
       ::node_merge(at, value.take());
       return true;
     }
-    // Only a link takes memory: where there is none, `at` keeps its value.
+    // Only a link needs memory. When that runs out, `at` keeps its value.
     char **const path = ::node_get_link_path(at);
     ::node_ref(value.get());
     ::node_merge(at, value.get());
@@ -214,37 +219,38 @@ private:
   }
 };
 
-/// Borrows a node, which somebody else keeps alive, to read and change it; may be nothing.
-/// A View in all else; a const Ref gives Views.
+/// Borrows a node to read and change it; an owner keeps the node alive. Otherwise like View.
+/// A const Ref gives Views.
 class Ref : public View, public Changing<Ref, Node, Ref> {
 public:
   Ref() noexcept = default;
   /// Borrows the node, which may be null.
   explicit Ref(::node *n) noexcept : View(n) {}
-  /// Borrows what the Node holds.
+  /// Borrows the node of an owner.
   Ref(Node &n NODETREE_LIFETIMEBOUND) noexcept;
   Ref(const Ref &) noexcept = default;
-  /// Another node from now on; not for temporaries, where it would change nothing.
+  /// Borrows another node from now on. Deleted for temporaries, where it would have no
+  /// effect.
   Ref &operator=(const Ref &) &noexcept = default;
-  /// Not a way to change the node: that can be refused, so say assign() or set().
+  /// Does not change the node: that can fail, so use assign() or set().
   template <class T, class = std::enable_if_t<detail::is_plain<T>>>
   Ref &operator=(const T &) = delete;
 
-  /// @name As View has them, but what is found may be changed.
+  /// @name As View has them, but giving Refs.
   /// @{
   using View::get;
   /// The node, borrowed, for calls in C; may be null.
   ::node *get() noexcept { return pointer(); }
   using View::parent;
-  /// The container; false for a root.
+  /// The container; no node for a root.
   Ref parent() noexcept { return as_ref(View::parent()); }
   using View::root;
   /// The top of the tree. O(depth).
   Ref root() noexcept { return as_ref(View::root()); }
   using View::operator[];
-  /// The member with exactly this key.
+  /// The member with exactly this key. O(log n).
   Ref operator[](const CString &key) noexcept { return as_ref(View::operator[](key)); }
-  /// The element at this position; none at a negative one.
+  /// The element at this position; no node at a negative one. O(n).
   template <class I, class = std::enable_if_t<detail::is_integer<I>>>
   Ref operator[](I index) noexcept {
     return as_ref(View::operator[](index));
@@ -258,53 +264,54 @@ public:
   /// The node that a path names.
   Ref lookup(const CString &path) noexcept { return as_ref(View::lookup(path)); }
   using View::lookup_sl;
-  /// The same of a path as a list of segments.
-  Ref lookup_sl(Strings path) noexcept { return as_ref(View::lookup_sl(path)); }
+  /// The same for a path as a list of segments.
+  Ref lookup_sl(StringsArg path) noexcept { return as_ref(View::lookup_sl(path)); }
   using View::try_lookup_sl;
   /// The lenient lookup: where a step fails, the last node before it.
-  Ref try_lookup_sl(Strings path) noexcept { return as_ref(View::try_lookup_sl(path)); }
+  Ref try_lookup_sl(StringsArg path) noexcept { return as_ref(View::try_lookup_sl(path)); }
   using View::follow_link;
-  /// What a link leads to.
+  /// The target of a link.
   Ref follow_link() noexcept { return as_ref(View::follow_link()); }
   using View::try_follow_link;
-  /// What a link leads to by the lenient lookup.
+  /// The target of a link by the lenient lookup.
   Ref try_follow_link() noexcept { return as_ref(View::try_follow_link()); }
-  /// node_lookup_create(): what is missing on the way is made.
+  /// node_lookup_create(): makes the objects that are missing on the way.
   Ref lookup_create(const CString &path) noexcept {
     return Ref(pointer() ? ::node_lookup_create(pointer(), path.get()) : nullptr);
   }
-  /// The same of a path as a list of segments.
-  Ref lookup_create_sl(Strings path) noexcept {
+  /// The same for a path as a list of segments.
+  Ref lookup_create_sl(StringsArg path) noexcept {
     return Ref(pointer() ? ::node_lookup_create_sl(pointer(), path.get()) : nullptr);
   }
   using View::lookup_glob;
-  /// All that a glob path matches; the list is the caller's, the nodes are borrowed.
+  /// All nodes that a glob path matches. The caller owns the list; the nodes are borrowed.
   ValueList<Ref> lookup_glob(const CString &path) noexcept {
     return ValueList<Ref>::adopt(View::lookup_glob(path).release());
   }
   using View::lookup_glob_sl;
-  /// The same of a path as a list of segments.
-  ValueList<Ref> lookup_glob_sl(Strings path) noexcept {
+  /// The same for a path as a list of segments.
+  ValueList<Ref> lookup_glob_sl(StringsArg path) noexcept {
     return ValueList<Ref>::adopt(View::lookup_glob_sl(path).release());
   }
 
   /// @}
-  /// @name Ranges as View has them. The current node may be taken out; but in a walk().
+  /// @name Ranges as View has them. During the iteration the current node may be taken out
+  /// of its container, except in a walk(); the one after it may not.
   /// @{
   using View::members;
-  /// Of an object: `for (auto [key, value] : n.members())`.
+  /// The members of an object: `for (auto [key, value] : n.members())`.
   detail::Members<Ref> members() noexcept { return detail::Members<Ref>(pointer()); }
   using View::elements;
-  /// Of an array: `for (Ref r : n.elements())`.
+  /// The elements of an array: `for (Ref r : n.elements())`.
   detail::Elements<Ref> elements() noexcept { return detail::Elements<Ref>(pointer()); }
   using View::children;
-  /// Of either.
+  /// The children of an object or an array.
   detail::Children<Ref> children() noexcept { return detail::Children<Ref>(pointer()); }
   using View::leaves;
-  /// The nodes without children below this one, or this one. O(n) in all.
+  /// The nodes without children below this one, or this one if it has none. O(n) in all.
   detail::Leaves<Ref> leaves() noexcept { return detail::Leaves<Ref>(pointer()); }
   using View::walk;
-  /// Every node from this one down, containers again when they are left. O(n).
+  /// This node and all below it; see View::walk(). O(n) in all.
   detail::Walk<Ref> walk() noexcept { return detail::Walk<Ref>(pointer()); }
   /// @}
 

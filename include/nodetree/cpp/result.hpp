@@ -1,6 +1,6 @@
 /*
- * A node, or the reason why there is none. Part of <nodetree.hpp>, which says what holds for
- * all of it.
+ * Calls that return a node or the reason why there is none. Part of <nodetree.hpp>, which
+ * says what holds for all of it.
  */
 #ifndef NODETREE_CPP_RESULT_HPP
 #define NODETREE_CPP_RESULT_HPP
@@ -17,28 +17,28 @@ namespace nodetree {
 ///       return complain(config.reason());
 ///     use(config->lookup("/server"));
 ///
-/// N is Node or, for what is not to be changed, const Node. A result without a node holds an
-/// empty one, so that looking into it unasked finds nothing.
+/// N is Node, or const Node for a node that must not be changed. In a result without a node
+/// every lookup finds nothing.
 template <class N>
 class [[nodiscard]] Result {
 public:
-  /// A node, or nothing and the reason; a reason for which there was no memory is that.
+  /// A node, or no node and the reason. Without either the reason is "out of memory".
   explicit Result(Node held, Text why = Text()) noexcept
       : node_(std::move(held)), reason_(std::move(why)) {}
   /// Whether there is a node.
   explicit operator bool() const noexcept { return static_cast<bool>(node_); }
-  /// The node, lent.
+  /// The node, borrowed.
   N &operator*() &noexcept NODETREE_LIFETIMEBOUND { return node_; }
-  /// The node, lent to be read.
+  /// The node, borrowed, to be read.
   const N &operator*() const &noexcept NODETREE_LIFETIMEBOUND { return node_; }
-  /// The node, given away: `Node tree = *parse_json(text);`.
+  /// The node, handed to the caller: `Node tree = *parse_json(text);`.
   N &&operator*() &&noexcept { return static_cast<N &&>(node_); }
-  /// The node's members; of a temporary result none.
+  /// Calls a function of the node. Deleted for temporaries.
   N *operator->() &noexcept NODETREE_LIFETIMEBOUND { return &node_; }
-  /// The node's members, to be read.
+  /// Calls a const function of the node.
   const N *operator->() const &noexcept NODETREE_LIFETIMEBOUND { return &node_; }
   void operator->() const && = delete;
-  /// What went wrong, for people to read: "" where nothing did, never null.
+  /// What went wrong, as a message, borrowed: "" without a failure, never null.
   const char *reason() const &noexcept NODETREE_LIFETIMEBOUND {
     if (reason_)
       return reason_.c_str();
@@ -53,8 +53,7 @@ private:
 
 namespace detail {
 
-/// Finds where a text that is refused as JSON stops being it, by feeding it a byte at a
-/// time.
+/// Finds where a text stops being JSON, by feeding it to a parser byte by byte.
 class JsonFault {
 public:
   explicit JsonFault(std::string_view text) noexcept
@@ -63,7 +62,7 @@ public:
   JsonFault &operator=(const JsonFault &) = delete;
   ~JsonFault() { ::json_stream_free(stream_); }
 
-  /// Empty when it is memory that is lacking.
+  /// The reason; empty when memory runs out.
   Text reason() noexcept {
     if (!stream_)
       return Text();
@@ -120,9 +119,9 @@ private:
 
 } // namespace detail
 
-/// The tree of the one JSON value in the text. The reason of a failure names line and
-/// column, counted in bytes from 1; finding them takes about six
-/// times as long as reading the text. The library also logs the failure, twice then.
+/// json_parse_buffer(): the tree of the one JSON value in the text. The reason of a failure
+/// names line and column, counted in bytes from 1. To find them the text is parsed again,
+/// byte by byte, which takes about six times as long and logs the failure a second time.
 inline Result<Node> parse_json(Chars text) noexcept {
   Node tree = Node::from_json(text);
   if (tree)
@@ -130,7 +129,7 @@ inline Result<Node> parse_json(Chars text) noexcept {
   return Result<Node>(Node(), detail::JsonFault({text.data(), text.size()}).reason());
 }
 
-/// parse_json() of a file, read to its end, pipes too. Reasons begin with the path.
+/// parse_json() of a file, which may be a pipe. Reasons begin with the path.
 inline Result<Node> read_json(const CString &path) noexcept {
   if (!path.get())
     return Result<Node>(Node(), Text::adopt(::string_printf("not the name of a file")));
@@ -146,7 +145,7 @@ inline Result<Node> read_json(const CString &path) noexcept {
                       Text::adopt(::string_printf("%s: %s", path.get(), result.reason())));
 }
 
-/// The tree of the one MessagePack message that the bytes are.
+/// msgpack_decode(): the tree of the one message that makes up the bytes. O(n).
 inline Result<Node> parse_msgpack(Chars bytes) noexcept {
   std::size_t used = 0;
   Node tree = Node::from_msgpack(bytes, &used);
@@ -160,9 +159,9 @@ inline Result<Node> parse_msgpack(Chars bytes) noexcept {
   return Result<Node>(Node(), Text::adopt(::string_printf("%s", reason)));
 }
 
-/// expr_eval(): the value of the expression for the context, which may be nothing. It is
-/// not to be changed, for it may be a part of either tree. The reason is the message of the
-/// evaluation; an operand that "range" skips leaves one beside the value.
+/// expr_eval(): the value of the expression for the context, which may have no node. The
+/// value must not be changed: it may be a part of either tree. The reason is the message of
+/// the evaluation. A value can come with a reason, that of an operand which "range" skipped.
 inline Result<const Node> eval(NodeArg expression, NodeArg context) noexcept {
   char *message = nullptr;
   Node value = Node::adopt(::expr_eval(const_cast<::node *>(expression.get()),

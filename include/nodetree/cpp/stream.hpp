@@ -9,32 +9,32 @@
 
 namespace nodetree {
 
-/// A peer that speaks JSON or MessagePack. Owns a node_stream and what is called with each
-/// of its values: `call(Node value)` or, to answer, `call(Node value, auto &stream)`. A
-/// callable that is passed as a temporary (or by std::move()) is kept in the stream, any
-/// other by reference; neither is allocated. The value is empty for a message without a
-/// node form. Stays where it is made:
+/// A decoder of JSON or MessagePack, and the encoder for answers. Owns a node_stream and a
+/// callback, which gets each value: `call(Node value)` or, to answer,
+/// `call(Node value, auto &stream)`. A callback passed as a temporary (or by std::move()) is
+/// kept in the stream, any other by reference; neither is allocated. The value has no node
+/// for a message without a node form. A stream is neither copied nor moved:
 ///
 ///     nodetree::NodeStream stream(NODE_STREAM_AUTO, [&](nodetree::Node value) { ... });
 template <class Call>
 class NodeStream {
 public:
-  /// False when memory ran out; decode() and encode() fail then.
+  /// node_stream_new(). When memory runs out there is no stream, and every call fails.
   NodeStream(node_stream_format format, Call &&call) noexcept
       : call_(std::forward<Call>(call)), raw_(::node_stream_new(format, deliver, this)) {}
   NodeStream(const NodeStream &) = delete;
   NodeStream &operator=(const NodeStream &) = delete;
   ~NodeStream() { ::node_stream_free(raw_); }
 
-  /// Takes bytes in, calls back for each value that they complete: false at the first
-  /// error, inside the call and after finish().
+  /// node_stream_decode(): takes bytes in and calls back for each value that they complete.
+  /// False after an error, inside the callback and after finish().
   [[nodiscard]] bool decode(Chars bytes) noexcept {
     return state_ == State::open && feed(bytes.data(), bytes.size());
   }
-  /// Says that no bytes follow, which completes a number at the end of JSON: true when all
-  /// that came has been read, false when it ended inside a value or a comment or was
-  /// refused before. Nothing is taken in afterwards. Refused (false) inside the call. An
-  /// end inside JSON is logged as any other fault.
+  /// Declares the end of the input, which completes a number at the end of JSON. True when
+  /// the whole input has been decoded; false when it ended inside a value or a comment, and
+  /// after an error. No bytes are taken in afterwards. Fails inside the callback. JSON that
+  /// ends too early is logged like other failures.
   [[nodiscard]] bool finish() noexcept {
     if (!raw_ || state_ == State::calling)
       return false;
@@ -46,15 +46,15 @@ public:
       state_ = json ? State::broken : State::complete;
       return !json;
     }
-    // Whether a value that begins now is delivered as it is.
+    // The input is complete if a value that begins here is delivered unchanged.
     state_ = State::probing;
     (void)feed(json ? "0\n" : "\xc0", json ? 2 : 1);
     if (state_ == State::probing)
       state_ = State::broken;
     return state_ == State::complete;
   }
-  /// The value in the stream's format, a new buffer for the caller; empty on failure and
-  /// while the format is not known.
+  /// node_stream_encode(): the value in the stream's format, as a new buffer for the caller.
+  /// Empty on failure and while the format is not known.
   Bytes encode(NodeArg value) const noexcept {
     char *data = nullptr;
     std::size_t size = 0;
@@ -68,7 +68,7 @@ public:
   }
   /// Whether there is a stream.
   explicit operator bool() const noexcept { return raw_ != nullptr; }
-  /// The stream, borrowed, for calls in C; null when memory ran out.
+  /// The stream, borrowed, for calls in C; null without a stream.
   ::node_stream *get() const noexcept NODETREE_LIFETIMEBOUND { return raw_; }
 
 private:

@@ -1,6 +1,6 @@
 /*
- * Owners of what the system lends: string streams, mappings, locks, child processes. Part of
- * <nodetree.hpp>, which says what holds for all of it.
+ * Owners of string streams, mappings, locks and child processes. Part of <nodetree.hpp>,
+ * which says what holds for all of it.
  */
 #ifndef NODETREE_CPP_SYSTEM_HPP
 #define NODETREE_CPP_SYSTEM_HPP
@@ -10,16 +10,17 @@
 
 namespace nodetree {
 
-/// Owns a text that is being written through a FILE; see <nodetree/stringstream.h>.
+/// Owns a text that is written through a FILE; see <nodetree/stringstream.h>.
 class StringStream : public detail::Owner<StringStream, ::stringstream *> {
 public:
-  /// A new, empty stream; false when it could not be made.
+  /// A new, empty stream. Holds no stream when memory ran out.
   static StringStream open() noexcept { return adopt(::stringstream_open()); }
   /// The handle to write through, borrowed; null once closed.
   FILE *file() const noexcept NODETREE_LIFETIMEBOUND {
     return get() ? ::stringstream_file(get()) : nullptr;
   }
-  /// What has been written up to now, borrowed until the next write; not of a temporary.
+  /// Flushes and returns the text so far, borrowed until the next write. Deleted for
+  /// temporaries. O(n).
   std::string_view view() const &noexcept NODETREE_LIFETIMEBOUND {
     if (file())
       std::fflush(file());
@@ -27,8 +28,8 @@ public:
                                 : std::string_view();
   }
   void view() const && = delete;
-  /// Closes the stream and gives the text to the caller; none when memory ran out or it is
-  /// taken already.
+  /// stringstream_take_data(): closes the stream and hands the text to the caller. Empty at
+  /// the second call and when memory ran out. O(n).
   Text take() noexcept {
     return Text::adopt(get() ? ::stringstream_take_data(get()) : nullptr);
   }
@@ -37,27 +38,30 @@ public:
 /// Owns a read-only mapping of a whole file; see file_map().
 class Mapping {
 public:
+  /// Holds no mapping.
   Mapping() noexcept = default;
-  /// False, with the reason in errno, on failure and for a file without a size.
+  /// Maps the file. Holds no mapping, with the reason in errno, on failure and for a file
+  /// without a size.
   explicit Mapping(const CString &path) noexcept
       : bytes_(path.get() ? ::file_map(path.get(), &size_) : nullptr) {}
   Mapping(Mapping &&other) noexcept
       : size_(other.size_), bytes_(std::exchange(other.bytes_, nullptr)) {}
   Mapping &operator=(Mapping &&other) noexcept {
-    std::swap(bytes_, other.bytes_);
-    std::swap(size_, other.size_);
+    Mapping taken(std::move(other));
+    std::swap(bytes_, taken.bytes_);
+    std::swap(size_, taken.size_);
     return *this;
   }
   ~Mapping() { ::file_unmap(bytes_, size_); }
-  /// Whether there is a mapping.
+  /// Whether a file is mapped.
   explicit operator bool() const noexcept { return bytes_ != nullptr; }
-  /// The bytes, borrowed; null when there are none.
+  /// The bytes, borrowed; null when no file is mapped.
   const char *data() const noexcept NODETREE_LIFETIMEBOUND {
     return static_cast<const char *>(bytes_);
   }
-  /// How many there are.
+  /// The number of bytes.
   std::size_t size() const noexcept { return bytes_ ? size_ : 0; }
-  /// The bytes, borrowed; not of a temporary.
+  /// The bytes, borrowed. Deleted for temporaries.
   operator std::string_view() const &noexcept NODETREE_LIFETIMEBOUND {
     return {data(), size()};
   }
@@ -70,21 +74,29 @@ private:
 
 namespace detail {
 
-/// Owns a descriptor and closes it.
+inline void close_pipe(int descriptor) noexcept {
+  ::close(descriptor);
+}
+inline void unlock_file(int descriptor) noexcept {
+  ::file_unlock(descriptor);
+}
+
+/// Owns a descriptor, which Close gives back.
+template <void (*Close)(int)>
 class Descriptor {
 public:
   explicit Descriptor(int number = -1) noexcept : number_(number) {}
-  Descriptor(Descriptor &&other) noexcept : number_(other.release()) {}
+  Descriptor(Descriptor &&other) noexcept : number_(std::exchange(other.number_, -1)) {}
   Descriptor &operator=(Descriptor &&other) noexcept {
-    std::swap(number_, other.number_);
+    Descriptor taken(std::move(other));
+    std::swap(number_, taken.number_);
     return *this;
   }
   ~Descriptor() { close(); }
   int get() const noexcept { return number_; }
-  int release() noexcept { return std::exchange(number_, -1); }
   void close() noexcept {
     if (number_ >= 0)
-      ::close(release());
+      Close(std::exchange(number_, -1));
   }
 
 private:
@@ -93,52 +105,54 @@ private:
 
 } // namespace detail
 
-/// Holds a lock on a file as long as it lives; see file_read_lock().
+/// Holds a lock on a file until it is destroyed; see file_read_lock(). A child made by
+/// fork() shares the lock, so it must not destroy its copy of this owner: it ends by exec
+/// or _exit().
 class FileLock {
 public:
-  /// Takes a shared lock, waiting as long as needed; false, with the reason in errno, when
-  /// there is none to be had.
+  /// Takes a shared lock, waiting as long as needed. On failure holds no lock; errno says
+  /// why.
   [[nodiscard]] static FileLock read(const CString &path) noexcept {
     return FileLock(path.get() ? ::file_read_lock(path.get()) : -1);
   }
-  /// The same, exclusive.
+  /// The same for an exclusive lock.
   [[nodiscard]] static FileLock write(const CString &path) noexcept {
     return FileLock(path.get() ? ::file_write_lock(path.get()) : -1);
   }
-  /// Whether the lock is held.
+  /// Whether a lock is held.
   explicit operator bool() const noexcept { return descriptor_.get() >= 0; }
-  /// Gives the lock up now.
+  /// file_unlock(): releases the lock now, for children that share it too.
   void unlock() noexcept { descriptor_.close(); }
 
 private:
   explicit FileLock(int descriptor) noexcept : descriptor_(descriptor) {}
-  detail::Descriptor descriptor_;
+  detail::Descriptor<detail::unlock_file> descriptor_;
 };
 
-/// Which of a child's standard streams are pipes; the others are /dev/null.
+/// Which of a child's standard streams are pipes. The others are /dev/null.
 struct Pipes {
-  bool in = false;  ///< the caller writes the child's input
-  bool out = false; ///< the caller reads its output
-  bool err = false; ///< the caller reads its errors
+  bool in = false;  ///< the caller writes the child's standard input
+  bool out = false; ///< the caller reads its standard output
+  bool err = false; ///< the caller reads its standard error
 };
 
-/// Owns a child process and the caller's ends of its pipes. When it goes it closes them,
-/// which ends most programs, and waits for the child however long that takes; release() to
-/// let one run on.
+/// Owns a child process and the caller's ends of its pipes. The destructor closes the pipes,
+/// which ends most programs, and waits for the child without a time limit. To let the child
+/// run on, call release().
 class Child {
 public:
   /// Holds no child.
   Child() noexcept = default;
-  /// process_spawn_pipe(): false when there is no child.
-  explicit Child(Strings command, Pipes pipes = {}, Strings environment = {},
+  /// process_spawn_pipe(). Holds no child on failure.
+  explicit Child(StringsArg command, Pipes pipes = {}, StringsArg environment = {},
                  const CString &user = nullptr) noexcept {
     int in = -1, out = -1, err = -1;
     pid_ = ::process_spawn_pipe(command.get(), environment.get(), user.get(),
                                 pipes.in ? &in : nullptr, pipes.out ? &out : nullptr,
                                 pipes.err ? &err : nullptr);
-    in_ = detail::Descriptor(in);
-    out_ = detail::Descriptor(out);
-    err_ = detail::Descriptor(err);
+    in_ = Pipe(in);
+    out_ = Pipe(out);
+    err_ = Pipe(err);
   }
   Child(Child &&other) noexcept
       : pid_(other.release()), in_(std::move(other.in_)), out_(std::move(other.out_)),
@@ -147,27 +161,30 @@ public:
   ~Child() { (void)wait(); }
   /// Whether there is a child that has not been waited for.
   explicit operator bool() const noexcept { return pid_ > 0; }
-  /// Its process id; -1 for none.
+  /// The process id; -1 for none.
   pid_t pid() const noexcept { return pid_; }
-  /// The ends of its pipes, borrowed; -1 where there is none.
+  /// The caller's ends of the pipes, borrowed; -1 where there is no pipe.
   int in() const noexcept { return in_.get(); }
   int out() const noexcept { return out_.get(); }
   int err() const noexcept { return err_.get(); }
-  /// Closes the child's input: it reads the end.
+  /// Closes the pipe to the child's input, which then ends.
   void close_in() noexcept { in_.close(); }
-  /// Closes the pipes and waits for the end: process_wait(), -257 when there is no child.
+  /// Closes the pipes and waits until the child has ended. Returns what process_wait()
+  /// returns; -257 when there is no child.
   [[nodiscard]] int wait() noexcept {
     in_.close();
     out_.close();
     err_.close();
     return ::process_wait(release());
   }
-  /// Gives the child up to the caller, who waits for it; the pipes stay.
+  /// Gives the child up to the caller, who waits for it. The pipes stay open.
   [[nodiscard]] pid_t release() noexcept { return std::exchange(pid_, -1); }
 
 private:
+  using Pipe = detail::Descriptor<detail::close_pipe>;
+
   pid_t pid_ = -1;
-  detail::Descriptor in_, out_, err_;
+  Pipe in_, out_, err_;
 };
 
 } // namespace nodetree

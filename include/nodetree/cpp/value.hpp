@@ -1,5 +1,5 @@
 /*
- * What a call puts into a tree, and reading a value as a C++ type. Part of <nodetree.hpp>,
+ * Values that calls put into a tree, and values read as C++ types. Part of <nodetree.hpp>,
  * which says what holds for all of it.
  */
 #ifndef NODETREE_CPP_VALUE_HPP
@@ -23,26 +23,34 @@ namespace detail {
 template <class T, class... Us>
 inline constexpr bool is_one_of = (std::is_same_v<T, Us> || ...);
 
-/// Integers that are numbers: neither bool nor a character.
+/// Integers of up to 64 bits; bool and characters are none.
 template <class T>
-inline constexpr bool is_integer =
-    std::is_integral_v<T> && !is_one_of<T, bool, char, wchar_t, char16_t, char32_t
+inline constexpr bool is_integer = std::is_integral_v<T> &&
+                                   sizeof(T) <= sizeof(std::int64_t) &&
+                                   !is_one_of<T, bool, char, wchar_t, char16_t, char32_t
 #if defined(__cpp_char8_t)
-                                        ,
-                                        char8_t
+                                              ,
+                                              char8_t
 #endif
-                                        >;
-/// Reals that a node can hold.
+                                              >;
+/// Floating-point types that a node can hold.
 template <class T>
 inline constexpr bool is_real = is_one_of<T, float, double>;
-/// Texts of any type.
+/// Texts that are read as a view into the node; a std::string is a copy.
 template <class T>
-inline constexpr bool is_text = std::is_convertible_v<const T &, std::string_view> &&
-                                !std::is_same_v<T, std::nullptr_t>;
-/// What a single node can hold.
+inline constexpr bool is_borrowed = is_text<T> && !std::is_same_v<T, std::string>;
+/// What a node without children can hold.
 template <class T>
 inline constexpr bool is_plain =
     is_integer<T> || is_real<T> || std::is_same_v<T, bool> || is_text<T>;
+/// Overloads of value() and value_or() for results that are copies, for those that borrow
+/// from the node or the argument, and for arguments that would take their bytes with them.
+template <class T>
+using if_copied = std::enable_if_t<is_plain<T> && !is_borrowed<T>, int>;
+template <class T>
+using if_borrowed = std::enable_if_t<is_borrowed<T>, int>;
+template <class T>
+using if_owning = std::enable_if_t<is_borrowed<T> && !std::is_trivially_copyable_v<T>, int>;
 /// Node, View and Ref.
 template <class T>
 inline constexpr bool is_node =
@@ -55,7 +63,7 @@ template <class R>
 inline constexpr bool
     is_range<R, std::void_t<decltype(*std::begin(std::declval<const R &>()),
                                      std::end(std::declval<const R &>()))>> = !is_plain<R>;
-/// Those of pairs of a text and a value.
+/// Containers of pairs of a text and a value.
 template <class R, class = void>
 inline constexpr bool is_range_of_pairs = false;
 template <class R>
@@ -63,7 +71,7 @@ inline constexpr bool is_range_of_pairs<
     R, std::void_t<decltype(std::begin(std::declval<const R &>())->first)>> =
     is_text<decltype(std::begin(std::declval<const R &>())->first)>;
 
-/// Whether an integer can be one of a node.
+/// Whether a node can hold the integer.
 template <class T>
 constexpr bool fits_int64(T value) noexcept {
   if constexpr (std::is_unsigned_v<T>)
@@ -72,7 +80,7 @@ constexpr bool fits_int64(T value) noexcept {
     return true;
 }
 
-/// The integer as a T, if it fits.
+/// The integer as a T, if T can hold it.
 template <class T>
 std::optional<T> narrow(std::int64_t value) noexcept {
   const T narrowed = static_cast<T>(value);
@@ -82,7 +90,7 @@ std::optional<T> narrow(std::int64_t value) noexcept {
   return narrowed;
 }
 
-/// The real as an integer, if it is one and fits.
+/// The real as a T, if it is whole and T can hold it.
 template <class T>
 std::optional<T> exact(double value) noexcept {
   constexpr int bits = std::numeric_limits<T>::digits;
@@ -93,7 +101,7 @@ std::optional<T> exact(double value) noexcept {
   return static_cast<double>(whole) == value ? std::optional<T>(whole) : std::nullopt;
 }
 
-/// The value of a node, which may be null, as a T.
+/// The value of a node, which may be null, as a T; nothing if it is no T.
 template <class T>
 std::optional<T> read(const ::node *n) noexcept(!std::is_same_v<T, std::string>) {
   static_assert(is_one_of<T, bool, const char *, std::string_view, std::string> ||
@@ -127,21 +135,20 @@ class Held : public Owner<Held, ::node *> {};
 
 } // namespace detail
 
-/// What a call puts into a tree; made on the way from
+/// The argument of calls that put something into a tree. Made from
 ///  - nullptr, bool, integers, float and double;
 ///  - texts: anything a std::string_view can be made of;
-///  - a Node that is given away, `std::move(n)` or a new one; a copy is asked for by
-///    `n.clone()`;
-///  - a container of these (a vector, an array, a StringList), which becomes an array, or of
-///    pairs that begin with a text (a map), which becomes an object;
-///  - a list in braces: an object where every entry is a list of two that begins with a
-///    text, `{{"port", 8080}, {"tags", {1, 2}}}`, otherwise an array. Node::array() and
-///    Node::object() say which, and are the only empty ones.
+///  - a Node that is given away: `std::move(n)`, a new one, or a copy by `n.clone()`;
+///  - a container of these (a vector, an array, a StringList), which becomes an array;
+///  - a container of pairs that begin with a text (a map), which becomes an object;
+///  - a list in braces. It becomes an object if every entry is a list of two that begins
+///    with a text, as in `{{"port", 8080}, {"tags", {1, 2}}}`, otherwise an array.
+///    Node::array() and Node::object() choose the kind and also make empty ones.
 ///
-/// Other types, characters among them, do not compile. An integer above INT64_MAX, a NULL
-/// text, one with a NUL inside, a name that comes twice, an empty Node and no memory make
-/// no value: the call is then refused. A Node inside braces is released with a list that is
-/// refused.
+/// Other types, characters included, do not compile. There is no value, and the call fails,
+/// for an integer above INT64_MAX, a NULL text, a text with a NUL inside, a repeated name, a
+/// Node without a node, and when memory runs out. A Node inside braces is released when the
+/// list is refused.
 class Value {
 public:
   Value() = delete;
@@ -154,10 +161,10 @@ public:
   Value(const T &value) noexcept : own_(detail::Held::adopt(make(value))) {}
   /// A text.
   Value(const char *text) noexcept : own_(detail::Held::adopt(make(text))) {}
-  /// The node, which stays with its owner until the call takes it.
+  /// A node, which stays with its owner until the call takes it.
   template <class N, std::enable_if_t<std::is_same_v<N, Node>, int> = 0>
   Value(N &&given) noexcept : lender_(&given) {}
-  /// Not a copy: say std::move() or clone().
+  /// Nodes are not copied implicitly: use std::move() or clone().
   template <class N, std::enable_if_t<detail::is_node<N>, int> = 0>
   Value(const N &) = delete;
   template <class N, std::enable_if_t<std::is_same_v<N, Node>, int> = 0>
@@ -187,11 +194,11 @@ public:
       own_ = object_of_pairs(own_.get());
   }
 
-  /// The node, borrowed; null when there is none.
+  /// The node, borrowed; null for no value.
   ::node *get() const noexcept;
   /// Gives the node up to the caller.
   [[nodiscard]] ::node *take() const noexcept;
-  /// An array of the values; nothing when one of them is.
+  /// An array of the values; empty when one of them is no value.
   static detail::Held array(std::initializer_list<Value> list) noexcept {
     const Value array(list, ::node_new_array());
     return std::move(array.own_);
@@ -204,7 +211,7 @@ private:
       if (!append(value))
         return;
   }
-  /// Puts a value into this container, which is nothing from then on if that is refused.
+  /// Puts a value into this container. If that fails this is no value from then on.
   bool append(const Value &value) noexcept {
     return keep(::node_array_append(own_.get(), value.get()), value);
   }
@@ -236,7 +243,7 @@ private:
     }
   }
 
-  /// Takes the pairs apart.
+  /// Makes members of the pairs, which lose their values.
   static detail::Held object_of_pairs(::node *pairs) noexcept {
     detail::Held object = detail::Held::adopt(::node_new_object());
     for (::node *pair = ::node_array_first(pairs); pair;
@@ -254,13 +261,13 @@ private:
 
   bool is_pair_ = false; // a list of two that begins with a text
   mutable detail::Held own_;
-  Node *lender_ = nullptr; // whose node it is instead
+  Node *lender_ = nullptr; // owns the node in place of own_
 };
 
-/// A member to be made: a key and what it is to hold.
+/// A member to be made.
 struct Entry {
-  CString key; ///< the name
-  Value value; ///< what it holds
+  CString key; ///< its name
+  Value value; ///< its value
 };
 
 } // namespace nodetree
