@@ -2,22 +2,23 @@
  * avl_: an intrusive ordered index.
  *
  * The caller embeds an avl_node in its own record, points the node's `key` at the record's
- * key and inserts the node; the index orders the nodes with the caller's comparator in a
- * height-balanced tree and threads all of them on one circular list in key order. It never
- * allocates, copies or releases anything, so nothing here can run out of memory.
+ * key and inserts the node. The index keeps the nodes in a height-balanced tree, ordered by
+ * the caller's comparator, and on a circular list in key order. It never allocates, copies
+ * or releases anything.
  *
- * A walk in key order, with the record that holds each element:
+ * A walk in key order, with the record of each element:
  *
  *     for (avl_node *e = avl_first(&tree); e; e = avl_next(&tree, e))
  *       record *r = AVL_RECORD(e, record, by_name); ...
  *
- * Equal keys form a group where the tree allows duplicates: the first one inserted leads
- * the group and stands in the tree, the others follow it in the list in insertion order.
+ * If a tree allows duplicates, equal keys form a group. The first one inserted, the leader,
+ * is in the tree; the others, the followers, are only in the list, behind it in the order of
+ * insertion.
  *
- * No operation checks its arguments: trees are initialised, pointers are not NULL, a key
- * keeps its order while its element is held, and an element is in one tree at a time. A
- * tree must not be moved or copied, an empty one either: it points at itself. To discard a
- * tree, forget it.
+ * No operation checks its arguments. Trees must be initialised and pointers not NULL. A key
+ * must not change its order while its element is held, and an element must be in one tree at
+ * a time. A tree must not be moved or copied, not even an empty one: it points at itself. A
+ * tree needs no release.
  */
 #ifndef NODETREE_AVL_H
 #define NODETREE_AVL_H
@@ -36,53 +37,53 @@ typedef struct avl_node {
   struct avl_node *parent; /* NULL for the root and for followers */
   struct avl_node *left;   /* smaller keys */
   struct avl_node *right;  /* greater keys */
-  const void *key;         /* set by the caller before insertion */
+  const void *key;         /* set by the caller before the insertion; not copied */
   int8_t balance;          /* height of the right subtree minus height of the left one */
-  bool leader;             /* false for a follower, which stands in the list only */
+  bool leader;             /* false for a follower, which is only in the list */
 } avl_node;
 
-/* Negative, zero or positive as `key` sorts before, with or after `held_key`. The key that
-   is searched for or inserted always comes first. `arg` is the tree's `compare_arg`. */
+/* Returns a negative number, zero or a positive number if `key` sorts before, with or after
+   `held_key`. The key that is searched for or inserted is always the first argument. `arg`
+   is the tree's `compare_arg`. */
 typedef int (*avl_comparator)(const void *key, const void *held_key, void *arg);
 
-/* The first two fields are laid out as those of an avl_node: the tree is the anchor of its
-   own list. */
+/* The tree is the anchor of its own list, so its first two fields are laid out like those of
+   an avl_node. */
 typedef struct avl_tree {
   avl_node *next;         /* first element; the tree itself when empty */
   avl_node *prev;         /* last element; the tree itself when empty */
   avl_node *root;         /* NULL when empty */
   uint32_t count;         /* elements held, followers included */
-  bool allow_duplicates;  /* whether an element whose key is held already is accepted */
+  bool allow_duplicates;  /* whether an element with a key that is held is accepted */
   avl_comparator compare; /* orders the keys */
-  void *compare_arg;      /* handed to every call of `compare` */
+  void *compare_arg;      /* passed to every call of `compare` */
 } avl_tree;
 
-/* Makes `tree` empty and stores the three settings. */
+/* Makes `tree` an empty tree with these settings. */
 NODETREE_API void avl_init(avl_tree *tree, avl_comparator compare, bool allow_duplicates,
                            void *compare_arg);
 
 /* The element whose key equals `key` (the leader of its group), or NULL. O(log n). */
 NODETREE_API avl_node *avl_find(const avl_tree *tree, const void *key);
 
-/* The last element in list order whose key is less than or equal to `key`, or NULL.
-   O(log n) and the elements of the group that it ends. */
+/* The last element in list order with a key less than or equal to `key`, or NULL. O(log n),
+   plus the number of elements with the same key. */
 NODETREE_API avl_node *avl_find_lessequal(const avl_tree *tree, const void *key);
 
-/* The first element in list order whose key is greater than or equal to `key`, or NULL.
-   O(log n) and the elements of the group that it leads. */
+/* The first element in list order with a key greater than or equal to `key`, or NULL.
+   O(log n), plus the number of elements with the same key. */
 NODETREE_API avl_node *avl_find_greaterequal(const avl_tree *tree, const void *key);
 
-/* Puts `element`, its `key` set, into the tree: 0, or -1 when the key is held already and
-   duplicates are not allowed; nothing but the element's own tree fields has changed then.
-   O(log n). */
+/* Inserts `element`, which has its `key`: 0. Returns -1 if the key is held and duplicates
+   are not allowed; the tree is then unchanged, but not the element's own fields. O(log n). */
 NODETREE_API int avl_insert(avl_tree *tree, avl_node *element);
 
-/* Takes `element` out of the tree that holds it and sets its `next` and `prev` to NULL. The
-   first follower of a leader takes over the lead. O(log n). */
+/* Removes `element` from the tree that holds it and sets its `next` and `prev` to NULL. The
+   first follower of a removed leader becomes the leader. O(log n). */
 NODETREE_API void avl_delete(avl_tree *tree, avl_node *element);
 
-/* The first element in list order, and the one after `element`, which the tree holds; NULL
-   where there is none. A walk that deletes fetches the next one first. */
+/* The first element in list order, and the one after `element`, which the tree holds. NULL
+   where there is none. A walk that deletes elements fetches the next one first. */
 static inline avl_node *avl_first(const avl_tree *tree) {
   return tree->count != 0 ? tree->next : NODETREE_NULL;
 }
@@ -90,14 +91,14 @@ static inline avl_node *avl_next(const avl_tree *tree, const avl_node *element) 
   return element != tree->prev ? element->next : NODETREE_NULL;
 }
 
-/* The record of type `type` that holds `element`, an `avl_node *`, as its field `field`. */
+/* The record of type `type` whose field `field` is `element`, an `avl_node *`. */
 #define AVL_RECORD(element, type, field)                                                   \
   NODETREE_CAST(                                                                           \
       type *,                                                                              \
       NODETREE_CAST(void *, NODETREE_CAST(char *, NODETREE_CAST(void *, (element))) -      \
                                 offsetof(type, field)))
 
-/* The comparator of trees keyed by texts: strcmp of the two keys. `arg` is ignored. */
+/* The comparator for keys that are C strings: strcmp(). `arg` is ignored. */
 NODETREE_API int avl_strcmp(const void *key, const void *held_key, void *arg);
 
 NODETREE_END

@@ -1,20 +1,19 @@
-/* Marks and guards that the public headers share. */
+/* Macros that the public headers share. */
 #ifndef NODETREE_EXPORT_H
 #define NODETREE_EXPORT_H
 
-/* Every exported function and variable is declared once, in its family's public header,
-   with this mark; nothing without it leaves the shared object. */
+/* Marks exported functions and variables. The shared object exports nothing else. */
 #define NODETREE_API __attribute__((visibility("default")))
 
-/* Lets the compiler check a printf format (argument number `fmt`) against the arguments
+/* Lets the compiler check a printf format, argument number `fmt`, against the arguments
    from number `args` on; `args` is 0 for a va_list. */
 #define NODETREE_PRINTF(fmt, args) __attribute__((format(printf, fmt, args)))
 
-/* Lets the compiler check that a run of arguments ends with a null pointer. */
+/* Lets the compiler check that the variable arguments end with a null pointer. */
 #define NODETREE_SENTINEL __attribute__((sentinel))
 
-/* What surrounds declarations, and a cast and a null pointer as inline functions have them, in
-   either language. */
+/* Begin and end of the declarations, and a cast and a null pointer for inline functions, in
+   C and in C++. */
 #ifdef __cplusplus
 #define NODETREE_BEGIN extern "C" {
 #define NODETREE_END }

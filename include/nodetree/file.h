@@ -1,10 +1,10 @@
 /*
  * file_, path_: whole files, advisory locks, directories and path texts.
  *
- * Failures are NULL, false or -1 and leave nothing allocated or open behind; errno says
- * why, as the system call that failed left it. Reading, mapping, writing and locking also
- * report at LOG_DEBUG. Calls that a signal interrupts are taken up again. Every descriptor
- * is opened close-on-exec.
+ * Failure is NULL, false or -1 and leaves nothing allocated or open. errno then has the value
+ * of the system call that failed. Reading, mapping, writing and locking also log failures at
+ * LOG_DEBUG. Calls that a signal interrupts are repeated. Every descriptor is opened
+ * close-on-exec.
  */
 #ifndef NODETREE_FILE_H
 #define NODETREE_FILE_H
@@ -18,109 +18,109 @@ NODETREE_BEGIN
 
 /* ---- Whole files ---- */
 
-/* The file's bytes, which may contain zero bytes, in a new buffer with one zero byte behind
-   them that `*length` does not count. Reads to the end, whatever size the file claims, so
-   pipes and devices are read too. NULL on failure; `*length` is then untouched if the file
-   could not be opened, otherwise what had been read. The buffer grows by doubling. O(n). */
+/* Reads the whole file into a new buffer. The bytes may contain NULs; one more NUL, which
+   `*length` does not count, ends them. Reads to the end instead of trusting the size, so
+   pipes and devices work. NULL on failure; `*length` is then unchanged if the file could not
+   be opened, otherwise the number of bytes read. The buffer grows by doubling. O(n). */
 NODETREE_API char *file_read(const char *path, size_t *length);
 
-/* file_read() as a text, without the length. */
+/* file_read() without the length. */
 NODETREE_API char *file_read_string(const char *path);
 
-/* A read-only private mapping of the whole file, to be released with file_unmap(), and its
-   size in `*length`. NULL, with `*length` untouched, on failure and for whatever has no
-   size: an empty file, a pipe, a device; with ENOMEM where the address space is too small.
-   Never waits for a pipe's other end. A file that is made shorter while it is mapped ends
-   whoever reads behind its new end with SIGBUS. */
+/* Maps the whole file, read-only and private, and stores its size in `*length`. Release the
+   mapping with file_unmap(). NULL, with `*length` unchanged, on failure and for a file
+   without a size: an empty one, a pipe, a device. ENOMEM if the address space is too small.
+   Never waits for the other end of a pipe. If the file is truncated while it is mapped,
+   reading beyond its new end raises SIGBUS. */
 NODETREE_API void *file_map(const char *path, size_t *length);
 
 /* Releases a mapping of `length` bytes; NULL is ignored. */
 NODETREE_API void file_unmap(void *address, size_t length);
 
-/* Does nothing and returns false: there is no writing of byte buffers. */
+/* Does nothing and returns false. Reserved. */
 NODETREE_API bool file_write(const char *path, const void *data, size_t length);
 
-/* Creates the file (mode 0666 less the umask) or empties it, and writes `text` without its
-   zero byte. True when the system has taken every byte: nothing waits in a buffer of ours,
-   so a full disk is a failure here; what a network file system reports only at the close is
-   not. On failure the file is left with what was written. O(n). */
+/* Creates the file (mode 0666 less the umask) or truncates it, and writes `text` without its
+   NUL. True when the system has accepted every byte, so a full disk is a failure. An error
+   that a network file system reports only at the close is not. On failure the bytes written
+   so far stay in the file. O(n). */
 NODETREE_API bool file_write_string(const char *path, const char *text);
 
 /* ---- Advisory locks ----
  *
- * A lock is a descriptor that holds a flock() lock: it shuts out other users of these calls
- * and of flock(), within the same process too, and is never turned into the other kind.
- * Waiting for a write lock while holding a read lock on the same file therefore never ends.
- * A child made by fork() shares its parent's locks until it closes the descriptors or calls
- * exec. */
+ * A lock is a descriptor that holds a flock() lock. It excludes other users of these calls
+ * and of flock(), in the same process too. A lock never changes its kind, so waiting for a
+ * write lock while holding a read lock on the same file never ends. A child made by fork()
+ * shares its parent's locks until it closes the descriptors or calls exec. */
 
-/* Takes a shared (read) or exclusive (write) lock, waiting as long as needed, and returns
-   the descriptor to be given to file_unlock(); -1 on failure. Creates a missing file with
-   mode 0600, and needs permission to read an existing one. */
+/* Takes a shared (read) or exclusive (write) lock, waiting as long as needed. Returns the
+   descriptor, which is released with file_unlock(); -1 on failure. A missing file is created
+   with mode 0600; an existing one must be readable. */
 NODETREE_API int file_read_lock(const char *path);
 NODETREE_API int file_write_lock(const char *path);
 
-/* Releases the lock at once, for children and duplicates that share it too, and closes the
-   descriptor; -1 is ignored. A child that is only to give up its own share calls close(). */
+/* Releases the lock, even if children or duplicates share it, and closes the descriptor. -1
+   is ignored. A child that gives up only its own share calls close() instead. */
 NODETREE_API void file_unlock(int descriptor);
 
-/* Whether a shared (read) or exclusive (write) lock would have to wait at this moment.
-   False also where the file cannot be opened; it is not created. Each probe takes its lock
-   for a moment when it can, so another probe may see that. Never waits. */
+/* Whether taking a shared (read) or exclusive (write) lock would have to wait now. False if
+   the file cannot be opened; it is not created. A probe holds the lock for a moment if it
+   can, which another probe may notice. Never waits. */
 NODETREE_API bool file_read_is_locked(const char *path);
 NODETREE_API bool file_write_is_locked(const char *path);
 
 /* ---- Directories ---- */
 
-/* Makes the directory `path` and its missing ancestors with `mode` less the umask, which
-   must let the process itself write and search for the next one to be made. True when all
-   are directories afterwards, whoever made them; "" is false. Those made before a failure
-   stay. Reports nothing. */
+/* Makes the directory `path` and its missing ancestors with `mode` less the umask. To make a
+   directory inside another new one, the mode must let the process write and search. True
+   when all are directories afterwards, even if somebody else made them; false for "".
+   Directories made before a failure stay. Logs nothing. O(n). */
 NODETREE_API bool file_mkdirp(const char *path, mode_t mode);
 
 /*
- * A new string list of the paths ("directory/.../name") of everything but directories below
- * `directory` whose name, not its path, matches the glob `pattern` as in string_match().
- * NULL, with errno as it was, where nothing matches and for a NULL pattern; NULL on failure.
+ * Searches `directory` and all directories below it for entries other than directories
+ * whose name, not path, matches the glob `pattern` as in string_match(). Returns their paths
+ * ("directory/.../name") as a new string list. NULL, with errno unchanged, when nothing
+ * matches and for a NULL pattern; NULL on failure.
  *
- * Depth first; the entries of each directory, hidden ones included, stand in descending
- * alphasort() order, and what is found in a subdirectory stands where the subdirectory
- * does. A subdirectory or entry that cannot be read, or whose path would be too long for
- * the system, is passed over; when memory or descriptors run out, the whole call fails.
+ * The search is depth first. The entries of a directory, hidden ones included, come in
+ * descending alphasort() order; the matches of a subdirectory come at its place. A
+ * subdirectory or entry that cannot be read, or whose path is too long for the system, is
+ * skipped. When memory or descriptors run out, the whole call fails.
  *
- * Symbolic links are followed: a directory that two links lead to is searched twice. Two
- * bounds make every search end:
- *  - a directory is not entered again while the search is inside it, so a link to an
- *    ancestor leads nowhere;
- *  - at most 100,000 directories are entered through links, which are counted with all
- *    directories below them; at one more the whole call fails with ELOOP.
+ * Symbolic links are followed, and a directory that two links lead to is searched twice. Two
+ * limits make every search end:
+ *  - A directory is not entered again while the search is inside it, so links to an
+ *    ancestor are not followed.
+ *  - At most 100,000 directories are entered through links, directly or further down. Beyond
+ *    that the whole call fails with ELOOP.
  *
- * Uses one descriptor at a time and no recursion. Linear in the entries visited, apart from
- * the sorting.
+ * Uses one descriptor at a time and no recursion. O(n log n) in the entries visited.
  */
 NODETREE_API char **path_search(const char *directory, const char *pattern);
 
 /* ---- Paths ---- */
 
-/* What the path leads to, across symbolic links: whether it exists, is a directory, is a
-   regular file. A link that leads nowhere does not exist. */
+/* Whether the path exists, is a directory, or is a regular file. Symbolic links are
+   followed; a dangling link does not exist. */
 NODETREE_API bool path_exists(const char *path);
 NODETREE_API bool path_is_directory(const char *path);
 NODETREE_API bool path_is_file(const char *path);
 
-/* A new text of the path without its last component, as POSIX dirname() gives it: "/a" for
-   "/a/b/", "." for "a" and "". NULL for NULL. */
+/* The path without its last component, as by POSIX dirname(), as a new text: "/a" for
+   "/a/b/", "." for "a" and "". NULL for NULL and when memory runs out. O(n). */
 NODETREE_API char *path_dirname(const char *path);
 
 /*
- * A new text of the path without "." components, ".." components with the component before
- * them, doubled slashes and a slash at the end ("/" alone stays). Linear.
+ * Removes from the path "." components, ".." components with the component before them,
+ * doubled slashes, and a slash at the end unless it is the whole path. Returns a new text;
+ * NULL when memory runs out. O(n).
  *
- * Goes by the text alone: ".." takes back what stands before it, also if that is a symbolic
- * link, and nothing at the root. Components are recognised by the slash before them, so a
- * relative path keeps a leading "." or ".." and comes out absolute when its first component
- * is taken back: "a/../b" gives "/b". A path that is taken back altogether gives "", as do
- * "/.." and "/.".
+ * Looks at the text only: ".." removes the component before it even if that is a symbolic
+ * link, and nothing at the root. A component is recognised by the slash before it. So a
+ * relative path keeps a leading "." or "..", and becomes absolute when its first component
+ * is removed: "a/../b" gives "/b". If nothing is left the result is "", as for "/.." and
+ * "/.".
  */
 NODETREE_API char *path_normalize(const char *path);
 
