@@ -6,8 +6,8 @@
 namespace nodetree {
 namespace {
 
-// Left and right are told apart by their sign, so that every case stands here once and its
-// mirror image is the same code with the other side.
+// Sides are numbers of opposite sign, so that a case and its mirror image are the same
+// code.
 constexpr int left_side = -1;
 constexpr int right_side = 1;
 
@@ -30,7 +30,7 @@ void list_insert_after(avl_node *place, avl_node *element) {
   place->next = element;
 }
 
-// Points what points down to `old` at `replacement`, which may be NULL.
+// Makes the pointer down to `old` point to `replacement`, which may be NULL.
 void replace_below_parent(avl_tree *tree, avl_node *old, avl_node *replacement) {
   if (!old->parent)
     tree->root = replacement;
@@ -38,8 +38,8 @@ void replace_below_parent(avl_tree *tree, avl_node *old, avl_node *replacement) 
     child(old->parent, side_of(old)) = replacement;
 }
 
-// The child on `side` rises into the place of `top`, which becomes its child on the other
-// side. The balances follow from the old ones alone, whatever those were.
+// The child on `side` takes the place of `top`, which becomes its child on the other side.
+// The new balances depend only on the old ones.
 void rotate(avl_tree *tree, avl_node *top, int side) {
   avl_node *riser = child(top, side);
   replace_below_parent(tree, top, riser);
@@ -60,7 +60,7 @@ void rotate(avl_tree *tree, avl_node *top, int side) {
   riser->balance = static_cast<int8_t>(riser_lean * side);
 }
 
-// Repairs `top`, which leans by two to `side`. The child there must not lean inwards when
+// Repairs `top`, which leans to `side` by two. The child there must not lean inwards when
 // it rises.
 void rotate_heavy(avl_tree *tree, avl_node *top, int side) {
   avl_node *heavy = child(top, side);
@@ -144,7 +144,7 @@ void remove_from_tree(avl_tree *tree, avl_node *n) {
   take_place(tree, n, successor);
 }
 
-// The followers are passed over: the group ends before the next leader of the tree.
+// Skips the followers: the group ends before the next leader in the tree.
 avl_node *last_of_group(const avl_tree *tree, avl_node *leader) {
   if (leader->next == anchor(tree) || leader->next->leader)
     return leader;
@@ -248,7 +248,7 @@ int avl_insert(avl_tree *tree, avl_node *element) {
   element->leader = true;
   element->parent = element->left = element->right = nullptr;
   Descent place = descend(tree, element->key);
-  // A comparator that sees its calls is promised this last word of the element's neighbour.
+  // The comparator is called once more for the neighbour, as callers may count on.
   if (place.at)
     place.result = tree->compare(element->key, place.at->key, tree->compare_arg);
   if (!place.at || place.result != 0) {

@@ -1,4 +1,4 @@
-// What an index of our own needs to search with a comparison that the compiler can see.
+// Searching an index with a comparison that the compiler can inline.
 #ifndef NODETREE_AVL_AVL_INTERNAL_HPP
 #define NODETREE_AVL_AVL_INTERNAL_HPP
 
@@ -6,14 +6,14 @@
 
 namespace nodetree {
 
-// Where a search stopped: the element that is equal or would be the parent of the new one,
-// NULL in an empty tree, and how the key compared with it.
+// Where a search stopped: the element that is equal or would be the parent of a new one,
+// NULL in an empty tree, and the result of comparing the key with it.
 struct Descent {
   avl_node *at;
   int result;
 };
 
-// `compare` takes a held key and says how the searched key compares with it.
+// `compare` takes a held key and returns the result of comparing the searched key with it.
 template <class Compare>
 [[gnu::always_inline]] inline Descent avl_descend(const avl_tree *tree,
                                                   const Compare &compare) {
@@ -23,15 +23,15 @@ template <class Compare>
     found.result = compare(next->key);
     if (found.result == 0)
       break;
-    // Without a branch, which nothing could predict.
+    // Without a branch, which could not be predicted.
     avl_node *const *side = found.result < 0 ? &next->left : &next->right;
     next = *side;
   }
   return found;
 }
 
-// Puts `element` beside the element where the descent for its key stopped without meeting
-// an equal key.
+// Inserts `element` at the element where the descent for its key stopped without finding an
+// equal key.
 void avl_link(avl_tree *tree, avl_node *element, Descent place);
 
 } // namespace nodetree

@@ -1,5 +1,4 @@
-// The field types that hold a number or a boolean in a cell of its own, so that it may be
-// absent.
+// The field types that hold a number or a boolean in a cell, so that it can be absent.
 #include "convert/mismatch.hpp"
 
 #include <cinttypes>
@@ -17,7 +16,7 @@ namespace {
 template <class T>
 constexpr bool is_boolean = std::is_same_v<T, bool>;
 
-// What a cell holds. One that another language fills may hold any byte for true.
+// The value of a cell. Any byte other than 0 is true.
 template <class T>
 int64_t load(const T *cell) {
   if constexpr (is_boolean<T>)
@@ -59,7 +58,7 @@ bool cell_from_node(T **field, const node *n, Caller caller) {
   if constexpr (is_boolean<T>)
     **field = n->value.boolean;
   else
-    **field = static_cast<T>(n->value.integer); // its low bits
+    **field = static_cast<T>(n->value.integer); // keeps the low bits
   return true;
 }
 

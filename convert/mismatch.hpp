@@ -7,15 +7,15 @@
 
 namespace nodetree {
 
-// Where a report comes from: a function, and a line of it.
+// The function and the line that a report names.
 struct Caller {
   const char *function;
   int line;
 };
 #define NODETREE_CALLER (nodetree::Caller{__func__, __LINE__})
 
-// Reports at `place` that `caller` expected something else of a node than what it got;
-// false, as the conversion's result.
+// Reports that `caller` expected another kind of node, with the path of `place`. Returns
+// false, the result of the conversion.
 inline bool mismatch(Caller caller, const node *place, const char *expected,
                      const node *got, const char *suffix = "") {
   if (!log_get_debug())

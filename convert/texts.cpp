@@ -1,4 +1,4 @@
-// The field types that hold texts and lists of them.
+// The field types that hold texts and string lists.
 #include "convert/mismatch.hpp"
 #include "log/report.hpp"
 

@@ -24,7 +24,7 @@ constexpr struct {
     {"atom", atom_operation},     {"unique", unique_operation},
 };
 
-// Where the index of an operation stands: the first two letters of all names differ.
+// The slot of an operation's index, by the first two letters, which differ for all names.
 constexpr std::size_t slots = 64;
 constexpr std::size_t slot_of(const char *name) {
   return *name ? (2u * static_cast<unsigned char>(name[0]) +
@@ -70,7 +70,7 @@ bool Evaluation::run(node *expr, Value &value) {
     if (step == Step::more)
       step = evaluate(frame.operand, value);
     if (step == Step::more || step == Step::end)
-      continue; // with the operand, or not at all
+      continue; // with the operand, or with the failure
     if (step == Step::value || operation.rescue)
       step = (step == Step::value ? operation.take : operation.rescue)(*this, frame, value);
     if (step == Step::more)
@@ -81,8 +81,7 @@ bool Evaluation::run(node *expr, Value &value) {
   return step == Step::value && !out_of_memory_;
 }
 
-// Evaluates what it can at once: a literal, or what comes before the first operand of an
-// operation.
+// Evaluates a literal, or the part of an operation before its first operand.
 inline Step Evaluation::evaluate(node *expr, Value &value) {
   if (expr->type == NODE_ARRAY)
     return enter(expr, value);
@@ -104,8 +103,8 @@ Step Evaluation::enter(node *expr, Value &value) {
   return step;
 }
 
-// Fails for the first reason that there is not to enter an array. Not inlined, so that the
-// values here cost nothing elsewhere.
+// Fails with the first reason why an array cannot be evaluated. Not inlined, so that its
+// variables take no stack elsewhere.
 [[gnu::noinline]] Step Evaluation::refuse(const node *expr, const Operation *operation) {
   const node *first = first_child(expr);
   if (end_ == std::end(frames_)) {
@@ -153,7 +152,7 @@ Step Evaluation::fail(const node *expr, const char *message, Value &&detail) {
 }
 
 void Evaluation::drop_message() {
-  // A message of this evaluation would have taken the place of the caller's, unreleased.
+  // A message of this evaluation would have overwritten the caller's without freeing it.
   if (error_ && !message_)
     std::free(*error_);
   if (error_)

@@ -1,4 +1,4 @@
-// One evaluation of an expression, as the operations see it.
+// The evaluation of an expression, for the operations.
 #ifndef NODETREE_EXPR_EVALUATION_HPP
 #define NODETREE_EXPR_EVALUATION_HPP
 
@@ -12,18 +12,18 @@ namespace nodetree {
 class Evaluation;
 struct Operation;
 
-// An operation that waits for the values of its operands.
+// An operation under way, which waits for the value of an operand.
 struct Frame {
   Frame(node *array, const Operation &named, node *first)
       : expr(array), operation(named), operand(first) {}
 
   node *expr;
   const Operation &operation;
-  node *operand;         // the next one to be evaluated; NULL behind the last
+  node *operand;         // the next one to evaluate; NULL after the last
   std::size_t index = 0; // of that operand
-  node *at = nullptr;    // where a chain of paths has come to
+  node *at = nullptr;    // the node that a chain of paths has reached
   bool within = true;    // whether all numbers so far lie within the bounds
-  Value held[2];         // values of earlier operands, or what has been made of them
+  Value held[2];         // values of earlier operands, or values made of them
 
   void advance() {
     operand = next_sibling(operand);
@@ -31,21 +31,21 @@ struct Frame {
   }
 };
 
-// What an operation does next: ask for its next operand, or end, with the whole evaluation
-// where that cannot go on.
+// What an operation does next: ask for its next operand, end with a value or a failure, or
+// end the whole evaluation.
 enum class Step { more, value, failure, end };
 
-// A part of an operation. `value` comes in as the value of the operand, if one was asked
-// for, and goes out as the operation's own with Step::value.
+// A part of an operation. On entry `value` is the value of the operand, if one was asked
+// for; with Step::value it is on return the value of the operation.
 using Part = Step (*)(Evaluation &, Frame &, Value &value);
 
 struct Operation {
   std::size_t least = 1, most = SIZE_MAX; // elements of the array
   const char *too_few = nullptr, *too_many = nullptr;
-  Part begin = nullptr;  // before the first operand, if there is something to do
-  Part take = nullptr;   // with the value of each operand
-  Part rescue = nullptr; // after an operand that failed; without it the operation fails
-  Part finish = nullptr; // behind the last operand
+  Part begin = nullptr;  // before the first operand; may be NULL
+  Part take = nullptr;   // for the value of each operand
+  Part rescue = nullptr; // for an operand that failed; if NULL the operation fails
+  Part finish = nullptr; // after the last operand
 };
 
 extern const Operation eq_operation, and_operation, or_operation, not_operation,
@@ -53,8 +53,7 @@ extern const Operation eq_operation, and_operation, or_operation, not_operation,
 extern const Operation get_operation, path_operation, exists_operation, length_operation;
 extern const Operation range_operation, regex_operation;
 
-// Operations wait in an array of frames, so that the depth of an expression takes no stack
-// of the program.
+// Keeps operations in an array of frames, so that nesting takes no stack.
 class Evaluation {
 public:
   Evaluation(node *context, char **error) : context_(context), error_(error) {}
@@ -64,25 +63,25 @@ public:
 
   node *context() const { return context_; }
 
-  // The value of the whole expression; false on failure.
+  // Evaluates the whole expression. False on failure.
   bool run(node *expr, Value &value);
 
-  // node_lookup(), node_follow_link() of a link (any other node is its own target) and the
-  // truth of a value: where memory runs out the evaluation ends.
+  // node_lookup(), node_follow_link() (other nodes are their own target) and the truth of a
+  // value. When memory runs out the evaluation ends.
   node *lookup(node *start, const char *path);
   node *target(node *n);
   bool is_true(const Value &value) { return value.is_true(out_of_memory_); }
 
-  // Notes that the operation `expr` fails, in place of an earlier failure. `detail` stands
-  // for "%s" in the message and stays where it is until report(). The same for the text of
-  // a value, which is kept.
+  // Notes the failure of the operation `expr`, in place of an earlier failure. `detail`
+  // replaces "%s" in the message and must stay valid until report(). The overload for a
+  // value takes its text and keeps it.
   Step fail(const node *expr, const char *message, const char *detail = nullptr);
   Step fail(const node *expr, const char *message, Value &&detail);
 
-  // Discards the message, also one that the caller has left in *error.
+  // Discards the message, including one that the caller has left in *error.
   void drop_message();
 
-  // Stores the message of what failed last, if there is one. Comes last.
+  // Stores the message of the last failure, if there is one. To be called last.
   void report();
 
 private:
@@ -99,7 +98,7 @@ private:
   Value kept_;
   bool out_of_memory_ = false;
   Frame *end_ = frames_; // of the operations under way
-  union {                // constructed as they are needed
+  union {                // frames are constructed when they are needed
     Frame frames_[EXPR_NESTING_MAX];
   };
 };

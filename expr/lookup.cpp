@@ -4,7 +4,8 @@
 namespace nodetree {
 namespace {
 
-// A chain that cannot go on: "exists" and "length" do all the same.
+// For a chain of paths that finds nothing: "exists" and "length" have a result all the
+// same.
 Step nothing_found(Evaluation &evaluation, Frame &frame, Value &value) {
   frame.at = nullptr;
   return frame.operation.rescue ? frame.operation.finish(evaluation, frame, value)

@@ -6,7 +6,7 @@
 namespace nodetree {
 namespace {
 
-// Strings and integers have a number.
+// Strings and integers count as numbers.
 bool is_numeric(node_type type) {
   return type == NODE_STRING || type == NODE_INTEGER;
 }
@@ -18,8 +18,7 @@ double number_of(const Value &value) {
   return *value.string() ? to_double_in_c(value.string()) : NAN;
 }
 
-// What the path leads to; NULL for what is to be skipped. A null that a link leads to is
-// not.
+// The node at the path; NULL if it is to be skipped. A null behind a link is not skipped.
 node *find(Evaluation &evaluation, const char *path) {
   node *found = evaluation.lookup(evaluation.context(), path);
   if (!found || found->type == NODE_NULL)
@@ -49,14 +48,14 @@ Step take(Evaluation &evaluation, Frame &frame, Value &value) {
     return evaluation.fail(frame.expr,
                            "'range' path must refer to a string or integer, got %s.",
                            node_type_to_string(found));
-  // NaN, as a bound or as the number, is never out of bounds.
+  // With a NaN as a bound or as the number, nothing is out of bounds.
   const double number = number_of(Value::found(found));
   if (frame.held[0].real() > number || number > frame.held[1].real())
     frame.within = false;
   return Step::more;
 }
 
-// A path that fails is skipped, a bound is not.
+// A path operand that fails is skipped; a bound that fails makes the operation fail.
 Step rescue(Evaluation &, Frame &frame, Value &) {
   return frame.index < 2 ? Step::failure : Step::more;
 }

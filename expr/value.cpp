@@ -9,12 +9,12 @@ using namespace nodetree;
 namespace nodetree {
 namespace {
 
-// Not inlined, so that other kinds do not pay for it.
+// Not inlined, so that other kinds do not pay for its variables.
 [[gnu::noinline]] bool is_true_behind(node *link, bool &out_of_memory) {
   Links links;
   node *end = links.resolve(link);
   out_of_memory = out_of_memory || links.out_of_memory();
-  // A chain that goes in a circle ends at one of its links.
+  // A circular chain ends at one of its links.
   return end && end->type != NODE_LINK && Value::found(end).is_true(out_of_memory);
 }
 
@@ -57,7 +57,7 @@ bool Value::equals(const Value &other) const {
     return integer() == other.integer();
   case NODE_STRING:
     return std::strcmp(string(), other.string()) == 0;
-  default: // no operation makes the other kinds
+  default: // operations make no other kinds
     return node_equals(content_.found, other.content_.found);
   }
 }

@@ -1,4 +1,4 @@
-// What expressions evaluate to, before the result is handed out as a node.
+// The values of expressions, before the result becomes a node.
 #ifndef NODETREE_EXPR_VALUE_HPP
 #define NODETREE_EXPR_VALUE_HPP
 
@@ -8,11 +8,11 @@
 
 namespace nodetree {
 
-// Either found, a node of the expression or the context without a reference of its own, or
-// made by an operation: a truth, a number or a text, which no node is needed for.
+// Either found, a node of the expression or the context, without a reference; or made by an
+// operation: a boolean, an integer or a text, without a node.
 class Value {
 public:
-  Value() = default; // none, until it is assigned
+  Value() = default; // no value
   Value(Value &&other) noexcept : content_(std::exchange(other.content_, {})) {}
   Value &operator=(Value &&other) noexcept {
     release();
@@ -33,7 +33,7 @@ public:
   static Value real(double number) {
     return Value({.type = NODE_REAL, .origin = Origin::made, .real = number});
   }
-  // Takes over a text from malloc().
+  // Consumes a text from malloc().
   static Value string(char *text) {
     return Value({.type = NODE_STRING, .origin = Origin::allocated, .text = text});
   }
@@ -42,7 +42,7 @@ public:
   bool is_string() const { return type() == NODE_STRING; }
   const char *type_name() const;
 
-  // What a value of the kind holds.
+  // The content of a value of this kind.
   bool boolean() const {
     return is_made() ? content_.boolean : content_.found->value.boolean;
   }
@@ -54,12 +54,12 @@ public:
     return is_made() ? content_.text : content_.found->value.string;
   }
 
-  // The truth of a value, as expr_coerce_bool() has it. False, with `out_of_memory` set, for
-  // a link that could not be followed for that reason.
+  // The truth of a value, as by expr_coerce_bool(). When memory runs out while a link is
+  // followed, sets `out_of_memory` and returns false.
   bool is_true(bool &out_of_memory) const;
-  // As node_equals() has it.
+  // As by node_equals().
   bool equals(const Value &other) const;
-  // A new node, or a reference to the one that was found. NULL when memory runs out.
+  // A new node, or a new reference to the node found. NULL when memory runs out.
   node *to_node() const;
 
   bool is_made() const { return content_.origin != Origin::found; }

@@ -8,8 +8,9 @@
 
 using namespace nodetree;
 
-// A lock belongs to the open file, which a child just made by fork() shares until it calls
-// exec. Closing a descriptor does not end the lock while the child has its copy: LOCK_UN does.
+// A lock belongs to the open file, which a child made by fork() shares until it calls exec.
+// While the child has its copy only LOCK_UN releases the lock; closing a descriptor does
+// not.
 
 namespace {
 
@@ -29,7 +30,7 @@ int file_lock(const char *path, int operation, const char *kind) {
 }
 
 bool would_wait(const char *path, int operation) {
-  // O_NONBLOCK: a pipe in the file's place must not make a probe wait.
+  // O_NONBLOCK, so that opening a pipe does not wait for a writer.
   const Descriptor file(path, O_RDONLY | O_NONBLOCK);
   if (!file.is_open())
     return false;

@@ -1,4 +1,4 @@
-// Tests of paths, paths as texts, and making directories.
+// Tests of paths, operations on their texts, and making directories.
 #include <nodetree/file.h>
 #include <nodetree/string.h>
 
@@ -47,7 +47,7 @@ bool file_mkdirp(const char *path, mode_t mode) {
   if (!copy)
     return false;
   char *text = copy.get();
-  // A slash at the very start has no name before it.
+  // A slash at the start has no name before it.
   for (char *from = *text ? text + 1 : text; char *slash = strchr(from, '/');
        from = slash + 1) {
     *slash = '\0';
@@ -62,7 +62,7 @@ char *path_dirname(const char *path) {
   if (!path)
     return nullptr;
   const Text copy(strdup(path));
-  // What dirname() returns may be a part of its argument or a text of its own.
+  // dirname() returns a part of its argument or a constant.
   return copy ? strdup(dirname(copy.get())) : nullptr;
 }
 
@@ -72,7 +72,7 @@ char *path_normalize(const char *path) {
     return nullptr;
   char *const start = copy.get();
   const char *rest = start;
-  char *end = start; // of the result, which never overtakes the rest
+  char *end = start; // of the result, which is never ahead of the reading position
 
   const auto drop_component = [&] {
     while (end > start && *--end != '/')

@@ -27,7 +27,7 @@ bool resize(Text &buffer, size_t capacity) {
   return true;
 }
 
-// Reads to the end and adds the bytes read to `length`; always leaves room for a zero byte.
+// Reads to the end and adds the number of bytes to `length`. Leaves room for a NUL.
 Text read_all(int fd, size_t &length) {
   size_t capacity = first_capacity;
   Text buffer(static_cast<char *>(malloc(capacity)));
@@ -47,7 +47,7 @@ Text read_all(int fd, size_t &length) {
       capacity *= 2;
     }
   }
-  // Half of a big buffer may be idle. That the trimming fails does no harm.
+  // Up to half of a big buffer is unused. If the trimming fails, it stays as it is.
   if (buffer && capacity > first_capacity)
     static_cast<void>(resize(buffer, length + 1));
   return buffer;
@@ -85,7 +85,7 @@ char *file_read_string(const char *path) {
 }
 
 void *file_map(const char *path, size_t *length) {
-  // O_NONBLOCK matters to pipes alone, which would have us wait for a writer.
+  // O_NONBLOCK, so that opening a pipe does not wait for a writer.
   const Descriptor file(path, O_RDONLY | O_NONBLOCK);
   if (!file.is_open()) {
     NODETREE_DEBUG("Failed to open file '%s': %m", path);
@@ -103,7 +103,7 @@ void *file_map(const char *path, size_t *length) {
   }
   const auto size = static_cast<size_t>(status.st_size);
   void *address = MAP_FAILED;
-  errno = ENOMEM; // of a file that is larger than the address space
+  errno = ENOMEM; // for a file that is larger than the address space
   if (std::cmp_equal(size, status.st_size))
     address = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file.get(), 0);
   if (address == MAP_FAILED) {
@@ -129,8 +129,7 @@ bool file_write_string(const char *path, const char *text) {
     NODETREE_DEBUG("Failed to open file %s for writing: %m\n", path);
     return false;
   }
-  // Straight to the system: in a buffer, what a full disk refuses would be noticed only at
-  // the close, when the text already counts as written.
+  // Without a buffer, so that a full disk is noticed before the text counts as written.
   const bool written = write_all(file.get(), text, strlen(text));
   if (!written)
     NODETREE_DEBUG("Failed to write file %s: %m\n", path);

@@ -1,4 +1,4 @@
-// The search of a directory tree for names that match a pattern.
+// Searching a directory tree for names that match a pattern.
 #include <nodetree/file.h>
 #include <nodetree/string.h>
 
@@ -20,25 +20,25 @@ struct DirectoryId {
   ino_t inode;
 };
 
-// Links between directories make more paths than could be walked: what is entered through
-// links, directly or further down, is counted.
+// Links between directories can make too many paths to walk, so directories entered through
+// links, directly or further down, are counted.
 constexpr int max_across_links = 100'000;
 
-// A directory that the search is inside of.
+// A directory that is being searched.
 struct Level {
   Level *parent;
   dirent **entries;
-  int left; // entries to visit, from the last to the first
+  int left; // number of entries left, visited from the last to the first
   size_t path_length;
   DirectoryId id;
-  bool across_links; // whether one was followed on the way down to here
+  bool across_links; // whether a link was followed on the way here
 };
 
 int no_dots(const dirent *entry) {
   return strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0;
 }
 
-// Whether errno says that the process lacks something, not that one directory is at fault.
+// Whether errno tells a lack of resources, not a fault of one directory.
 bool out_of_resources() {
   return errno == ENOMEM || errno == EMFILE || errno == ENFILE;
 }
@@ -55,10 +55,10 @@ public:
   Search(const Search &) = delete;
   Search &operator=(const Search &) = delete;
 
-  // False when the directory cannot be searched, or not to the end.
+  // False when the directory cannot be searched completely.
   bool run(const char *directory);
 
-  // What was found; NULL if nothing was, or if memory runs out.
+  // The paths found; NULL for none and when memory runs out.
   char **take() {
     return !found_.empty() && found_.push(nullptr) ? found_.take() : nullptr;
   }
@@ -74,7 +74,7 @@ private:
   Level *level_ = nullptr;
   Stack<char *> found_;
   int across_links_ = 0;
-  // The current path. One that does not fit could not be opened either.
+  // The current path. A longer one could not be opened.
   char path_[PATH_MAX];
 };
 
@@ -173,13 +173,13 @@ bool Search::is_inside(const DirectoryId &id) const {
 } // namespace
 
 char **path_search(const char *directory, const char *pattern) {
-  // Nothing matches no pattern: there is no need to look.
+  // Without a pattern nothing matches.
   if (!pattern)
     return nullptr;
   const int caller_errno = errno;
   Search search(pattern);
   if (!search.run(directory))
     return nullptr;
-  errno = caller_errno; // what was passed over is no failure
+  errno = caller_errno; // skipped entries are no failure
   return search.take();
 }

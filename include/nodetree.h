@@ -2,8 +2,8 @@
  * nodetree: typed trees, and support code for Linux services and command-line tools.
  *
  * This header includes the whole public interface. Each family also has a header of its own
- * in <nodetree/...>. The conventions below hold for every function; a function's comment says
- * only what is special about it.
+ * in <nodetree/...>. The conventions below hold for every function; a function's comment
+ * says only what is special about it.
  *
  *  1. Names. Functions are named family_verb. A leading underscore marks the plain function
  *     behind a convenience front end of the same name (_sl_new behind sl_new). Two leading
@@ -16,15 +16,16 @@
  *  3. Growing lists. A function that grows, shrinks or joins a list may move it and returns
  *     the list to use from then on. On failure it returns NULL, and the list passed in is
  *     unchanged and still owned by the caller.
- *  4. NULL. A NULL string list or value list is an empty one. A NULL node has no kind, value,
- *     key, parent or children. Every question about it gives 0, false or NULL, so the result
- *     of a lookup needs no test. Other pointer arguments may be NULL only where the comment
- *     says so.
- *  5. Wrong kinds. It is not an error to ask a node for what its kind does not have: getters
- *     return their default, and container operations do nothing and return false, 0 or NULL.
+ *  4. NULL. A NULL string list or value list is an empty one. A NULL node has no kind,
+ *     value, key, parent or children. Every question about it gives 0, false or NULL, so
+ *     the result of a lookup needs no test. Other pointer arguments may be NULL only where
+ *     the comment says so.
+ *  5. Wrong kinds. It is not an error to ask a node for what its kind does not have:
+ *     getters return their default, and container operations do nothing and return false, 0
+ *     or NULL.
  *  6. Results. Failure is NULL, false, -1 or a documented negative number. No function
- *     throws, aborts or exits. When memory runs out the call fails, leaks nothing and leaves
- *     its arguments unchanged, unless its comment says otherwise.
+ *     throws, aborts or exits. When memory runs out the call fails, leaks nothing and
+ *     leaves its arguments unchanged, unless its comment says otherwise.
  *  7. Messages. All messages go through log_msg() and are discarded until the program opens
  *     a log. Diagnostics are logged at LOG_DEBUG, failures of the codecs and of starting a
  *     program at LOG_ERR. Only the result tells whether a call failed; a message is a side
@@ -39,14 +40,14 @@
  * 10. Depth. No function recurses on the depth of a tree or a text: a tree 1,000,000 levels
  *     deep can be built, walked, copied and released on a small stack. Expressions nested
  *     deeper than EXPR_NESTING_MAX fail.
- * 11. Cost. Without a cost in its comment a function takes constant time, apart from copying
- *     the texts it is given. n is the number of children, elements or bytes.
+ * 11. Cost. Without a cost in its comment a function takes constant time, apart from
+ *     copying the texts it is given. n is the number of children, elements or bytes.
  * 12. Links. Every operation that follows links ends. A link whose path passes through
  *     itself does not resolve. Chains of links, and paths through other links, take time
  *     proportional to the links. Links can multiply what is visited, so there is a limit: a
  *     call enters at most 10,000,000 nodes inside targets that were reached through two or
- *     more links. In a glob lookup each ".." after a "*", and each node entered after two of
- *     those, counts as well.
+ *     more links. In a glob lookup each ".." after a "*", and each node entered after two
+ *     of those, counts as well.
  */
 #ifndef NODETREE_H
 #define NODETREE_H

@@ -13,7 +13,7 @@ namespace {
 
 constexpr size_t line_bytes = 16;
 
-/* What one message can hold: printf() counts in ints, and the prefix needs room too. */
+/* The limit of one message: printf() counts in ints, and the prefix needs room too. */
 constexpr size_t max_text = INT_MAX - 1024;
 
 /* Appends " %02x" for each byte to `out` and returns the new end. */
@@ -38,8 +38,8 @@ char *put_ascii(char *out, const unsigned char *bytes, size_t count) {
   return out;
 }
 
-/* The writers return whether all was written: a memory stream that finds no memory drops
-   bytes and goes on, and ferror() does not always tell. */
+/* The writers return whether everything was written. When memory runs out a memory stream
+   drops bytes, and ferror() does not always show it. */
 bool write_dump_line(FILE *out, size_t offset, const unsigned char *bytes, size_t count) {
   char line[128]; /* at most 19 for the offset, 48 + 4 + 16 for the columns and the end */
   char *end = line + snprintf(line, sizeof line, "0x%08zx:", offset);

@@ -8,7 +8,7 @@ FILE *log_file = nullptr;
 
 namespace {
 
-/* Where messages go; the signature is that of vsyslog(), which is one of the sinks. */
+/* A destination of messages. Has the signature of vsyslog(), which is one of them. */
 using Sink = void (*)(int level, const char *format, va_list args);
 
 const char *level_prefix(int level) {
@@ -30,7 +30,7 @@ NODETREE_PRINTF(3, 0)
 void write_line(FILE *stream, int level, const char *format, va_list args) {
   const int caller_errno = errno;
   fputs(level_prefix(level), stream);
-  /* Even a write that succeeds may have changed what "%m" is to show. */
+  /* Even a write that succeeds may have changed errno, which "%m" shows. */
   errno = caller_errno;
   vfprintf(stream, format, args);
   fputc('\n', stream);

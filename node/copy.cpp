@@ -8,7 +8,7 @@ using namespace nodetree;
 namespace nodetree {
 namespace {
 
-// Gives `copy` the value of `n`, but not its children: whether there was memory for it.
+// Gives `copy` the value of `n` without its children. False when memory runs out.
 bool copy_value(node *copy, const node *n) {
   if (n->type == NODE_STRING) {
     copy->value.string = strdup(n->value.string);
@@ -23,8 +23,8 @@ bool copy_value(node *copy, const node *n) {
   return true;
 }
 
-// Adds a copy of `n` to the container, or makes one without a parent for NULL. The member
-// that it is in place of gives it its key.
+// Adds a copy of `n` to the container; NULL makes it a root. The key is that of `place`,
+// the member whose place the copy takes.
 node *add_copy(node *container, const node *place, const node *n) {
   bool is_member = container && container->type == NODE_OBJECT;
   NodeOwner copy(node_make(n->type, is_member ? std::string_view(place->key) : ""));

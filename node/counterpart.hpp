@@ -1,4 +1,4 @@
-// What comparisons of two trees share.
+// Parts of comparing two trees.
 #ifndef NODETREE_NODE_COUNTERPART_HPP
 #define NODETREE_NODE_COUNTERPART_HPP
 
@@ -8,7 +8,7 @@
 
 namespace nodetree {
 
-// Whether two nodes agree in all but their children.
+// Whether two nodes are equal apart from their children.
 inline bool same_value(const node *a, const node *b) {
   if (a->type != b->type)
     return false;
@@ -32,9 +32,9 @@ inline bool same_value(const node *a, const node *b) {
   return false;
 }
 
-// The child of `container` that belongs to a child of another container of its kind. Members
-// mostly come in the same order, so that the one at the same place, NULL for none, is it and
-// needs no search.
+// The child of `container` that corresponds to a child of another container of its kind.
+// Members mostly come in the same order, so the child at the same place (NULL for none) is
+// tried before a search.
 inline node *counterpart(const node *n, const node *container, node *at_same_place) {
   if (container->type == NODE_ARRAY)
     return at_same_place;

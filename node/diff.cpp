@@ -8,54 +8,54 @@ using namespace nodetree;
 namespace nodetree {
 namespace {
 
-// What the comparison of two nodes comes to. When it is known, `entry` shows the difference
-// in a result; it is NULL where they do not differ.
+// The outcome of comparing two nodes. If it is known, `entry` is their difference, NULL for
+// none.
 struct Outcome {
-  enum Kind { known, inside, failed } kind; // inside: it goes on with their children
+  enum Kind { known, inside, failed } kind; // inside: their children come next
   node *entry;
 };
 
 constexpr Outcome equal{Outcome::known, nullptr};
 constexpr Outcome failed{Outcome::failed, nullptr};
 
-// A node that may be NULL only when memory has run out.
+// An entry that is NULL only when memory ran out.
 Outcome made(node *entry) {
   return {entry ? Outcome::known : Outcome::failed, entry};
 }
 
 constexpr std::size_t never = SIZE_MAX;
 
-// Two containers of one kind under comparison. Children of `to` come first, then those that
-// only `from` has; in arrays both lists end together, at the longer one's end.
+// Two containers of one kind that are being compared. In objects the children of `to` come
+// first, then those that only `from` has. In arrays both are walked together, to the end of
+// the longer one.
 struct Pair {
   const node *from;
   const node *to;
-  node *from_child; // the next one of each; of an object's, where a member is looked for
+  node *from_child; // the next child of each; in objects `from`'s is where a search starts
   node *to_child;
-  size_t met; // so many elements, or members of both
-  const char
-      *key;     // of this pair's entry in the result above; NULL for the top and in arrays
-  node *result; // NULL until something differs
-  bool lacking; // something that differs, or may differ, is not in the result
+  size_t met;      // the number of elements, or of members of both, so far
+  const char *key; // of the entry in the outer pair's result; NULL at the top and in arrays
+  node *result;    // NULL until something differs
+  bool lacking;    // a difference, or a possible one, is missing in the result
 };
 
-// What counts for a pair besides when links led to it.
+// What is needed besides for a pair that links led to.
 struct Behind {
-  size_t links;   // so many
-  bool by_link;   // the last of them to this pair itself
-  size_t assumed; // the assumptions that were there before
+  size_t links;   // how many
+  bool by_link;   // the last of them led to this pair itself
+  size_t assumed; // the number of assumptions before
   size_t lowest;  // the outermost level of a pair that was met again inside this one
-  size_t visits;  // what had been counted before
+  size_t visits;  // the number of visits before
 };
 
-// What is known of two containers that were come to through links. A pair of links met again
-// inside its own comparison counts as equal, so two can be found equal on the assumption
-// that an outer pair is, whose comparison goes on.
+// What is known of two containers that were reached through links. A pair of links that is
+// met again inside its own comparison counts as equal. So two containers can be found equal
+// on the assumption that an outer pair, whose comparison is not finished, is equal.
 struct Comparison {
   enum State { unknown, comparing, finished } state;
-  size_t level;           // on the stack: of this pair, or of the outermost one assumed
+  size_t level; // on the stack, of this pair or of the outermost one assumed equal
   const node *difference; // in the result; NULL where they are equal
-  bool nested;            // more links may have led to parts of it
+  bool nested;            // further links may have led to parts of it
 };
 
 class Difference {
@@ -82,15 +82,15 @@ private:
   size_t behind() const { return behind_.empty() ? 0 : behind_.back().links; }
 
   Links from_links_;
-  Links to_links_; // the limit on nodes is that of these
+  Links to_links_; // also counts visits, for both trees
   Stack<Pair> pairs_;
-  Stack<Behind> behind_; // of the innermost pairs, from the first that a link led to
+  Stack<Behind> behind_; // for the innermost pairs, from the first that a link led to
   AddressTable<Comparison> comparisons_;
-  Stack<Address> assumptions_; // the pairs found equal on assumptions
+  Stack<Address> assumptions_; // pairs found equal on an assumption
   bool entries_lost_ = false;
 };
 
-// The spare node is what can still be given when nothing else can.
+// The spare node is returned when there is no memory for another one.
 node *Difference::run(const node *from, const node *to) {
   NodeOwner spare(node_new_null());
   if (!spare)
@@ -113,7 +113,7 @@ node *Difference::run(const node *from, const node *to) {
   return !top.result && top.lacking ? spare.release() : top.result;
 }
 
-// Deals with the next children of the innermost pair: false when there are none.
+// Compares the next children of the innermost pair. False when there are none.
 bool Difference::step() {
   Pair &pair = pairs_.back();
   return pair.from->type == NODE_OBJECT ? step_object(pair) : step_array(pair);
@@ -154,8 +154,8 @@ bool Difference::step_array(Pair &pair) {
   return true;
 }
 
-// Adds the entry of two children, one of which may be missing, to the innermost pair, or
-// makes them the innermost pair.
+// Compares two children, one of which may be missing: adds their entry to the innermost
+// pair, or makes them the innermost pair.
 void Difference::settle(const node *from, const node *to, const char *key) {
   Outcome outcome = equal;
   if (!from)
@@ -185,8 +185,8 @@ void Difference::finish() {
   add(key, to, outcome);
 }
 
-// A difference lasts where nothing was met again inside of it: then nothing can be in any
-// other place. Without memory for a note the pair is only compared again.
+// A difference can be reused if no pair was met again inside it: it is then the same in
+// every other place. When memory runs out for the note, the pair is only compared again.
 void Difference::remember(const Pair &done, const Outcome &outcome) {
   const size_t level = pairs_.size() - 1;
   const Behind behind = behind_.back();
@@ -208,13 +208,13 @@ void Difference::remember(const Pair &done, const Outcome &outcome) {
              to_links_.visits() != behind.visits};
 }
 
-// What comes of the innermost pair depends on one that was met again.
+// The outcome of the innermost pair depends on a pair that was met again.
 void Difference::rest_on(size_t level) {
   if (!behind_.empty())
     behind_.back().lowest = std::min(behind_.back().lowest, level);
 }
 
-// The comparison on which the last assumptions rest has ended.
+// The comparison that the last assumptions depend on has ended.
 void Difference::settle_assumptions(size_t count, bool hold) {
   for (; assumptions_.size() > count; assumptions_.pop()) {
     Comparison *note = comparisons_.find(assumptions_.back());
@@ -222,8 +222,8 @@ void Difference::settle_assumptions(size_t count, bool hold) {
   }
 }
 
-// Adds an entry to the innermost pair. What is not known is shown as a copy of `to`, or as
-// null where not even that can be made.
+// Adds an entry to the innermost pair. An unknown difference is a copy of `to`, or null
+// when there is no memory for the copy.
 void Difference::add(const char *key, const node *to, Outcome outcome) {
   if (outcome.kind == Outcome::known && !outcome.entry)
     return;
@@ -237,7 +237,7 @@ void Difference::add(const char *key, const node *to, Outcome outcome) {
     pair.lacking = true;
 }
 
-// The result is made with the first entry. What cannot be added is released.
+// Makes the result with its first entry. Releases an entry that cannot be added.
 bool Difference::add_entry(Pair &pair, const char *key, node *entry) {
   if (!pair.result)
     pair.result = node_new_object();
@@ -260,7 +260,7 @@ Outcome Difference::copy(const node *n, int links, size_t behind) {
   return outcome;
 }
 
-// With `inside` the two have become the innermost pair.
+// If the outcome is `inside`, the two have become the innermost pair.
 Outcome Difference::compare(const node *from, const node *to, const char *key) {
   if (from->type != to->type)
     return copy(to, 1, behind());
@@ -273,8 +273,8 @@ Outcome Difference::compare(const node *from, const node *to, const char *key) {
   return same_value(from, to) ? equal : copy(to, 0, behind());
 }
 
-// Two chains of links that are followed side by side come to a comparison of their ends when
-// they are equally long.
+// Links are followed side by side, so only the ends of chains of the same length are
+// compared.
 Outcome Difference::compare_links(node *from, node *to, const char *key) {
   const Links::End a = from_links_.end_of(from), b = to_links_.end_of(to);
   if (from_links_.out_of_memory() || to_links_.out_of_memory())
@@ -285,7 +285,7 @@ Outcome Difference::compare_links(node *from, node *to, const char *key) {
   if (!together || a.at->type != b.at->type)
     return copy(to, 1, behind());
   if (b.at->type == NODE_LINK)
-    return equal; // both go in a circle
+    return equal; // both are circular
   if (behind() > 0 && !to_links_.visit())
     return failed;
   if (!is_container(b.at) || (a.at->diff_hash != 0 && a.at->diff_hash == b.at->diff_hash))
@@ -293,7 +293,7 @@ Outcome Difference::compare_links(node *from, node *to, const char *key) {
   return enter(a.at, b.at, key, true);
 }
 
-// Makes two containers the innermost pair, unless what comes of it is known.
+// Makes two containers the innermost pair, unless their outcome is known.
 Outcome Difference::enter(const node *from, const node *to, const char *key, bool by_link) {
   if (!pairs_.push({from, to, first_child(from), first_child(to), 0, key, nullptr, false}))
     return failed;

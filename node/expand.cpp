@@ -66,7 +66,7 @@ ExpandingWalk::Step ExpandingWalk::enter_container(Outer &outer, const node *tar
   const node *home = outer.link->parent;
   if (!places.note(home) || !places.note(target))
     return Step::failed;
-  // What a container holds follows it in the order of places without a gap.
+  // In the order of places a container is directly followed by what it holds.
   const avl_node *next = avl_find_greaterequal(&inside_, target);
   if (places.holds(target, home) ||
       (next && places.holds(target, static_cast<const node *>(next->key))))

@@ -1,4 +1,4 @@
-// The walk that puts the targets of links in their places.
+// A walk that treats links as their targets.
 #ifndef NODETREE_NODE_EXPAND_HPP
 #define NODETREE_NODE_EXPAND_HPP
 
@@ -8,15 +8,15 @@
 
 namespace nodetree {
 
-// A Walk that goes on inside the final target of every link it meets, as if the target
-// stood in the link's place, or treats links as leaves when `follow` is false. A link to a
-// container that the walk is inside of, or to one that holds such a container, would have
-// no end: it is `circular`.
+// A Walk that continues inside the final target of every link, as if the target stood in
+// the link's place. If `follow` is false links are leaves. A link is `circular` if it leads
+// to a container that the walk is inside of, or to one that holds such a container: the
+// walk would never end.
 class ExpandingWalk {
 public:
   enum class Step { enter, leave, dangling, circular, failed, done };
 
-  // `behind` is the number of links that led to `top` already.
+  // `behind` is the number of links that have led to `top`.
   ExpandingWalk(node *top, bool follow, Links &links, std::size_t behind = 0);
   ExpandingWalk(const ExpandingWalk &) = delete;
   ExpandingWalk &operator=(const ExpandingWalk &) = delete;
@@ -24,8 +24,8 @@ public:
 
   Step step() const { return step_; }
 
-  // The node whose value counts, and the one whose key and parent count: the link, for a
-  // target.
+  // The node with the value, and the node with the key and parent. They differ for a
+  // target, which has the place of its link.
   node *at() const { return walk_.at(); }
   node *place() const {
     return walk_.at() == walk_.top() && !outer_.empty() ? outer_.back().link : walk_.at();
@@ -34,7 +34,7 @@ public:
 
   bool behind_links() const { return behind_ > 0; }
 
-  // The name under which the entered value stands in an object of the walk; NULL elsewhere.
+  // The member name of the entered value; NULL if it is no member.
   const char *name() const {
     bool named = !at_top() && place()->parent->type == NODE_OBJECT;
     return named ? place()->key : nullptr;
@@ -57,10 +57,10 @@ public:
     settle();
   }
 
-  // Goes on inside the target of the link that was just entered as a leaf.
+  // Continues inside the target of the link that was just entered as a leaf.
   void follow_link() { arrive(enter_link()); }
 
-  // Ends the walk and gives every container that it was inside of to `visit`.
+  // Ends the walk and calls `visit` for every container that it was inside of.
   template <class Visit>
   void give_up(Visit visit) {
     for (node *at = walk_.at(), *top = walk_.top();; pop_outer()) {
@@ -73,7 +73,7 @@ public:
     }
   }
 
-  // Why the step is `circular` or `failed`.
+  // The reason of a step that is `circular` or `failed`.
   const char *reason() const {
     if (step_ == Step::circular)
       return "a link leads back into itself";
@@ -81,15 +81,15 @@ public:
   }
 
 private:
-  // Where to go on after the target that the walk is in, and, when that is a container, the
-  // link's own container among `inside_`.
+  // Where to continue after the current target. If that is a container, also the entry of
+  // the link's own container in `inside_`.
   struct Outer {
     node *top;
     node *link;
     avl_node *inside;
   };
 
-  // Derives the step from where the walk is now, which in a tree without links says it all.
+  // Derives the step from the position of the walk.
   void settle() {
     if (walk_.done() || behind_ > 1 || (follow_ && walk_.at()->type == NODE_LINK))
       settle_among_links();
@@ -110,14 +110,14 @@ private:
   Links &links_;
   std::size_t behind_;
   Stack<Outer> outer_;
-  // The containers of the links that the walk is behind, in the order of Places. They
-  // differ: a target that held an earlier link's container would be circular.
+  // The containers of the links that led here, in the order of Places. They all differ: a
+  // target that held an earlier link's container would be circular.
   avl_tree inside_;
 };
 
-// node_copy() as a part of a call, of a node that so many links have led to already: false
-// when memory runs out or the links lead to too many nodes. `copy` is NULL then, and where
-// there is nothing to be copied.
+// node_copy() as a part of another operation, for a node that `behind` links have led to.
+// False when memory runs out or links lead to too many nodes. `copy` is then NULL, as it is
+// when there is nothing to copy.
 bool copy_tree(const node *n, int links, Links &account, std::size_t behind, node *&copy);
 
 } // namespace nodetree

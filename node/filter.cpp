@@ -10,8 +10,8 @@ using namespace nodetree;
 namespace nodetree {
 namespace {
 
-// The matches of one pattern. What an earlier match takes away may hold later ones, so each
-// is referred to until all are done.
+// The matches of one pattern. Removing one may destroy later ones, so each is kept by a
+// reference.
 class Matches {
 public:
   Matches(node *tree, const char *pattern)
@@ -27,11 +27,11 @@ public:
     std::free(nodes_);
   }
 
-  // False when memory ran out: which nodes match cannot be told then.
+  // False when memory ran out; which nodes match is then unknown.
   bool complete() const { return complete_; }
 
-  // The next match that is still below `root`, NULL at the end. What holds the tree that is
-  // edited is passed over.
+  // The next match that is still below `root`; NULL at the end. Skips matches that contain
+  // the tree being edited.
   node *next(const node *root) {
     while (nodes_ && nodes_[at_]) {
       auto *match = static_cast<node *>(nodes_[at_++]);
@@ -59,7 +59,7 @@ public:
       std::free(paths_.back());
   }
 
-  // Without memory the list stays as it was.
+  // When memory runs out the list is unchanged.
   void append_to(char **&list) {
     if (paths_.empty() || !paths_.push(nullptr))
       return;
@@ -87,8 +87,8 @@ private:
   Stack<char *> paths_;
 };
 
-// Moves a match to the same path in `result`, where it replaces what it does not go
-// together with.
+// Moves a match to the same path in `result`. There it replaces what it cannot be combined
+// with.
 void keep(node *result, node *match, node *tree) {
   char **path = node_path_sl(match);
   node *place = node_lookup_create_sl(result, path);
@@ -96,13 +96,13 @@ void keep(node *result, node *match, node *tree) {
   if (!place)
     return;
   merge_contents(place, match);
-  // The tree itself stays the caller's, whatever of it was taken.
+  // The tree itself stays with the caller.
   if (match != tree)
     node_free(match);
 }
 
 void include_matches(node *tree, char **patterns, Removed &removed) {
-  node result{}; // here, so that dropping the rest cannot fail
+  node result{}; // not allocated, so that dropping the rest cannot fail
   result.refcount = 1;
   make_container(&result, NODE_OBJECT);
   bool tree_taken = false;
@@ -129,14 +129,14 @@ void exclude_matches(node *tree, char **patterns, Removed &removed) {
   for (char **pattern = patterns; *pattern; pattern++) {
     Matches matches(tree, *pattern);
     if (!matches.complete()) {
-      // What must not stay cannot be told from the rest.
+      // What matches is unknown, so nothing may stay.
       removed.add_leaves(tree);
       node_clear(tree);
       return;
     }
     while (node *match = matches.next(root)) {
       removed.add_leaves(match);
-      // The tree being edited stays where it is, also inside a larger one.
+      // The tree being edited keeps its place, even inside a larger one.
       if (match == tree)
         node_clear(match);
       else
@@ -149,7 +149,7 @@ void exclude_matches(node *tree, char **patterns, Removed &removed) {
 } // namespace nodetree
 
 void node_filter(node *tree, char **include, char **exclude, char ***removed) {
-  // A match that holds the tree, or is it, must not take it from under us.
+  // Keeps the tree alive if a match is the tree or contains it.
   node_ref(tree);
   Removed dropped(removed);
   if (!sl_empty(include))

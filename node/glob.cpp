@@ -6,15 +6,15 @@ using namespace nodetree;
 namespace nodetree {
 namespace {
 
-// One glob lookup: the matches so far, and every "*" whose container has children left.
+// One glob lookup: the matches so far, and every "*" whose container has more children.
 template <class Segments>
 class Glob {
 public:
-  // A distinct search meets each match once, and each container once with the same rest of
-  // the path, so that nothing multiplies.
+  // A distinct search finds each match once, and enters each container once for each rest
+  // of the path, so nothing multiplies.
   explicit Glob(bool distinct) : distinct_(distinct) {}
 
-  // See lookup_distinct(); false also for a search that would enter too many nodes.
+  // See lookup_distinct(). Also false for a search that would enter too many nodes.
   bool run(const node *start, Segments path, void **&matches) {
     matches = nullptr;
     node *at = links_.begin(start, path);
@@ -31,10 +31,10 @@ public:
   }
 
 private:
-  // What led to a node besides descending: the same nodes can be met again behind each.
+  // Turns on the way to a node, each of which can lead to the same nodes again.
   struct Turns {
-    bool expanded = false;       // behind a "*"
-    unsigned links = 0, ups = 0; // links followed, and ".." behind a "*"
+    bool expanded = false;       // after a "*"
+    unsigned links = 0, ups = 0; // links followed, and ".." after a "*"
 
     bool multiply() const { return (links | ups) > 1; }
   };
@@ -45,7 +45,7 @@ private:
     Turns turns;
   };
 
-  // The functions below give false when memory runs out or too many nodes are entered.
+  // The functions below return false when memory runs out or too many nodes are entered.
 
   bool expand() {
     while (!branches_.empty()) {
@@ -65,7 +65,7 @@ private:
     return true;
   }
 
-  // Goes along the path as far as the next "*", which becomes a branch, or to its end.
+  // Follows the path to its end, or to the next "*", which becomes a branch.
   [[gnu::always_inline]] bool advance(node *at, Segments path, Turns turns) {
     std::string_view segment;
     while (path.next(segment)) {
@@ -112,7 +112,7 @@ private:
 
   bool match(node *n) { return turned_ ? match_once(n) : matches_.push(n); }
 
-  // What was matched before the first turn is noted with the first match behind it.
+  // The matches before the first turn are added to the set with the first match after it.
   bool match_once(node *n) {
     for (; noted_ < matches_.size(); noted_++)
       if (matched_.add({matches_[noted_]}) == AddressSet::Result::failed)
@@ -126,7 +126,7 @@ private:
   Stack<void *> matches_;
   Stack<Branch> branches_;
   AddressSet matched_, entered_;
-  std::size_t noted_ = 0; // of the matches, in matched_
+  std::size_t noted_ = 0; // number of matches in matched_
 };
 
 } // namespace

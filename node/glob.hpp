@@ -5,8 +5,8 @@
 
 namespace nodetree {
 
-// The nodes that node_lookup_glob() finds, each once, where it comes first. False when
-// memory runs out; `matches` is NULL then and for none.
+// The nodes that node_lookup_glob() finds, each only the first time. False when memory runs
+// out. `matches` is NULL then, and when nothing matches.
 bool lookup_distinct(const node *start, const char *path, void **&matches);
 
 } // namespace nodetree

@@ -9,8 +9,6 @@ namespace {
 
 constexpr uint32_t sdbm_factor = 65599;
 
-// hash_sdbm() of a number, least significant byte first, and of a text.
-
 template <class Number>
 inline uint32_t hash_number(Number number, uint32_t hash) {
   for (unsigned i = 0; i < sizeof number; i++)
@@ -71,13 +69,13 @@ private:
   node *top_;
   Links links_;
   ExpandingWalk walk_;
-  // What is known to have the hash 0, from the first link on.
+  // Nodes with the hash 0, remembered from the first link on.
   AddressSet zero_;
   bool out_of_memory_ = false;
 };
 
-// The node at which the walk is has its hash: so have the links that led to it, and the
-// container that it stands in goes on.
+// The current node has its hash. Gives it to the links that led here and adds it to the
+// container's hash.
 inline void Hashing::finish(std::uint32_t hash) {
   node *place = walk_.place();
   if (hash == 0 || place->type == NODE_LINK)
@@ -92,7 +90,7 @@ void Hashing::note(node *place, std::uint32_t hash) {
          n = links_.follow(n))
       n->diff_hash = hash;
   else if (!zero_.empty() && is_container(walk_.at()))
-    zero_.add({walk_.at()}); // without memory it is only visited again
+    zero_.add({walk_.at()}); // if that fails, it is only visited again
 }
 
 std::uint32_t Hashing::run() {
@@ -133,8 +131,8 @@ void Hashing::enter() {
   walk_.pass();
 }
 
-// Folds the values that a container begins with, which is faster than to walk over them:
-// the first other child. Behind links the walk counts every node.
+// Adds the values at the beginning of a container, which is faster than walking over them.
+// Returns the first other child. Behind links every node must be counted by the walk.
 node *Hashing::fold_values(node *container) {
   node *child = first_child(container);
   if (walk_.behind_links())
@@ -148,7 +146,7 @@ node *Hashing::fold_values(node *container) {
   return child;
 }
 
-// A hash on the way to the target counts, as the links that have it say what they led to.
+// A hash on the way to the target is taken: it is that of the target when it was computed.
 void Hashing::enter_link() {
   const node *link = walk_.at();
   walk_.follow_link();
@@ -162,8 +160,8 @@ void Hashing::enter_link() {
   }
 }
 
-// The first node on the chain of links whose hash is known; NULL for none. The links before
-// it have the hash 0 unless finish() gives them another.
+// The first node on the chain of links with a known hash; NULL for none. The links before
+// it count as having the hash 0 until finish() gives them another.
 const node *Hashing::first_known(const node *link) {
   for (const node *n = link; n; n = links_.follow(n)) {
     if (is_known(n))

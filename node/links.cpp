@@ -12,11 +12,11 @@ namespace {
 
 constexpr std::size_t circular = SIZE_MAX;
 
-// A path that takes fewer steps, none of them along an array, costs no more than a note.
+// A path of fewer steps, none of them along an array, is not worth remembering.
 constexpr std::size_t effort_noted = 8;
 
-// parse_int32() of a piece that a slash or a NUL follows in memory, neither of which can
-// continue a number. True when the piece is a number from end to end.
+// parse_int32() of a segment. In memory a slash or a NUL follows it, neither of which can
+// continue a number. True when the whole segment is a number.
 bool segment_to_int(std::string_view segment, int *value) {
   const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
   const size_t length = segment.size();
@@ -51,7 +51,7 @@ node *Links::start(const node *link, ListSegments &path) {
   return leads_from_link(link->value.link_path) ? begin(link, path) : nullptr;
 }
 
-// A link whose path, from there on, goes on behind the target of another.
+// A link whose path continues in the target of another link.
 struct Links::Waiting {
   const node *link;
   ListSegments path;
@@ -84,7 +84,7 @@ node *Links::follow(const node *link) {
       effort += at->type == NODE_ARRAY ? effort_noted : 1;
       at = step(at, segment);
     } else if (const Note *known = notes_.find({at}); known || at == link) {
-      // A path that needs its own link's target leads nowhere.
+      // A path that needs the target of its own link does not resolve.
       node *target = known && !known->resolving ? known->target : nullptr;
       at = target ? child_named(target, segment) : nullptr;
     } else {
@@ -113,7 +113,7 @@ bool Links::wait(Stack<Waiting> &waiting, const node *link, ListSegments path) {
   return !out_of_memory_;
 }
 
-// Along the chain as far as something is known, then the same way again to note its end.
+// Goes along the chain until an end is known, then along it again to store that end.
 Links::End Links::end_of(node *link) {
   End end{link, 0};
   std::size_t noted = 0;
@@ -131,7 +131,7 @@ Links::End Links::end_of(node *link) {
       out_of_memory_ = true;
       return {nullptr, 0};
     }
-    *note = {target, {end.at, circular}, false}; // which holds if it is met again
+    *note = {target, {end.at, circular}, false}; // right even if the link is met again
     end.at = target;
   }
   const std::size_t steps = end.steps;

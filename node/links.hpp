@@ -1,5 +1,4 @@
-// What all operations that follow links share: what links lead to, and the limit that ends
-// what fans out through them.
+// Following links: their targets, and the limit on the nodes that links multiply.
 #ifndef NODETREE_NODE_LINKS_HPP
 #define NODETREE_NODE_LINKS_HPP
 
@@ -10,36 +9,36 @@
 
 namespace nodetree {
 
-// Whether a link's path is of a form that resolves: from the root, or up from the link.
+// Whether a link's path can resolve: it starts at the root, or goes up from the link.
 inline bool leads_from_link(char **path) {
   return path && *path && (**path == '\0' || std::strcmp(*path, "..") == 0);
 }
 
-// Follows links for one call of an operation, all of one tree. What costs more to find than
-// to note is noted: the ends of chains, and the targets of paths that are long or pass
-// through other links.
+// Follows links of one tree for one call of an operation. Remembers what costs more to find
+// than to store: the ends of chains, and the targets of paths that are long or pass through
+// other links.
 class Links {
 public:
-  // A link can lead to many more, so that even a small tree without circles holds more ways
-  // than there is time for. So many nodes may be entered inside targets that were come to
-  // through two links or more.
+  // The limit on nodes entered inside targets that were reached through two or more links.
+  // Links can multiply, so even a small tree without circles can have more paths than there
+  // is time for.
   static constexpr std::size_t visits_max = 10000000;
 
-  // Where a chain of links ends: NULL where one dangles, a link where it goes in a circle,
-  // and behind how many links.
+  // The end of a chain of links and the number of links before it. The end is NULL if a
+  // link dangles, and a link if the chain is circular.
   struct End {
     node *at;
     std::size_t steps;
   };
 
-  // The target of a link, which may be a link; NULL for what does not resolve and when
-  // memory runs out.
+  // The target of a link, which may be a link. NULL if it does not resolve and when memory
+  // runs out.
   node *follow(const node *link);
 
   // {NULL, 0} when memory runs out.
   End end_of(node *link);
 
-  // The node that is no link at the end of a chain of links; else see End.
+  // The end of the chain for a link, otherwise the node itself.
   node *resolve(node *n) { return n->type == NODE_LINK ? end_of(n).at : n; }
 
   // The target of a link that resolves, otherwise the node itself.
@@ -48,7 +47,7 @@ public:
     return target ? target : n;
   }
 
-  // The node at which a path begins: NULL for an empty path and from NULL. What is left of an
+  // The node at which a path begins; NULL for an empty path and for NULL. The rest of an
   // absolute path is relative to that node.
   template <class Segments>
   node *begin(const node *start, Segments &path) {
@@ -57,7 +56,7 @@ public:
     return path.take_empty() ? root(start) : const_cast<node *>(start);
   }
 
-  // Counts a node that was come to through two links or more: false beyond the limit.
+  // Counts a node that was reached through two or more links. False beyond the limit.
   bool visit() { return ++visits_ <= visits_max; }
   std::size_t visits() const { return visits_; }
 
@@ -68,8 +67,8 @@ public:
 private:
   struct Note {
     node *target;
-    End end;        // 0 steps until it is known
-    bool resolving; // its path goes on behind another link's target
+    End end;        // 0 steps while it is not known
+    bool resolving; // its path continues in another link's target
   };
   struct Waiting;
 
@@ -89,7 +88,7 @@ private:
   bool out_of_memory_ = false;
 };
 
-// node_lookup() that tells through `links` when memory ran out.
+// node_lookup(). When memory runs out, `links` says so.
 node *lookup(const node *start, const char *path, Links &links);
 
 } // namespace nodetree

@@ -5,7 +5,7 @@ using namespace nodetree;
 namespace nodetree {
 namespace {
 
-// Plain lookups go through a link only where they go down from it.
+// A plain lookup follows a link only to go down from it.
 node *plain_step(node *at, std::string_view segment, Links &links) {
   return step(names_child(segment) ? links.target_or_self(at) : at, segment);
 }

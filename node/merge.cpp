@@ -9,7 +9,7 @@ using namespace nodetree;
 namespace nodetree {
 namespace {
 
-// Makes the target a container of the kind, if it is none yet.
+// Makes the target a container of the kind, unless it is one.
 void prepare_container(node *target, node_type kind) {
   if (target->type == kind)
     return;
@@ -17,8 +17,8 @@ void prepare_container(node *target, node_type kind) {
   make_container(target, kind);
 }
 
-// The target gets the source's value, a text by moving it. It keeps its own when there is
-// no memory for a link's path, and when the source's kind is unknown.
+// Gives the target the source's value; a text is moved. The target keeps its own value when
+// memory runs out for a link's path and when the source's kind is unknown.
 void replace_scalar(node *target, node *source) {
   if (source->type > NODE_LINK)
     return;
@@ -51,8 +51,8 @@ void merge_contents(node *target, node *source) {
     replace_scalar(target, source);
     return;
   }
-  // Two cursors: what is below source goes below target. A container that meets one of the
-  // same key is entered, and consumed when it is empty, so that no stack is needed.
+  // Two cursors instead of a stack: a container of the source that meets one with the same
+  // key is entered, and released when it is empty.
   node *top = source;
   prepare_container(target, source->type);
   for (;;) {

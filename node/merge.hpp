@@ -5,8 +5,8 @@
 
 namespace nodetree {
 
-// node_merge() without its refusals and without releasing the source, which is left null
-// when it was a container or a string.
+// node_merge() without its checks and without releasing the source, which is left null if
+// it was a container or a string.
 void merge_contents(node *target, node *source);
 
 } // namespace nodetree

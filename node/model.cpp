@@ -9,7 +9,7 @@ using namespace nodetree;
 namespace nodetree {
 namespace {
 
-// Takes the text over, also when it fails.
+// Consumes the text, even on failure.
 node *make_string(char *text) {
   node *n = text ? node_make(NODE_STRING) : nullptr;
   if (n)

@@ -1,5 +1,4 @@
-// The shape of the tree: what the files of this folder and the codecs do to nodes besides
-// the public interface.
+// Internal operations on nodes, for the files of this folder and the codecs.
 #ifndef NODETREE_NODE_NODE_INTERNAL_HPP
 #define NODETREE_NODE_NODE_INTERNAL_HPP
 
@@ -20,7 +19,7 @@ struct NodeFree {
 };
 using NodeOwner = std::unique_ptr<node, NodeFree>;
 
-// Callers' nodes may be NULL, which is of no kind.
+// A node from a caller may be NULL, which has no kind.
 inline bool has_kind(const node *n, node_type kind) {
   return n && n->type == kind;
 }
@@ -58,24 +57,24 @@ inline bool has_children(const node *n) {
   return is_container(n) && n->child_count != 0;
 }
 
-// Whether a node may be put into `container`, as far as a look at the two can tell.
+// Whether a node may be put into `container`. Does not check for ancestors.
 inline bool is_free_child(const node *container, const node *child) {
   return child && !child->parent && child != container;
 }
 
-// Keys stand behind the record where they can: a member then costs one allocation instead
-// of two, an element never one for its label, and a key is at hand where its place in the
-// index is. What rounding leaves of a record's block holds any key of up to seven bytes; a
-// record that is made for a longer one has more room. So many bytes of any key may be read:
-// what follows a shorter one are NULs.
+// Keys are stored behind the record if possible. A member then takes one allocation instead
+// of two, an element none for its label, and the key is close to its index entry. Rounding
+// of the record's block leaves room for a key of up to seven bytes; a record that is made
+// for a longer key is larger. This many bytes of any key may be read: a shorter one is
+// padded with NULs.
 constexpr std::size_t key_room = 8;
 
 inline char *key_behind(node *n) {
   return reinterpret_cast<char *>(n + 1);
 }
 
-// A key of fewer bytes than key_room, and the NULs behind it, as they stand in memory. Longer
-// ones are put together from two halves that may overlap.
+// A key of fewer bytes than key_room, padded with NULs, as in memory. Keys of four bytes
+// and more are put together from two halves that may overlap.
 inline std::uint64_t short_key(std::string_view key) {
   auto byte = [key](std::size_t i) {
     return std::uint64_t{static_cast<unsigned char>(key[i])} << 8 * i;
@@ -91,8 +90,7 @@ inline std::uint64_t short_key(std::string_view key) {
   return htole64(le32toh(low) | std::uint64_t{le32toh(high)} << 8 * (size - sizeof high));
 }
 
-// Writes a key with all the NULs that belong behind it. Most keys take two halves that may
-// overlap and no call.
+// Writes a key with its padding. Most keys take two halves that may overlap and no call.
 inline void write_key(char *to, std::string_view key) {
   const std::size_t size = key.size();
   if (size < key_room) {
@@ -112,7 +110,7 @@ inline void write_key(char *to, std::string_view key) {
   to[size] = '\0';
 }
 
-// Makes the node an empty container of the kind; what it held before is gone already.
+// Makes the node an empty container of the kind. The caller has released its value.
 inline void make_container(node *n, node_type kind) {
   n->type = kind;
   n->value.children = {&n->value.children, &n->value.children};
@@ -120,15 +118,15 @@ inline void make_container(node *n, node_type kind) {
     avl_init(&n->index, avl_strcmp, false, n);
 }
 
-// A node of the kind with one reference and no value yet (an empty one, for a container),
-// and behind it the key that it is to be held under. NULL when memory runs out.
+// A new node of the kind with one reference and, behind it, the key that it will have in
+// its container. It has no value; a container is empty. NULL when memory runs out.
 inline node *node_make(node_type kind, std::string_view key = "") {
-  // Not calloc(), which clears more slowly and passes by what this thread has just freed.
+  // calloc() clears more slowly and does not reuse blocks that this thread has just freed.
   auto *n =
       static_cast<node *>(std::malloc(sizeof(node) + std::max(key_room, key.size() + 1)));
   if (!n)
     return nullptr;
-  // Padding too, in pieces that compilers clear without a loop.
+  // Clears the padding too, in pieces that need no loop.
   constexpr std::size_t middle = offsetof(node, child_count);
   constexpr std::size_t end = offsetof(node, list_entry);
   std::memset(static_cast<void *>(n), 0, middle);
@@ -165,8 +163,8 @@ inline void link_last(node *container, node *child) {
   link_child(container, child, container->value.children.prev);
 }
 
-// Takes a child out of its parent's list and count; index and key are the caller's
-// business.
+// Takes a child out of its parent's list and count, but not out of the index. The key
+// stays.
 inline void unlink_child(node *child) {
   child->list_entry.prev->next = child->list_entry.next;
   child->list_entry.next->prev = child->list_entry.prev;
@@ -175,24 +173,22 @@ inline void unlink_child(node *child) {
   child->parent = nullptr;
 }
 
-// Adds a free child as the last member of an object under `key`, which stands behind the
-// child or becomes its own: true. False when the object has the key; then nothing has
-// changed and the key is still the caller's.
+// Adds a free child as the last member of an object under `key`, which is stored behind the
+// child or is consumed: true. False, with nothing changed, when the object has the key.
 bool object_add_with_key(node *object, char *key, node *child);
 
-// Moves a member of another object to the end of this one, key and reference included.
-// False, with the child taken out all the same and without a key, when the object has the
-// key.
+// Moves a member of another object to the end of this one, with its key and reference.
+// False when the object has the key; the child is then taken out too, and has no key.
 bool move_member(node *object, node *child);
 
 // Whether `n` is `container` or lies below it. O(depth).
 bool is_inside(const node *n, const node *container);
 
-// A text of its own for a number with too many digits for key_room; NULL when memory runs out.
+// A new text for a number with too many digits for key_room; NULL when memory runs out.
 char *long_label(std::size_t number);
 
-// Gives the child a label: the number of elements before it came. There is none when memory
-// runs out.
+// Gives the child a label, the number of elements before it was added. When memory runs out
+// it has none.
 inline void set_label(node *child, std::size_t number) {
   constexpr std::size_t short_labels = 10000000; // those of up to seven digits
   if (number >= short_labels) {

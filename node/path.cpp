@@ -46,7 +46,7 @@ char **node_path_sl(const node *n) {
   auto **path = static_cast<char **>(std::malloc((depth + 2) * sizeof(char *)));
   if (!path)
     return nullptr;
-  // Filled from the end, so that what is filled is always a list that can be released.
+  // Filled from the end, so that the filled part is always a complete list.
   char **begin = path + depth + 1;
   *begin = nullptr;
   for (const node *at = n; begin != path; at = at->parent) {

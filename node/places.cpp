@@ -18,7 +18,7 @@ bool Places::note(const node *container) {
   return true;
 }
 
-// Jumps of the lengths of a skew binary number: two of one length in a row are followed by
+// The lengths of the jumps form a skew binary number: after two of the same length comes
 // one over both.
 bool Places::note_below(const node *parent, const node *n) {
   Place place{0, n};

@@ -1,4 +1,4 @@
-// Where containers stand in their tree.
+// The places of containers in their tree.
 #ifndef NODETREE_NODE_PLACES_HPP
 #define NODETREE_NODE_PLACES_HPP
 
@@ -8,17 +8,17 @@
 
 namespace nodetree {
 
-// Answers in O(log depth) how two containers of one tree stand to each other, however often
-// it is asked. Each container and all above it are noted once.
+// Compares the places of two containers of one tree in O(log depth). Each container and its
+// ancestors are noted once.
 class Places {
 public:
-  // Makes a container known: false when memory runs out.
+  // Notes a container. False when memory runs out.
   bool note(const node *container);
 
-  // Both arguments of the functions below are known.
+  // Both arguments of the functions below must have been noted.
 
-  // The order of a walk that meets containers before what they hold, and siblings by
-  // address.
+  // Compares by the order of a walk that visits containers before their children, and
+  // siblings by address.
   int compare(const node *a, const node *b) const;
 
   // Whether `inner` is `outer` or lies below it.
@@ -27,8 +27,8 @@ public:
   }
 
 private:
-  // `jump` is an ancestor some levels up, so that every depth above is reached by
-  // O(log depth) of them and parents.
+  // `jump` is an ancestor some levels up, chosen so that O(log depth) jumps and parents
+  // reach every ancestor.
   struct Place {
     std::size_t depth;
     const node *jump;

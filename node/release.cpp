@@ -1,4 +1,4 @@
-// References, and what happens when the last one goes.
+// References, and destroying nodes.
 #include "node/walk.hpp"
 
 #include <nodetree/stringlist.h>
@@ -15,8 +15,8 @@ void release_value(node *n) {
     sl_free(n->value.link_path);
 }
 
-// Makes a root of a child whose container is going away. The container's list and index are
-// not corrected: nobody will look at them again.
+// Makes a root of a child whose container is being destroyed. The container's list and
+// index are not updated: they are not used again.
 void orphan(node *child) {
   release_key(child);
   child->index_entry.next = child->index_entry.prev = nullptr;
@@ -25,8 +25,8 @@ void orphan(node *child) {
   child->parent = nullptr;
 }
 
-// Destroys a node that has lost its last reference, with all below it that is referred to
-// by its container only.
+// Destroys a node that has lost its last reference, and all nodes below it that have no
+// other reference.
 void destroy(node *top) {
   Walk walk(top);
   while (!walk.done()) {

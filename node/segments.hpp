@@ -1,5 +1,5 @@
-// The segments of a path, one after the other, without splitting a text into a list, and
-// the step that one of them is.
+// Iterating over the segments of a path, without splitting a text into a list, and the step
+// that a segment takes.
 #ifndef NODETREE_NODE_SEGMENTS_HPP
 #define NODETREE_NODE_SEGMENTS_HPP
 
@@ -9,21 +9,21 @@
 
 namespace nodetree {
 
-// The child that a segment names in a container, NULL where there is none.
+// The child of a container that a segment names; NULL for none.
 node *child_named(const node *container, std::string_view segment);
 
 inline bool names_child(std::string_view segment) {
   return segment != ".." && segment != ".";
 }
 
-// One step of a path, which follows no link; NULL where it leads nowhere.
+// One step of a path, without following links. NULL for none.
 inline node *step(node *at, std::string_view segment) {
   if (names_child(segment))
     return child_named(at, segment);
   return segment.size() == 2 ? at->parent : at;
 }
 
-// Segments are followed in memory by "/" or NUL, in both kinds.
+// In both classes a segment is followed by "/" or NUL in memory.
 class ListSegments {
 public:
   explicit ListSegments(char **list) : at_(list) {}
@@ -38,7 +38,7 @@ public:
     return true;
   }
 
-  // Takes an empty segment, if that is the next one.
+  // Takes the next segment if it is empty.
   bool take_empty() {
     bool is_empty = !empty() && !**at_;
     at_ += is_empty;

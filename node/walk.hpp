@@ -6,16 +6,16 @@
 
 namespace nodetree {
 
-// Visits a subtree depth first in document order along the links between parents, siblings
-// and children, so it needs neither recursion nor memory, however deep the tree. Every node
-// is entered, and containers are also left, after their children.
+// Visits a subtree depth first in document order. It follows the pointers between nodes, so
+// it needs no recursion and no memory at any depth. Every node is entered; containers are
+// also left, after their children.
 class Walk {
 public:
   enum class Step { enter, leave, done };
 
   explicit Walk(node *top) : top_(top), at_(top) {}
 
-  // Goes on after `at`, a node of the subtree that was entered and is not to be descended.
+  // Continues after `at`, an entered node of the subtree, without visiting its children.
   Walk(node *top, node *at) : top_(top), at_(at) { pass(); }
 
   node *at() const { return at_; }
@@ -32,11 +32,11 @@ public:
       step_ = Step::leave;
   }
 
-  // Goes on with a child of the node that was just entered; those before it are passed over.
+  // Continues with a child of the node that was just entered, skipping those before it.
   void enter_child(node *child) { at_ = child; }
 
   // Advances without visiting the children of the node that was just entered. The node is
-  // not looked at again and may be destroyed after this.
+  // not accessed again and may then be destroyed.
   void pass() {
     if (at_ == top_) {
       step_ = Step::done;

@@ -1,4 +1,4 @@
-// How keys compare.
+// Comparing keys.
 #ifndef NODETREE_NODE_WANTED_KEY_HPP
 #define NODETREE_NODE_WANTED_KEY_HPP
 
@@ -8,9 +8,8 @@
 
 namespace nodetree {
 
-// A key that is looked for among those of children, in the order of strcmp(). The first
-// bytes, in which most keys differ, compare as one number; key_room says why so many may be
-// read.
+// A key to search for, compared in the order of strcmp(). The first bytes, in which most
+// keys differ, are compared as one number; see key_room for why they may be read.
 class WantedKey {
 public:
   explicit WantedKey(std::string_view key) {
@@ -23,7 +22,7 @@ public:
     }
   }
 
-  // The whole of a key that a child holds or is to hold.
+  // The key of a child, as a whole.
   explicit WantedKey(const char *held)
       : start_(load_big_endian<Start>(held)), rest_(held + key_room), whole_(true) {}
 

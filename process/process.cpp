@@ -1,4 +1,4 @@
-// What becomes of a process: how it ended and whose it is.
+// Waiting for processes, and changing the user.
 #include <nodetree/process.h>
 
 #include "log/report.hpp"
@@ -22,7 +22,7 @@ int process_interpret_status(int status) {
 }
 
 int process_wait(pid_t pid) {
-  // To waitpid() these would mean any child or a whole group of them.
+  // For waitpid() these mean any child or a process group.
   if (pid <= 0)
     return -257;
   int status;
@@ -46,7 +46,7 @@ bool process_drop_privilege(const char *user) {
   }
   const uid_t uid = entry->pw_uid;
   const gid_t gid = entry->pw_gid;
-  // The group first: who is no longer root cannot change it.
+  // The group first: only root can change it.
   if (setgid(gid) == -1) {
     NODETREE_DEBUG("Failed to change to user %s's gid %d: %m", user, static_cast<int>(gid));
     return false;

@@ -18,16 +18,17 @@ namespace {
 struct Stream {
   const char *name;
   int null_mode;
-  int child_end; // of the two that pipe2() makes
+  int child_end; // index of the child's end in the result of pipe2()
 };
 
-// Each stands at the place of its descriptor.
+// Indexed by descriptor.
 constexpr Stream streams[] = {
     {"stdin", O_RDONLY, 0}, {"stdout", O_WRONLY, 1}, {"stderr", O_WRONLY, 1}};
 constexpr int stream_count = std::size(streams);
 using Descriptors = int[stream_count];
 
-// While it lives the calling thread is not cancelled. A child made meanwhile is neither.
+// Disables cancellation of the calling thread while it exists, in a child made meanwhile
+// too.
 class Uncancelled {
 public:
   Uncancelled() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state_); }
@@ -39,15 +40,15 @@ private:
   int state_;
 };
 
-// Another descriptor of the same file, above those of the standard streams.
+// A duplicate of the descriptor, above the standard streams.
 int duplicate_above_streams(int fd) {
   return fcntl(fd, F_DUPFD_CLOEXEC, stream_count);
 }
 
 // ---- In the child ----
 
-// Does `action` to the streams that messages are written to. What other streams have in
-// their buffers is the parent's to write.
+// Calls `action` for the streams that messages are written to. The buffers of other streams
+// belong to the parent.
 void for_each_own_stream(int (*action)(FILE *)) {
   for (FILE *stream : {stderr, log_file})
     if (stream)
@@ -61,7 +62,7 @@ void forget_parents_output() {
   });
 }
 
-// exec and _exit() would lose what waits in a buffer.
+// exec and _exit() do not flush buffers.
 void flush_messages() {
   for_each_own_stream(fflush);
 }
@@ -71,7 +72,8 @@ void flush_messages() {
   _exit(EXIT_FAILURE);
 }
 
-// The default for every signal that the caller handles: its handlers are not the child's.
+// Sets signals that the caller handles to their default, so that no handler runs in the
+// child.
 void forget_signal_handlers() {
   for (int number = 1; number < NSIG; ++number) {
     struct sigaction action;
@@ -81,14 +83,14 @@ void forget_signal_handlers() {
   }
 }
 
-// Puts `fd` where a standard stream stands, for the program to inherit.
+// Makes `fd` the standard stream `target`, which the program inherits.
 bool put_in_place(int fd, int target) {
-  if (fd == target) // where dup2() would change nothing
+  if (fd == target) // dup2() would keep close-on-exec
     return fcntl(fd, F_SETFD, 0) != -1;
   return dup2(fd, target) != -1;
 }
 
-// Where the table of descriptors is full, at the place itself, whose file is given up.
+// Opens it at `place` itself when the table of descriptors is full, closing what is there.
 int open_null_device(int place) {
   const auto attempt = [=] {
     return open("/dev/null", streams[place].null_mode | O_CLOEXEC);
@@ -101,11 +103,11 @@ int open_null_device(int place) {
 
 // Returns the name of the stream that could not be redirected, or nullptr.
 const char *redirect(Descriptors &fds) {
-  // A closed descriptor must not become one that is opened below.
+  // A closed descriptor must not be taken for one that is opened below.
   for (int i = 0; i < stream_count; ++i)
     if (fds[i] >= 0 && fcntl(fds[i], F_GETFD) == -1)
       return streams[i].name;
-  // Save what is overwritten before its turn comes.
+  // Save descriptors that are overwritten before they are used.
   for (int i = 0; i < stream_count; ++i)
     if (fds[i] >= 0 && fds[i] < i && fds[fds[i]] != fds[i])
       if ((fds[i] = duplicate_above_streams(fds[i])) == -1)
@@ -120,7 +122,7 @@ const char *redirect(Descriptors &fds) {
 
 // ---- In the parent ----
 
-// Whoever writes to standard output while that is closed must not write into a pipe.
+// A pipe must not take the place of a closed standard stream, which others may write to.
 bool move_above_streams(Descriptor &fd) {
   if (fd.get() < stream_count)
     fd.reset(duplicate_above_streams(fd.get()));
@@ -176,14 +178,14 @@ pid_t process_spawn_fd(char *const *command, char *const *environment, const cha
   if (user && !process_drop_privilege(user))
     end_child();
   flush_messages();
-  // A message that nobody reads must not decide how the child ends: ignoring the signal drops
-  // one that is pending.
+  // A message without a reader must not change the status of the child. Ignoring the signal
+  // also discards a pending one.
   const auto broken_pipe = signal(SIGPIPE, SIG_IGN);
   signal(SIGPIPE, broken_pipe);
   pthread_sigmask(SIG_SETMASK, &mask, nullptr);
   execvp(command[0], command);
   signal(SIGPIPE, SIG_IGN);
-  // __extension__ lets "%m" pass.
+  // __extension__ silences the warning about "%m".
   __extension__ log_msg(LOG_ERR, "Failed to exec %s: %m", command[0]);
   end_child();
 }

@@ -1,4 +1,4 @@
-// What is noted about things in memory, found by their addresses.
+// Notes about objects in memory, found by their addresses.
 #ifndef NODETREE_SHARED_ADDRESS_TABLE_HPP
 #define NODETREE_SHARED_ADDRESS_TABLE_HPP
 
@@ -9,15 +9,15 @@
 
 namespace nodetree {
 
-// One address, which is not NULL, or two, the first of which is not.
+// One or two addresses. The first is not NULL.
 struct Address {
   const void *first;
   const void *second = nullptr;
   bool operator==(const Address &) const = default;
 };
 
-// A hash table with open addressing. It allocates with the first note, and nothing is ever
-// taken out of it.
+// A hash table with open addressing. It allocates with the first note. Notes are not
+// removed.
 template <class Note>
 class AddressTable {
   static_assert(std::is_trivially_copyable_v<Note>);
@@ -27,13 +27,13 @@ public:
   AddressTable(const AddressTable &) = delete;
   AddressTable &operator=(const AddressTable &) = delete;
   ~AddressTable() {
-    if (slots_) // most are never used
+    if (slots_) // most tables are never used
       std::free(slots_);
   }
 
   bool empty() const { return count_ == 0; }
 
-  // The note, NULL for none; it moves when another one is added.
+  // The note; NULL for none. Adding another note moves it.
   Note *find(Address key) const {
     if (count_ == 0)
       return nullptr;
@@ -41,11 +41,11 @@ public:
     return slot->key.first ? &slot->note : nullptr;
   }
 
-  // The note, which is all zero when it is new; NULL when memory runs out.
+  // Finds or adds a note. A new one is all zero. NULL when memory runs out.
   Note *add(Address key) {
     if (Note *known = find(key))
       return known;
-    // At most two thirds are in use, so that searches stay short and come to an end.
+    // At most two thirds are in use, so that searches are short and end.
     if (3 * (count_ + 1) > 2 * capacity_ && !grow())
       return nullptr;
     Slot *slot = place_of(key);

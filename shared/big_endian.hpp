@@ -1,4 +1,4 @@
-// Numbers whose most significant byte comes first, as messages hold them and texts compare.
+// Big-endian numbers, as in messages and as texts are compared.
 #ifndef NODETREE_SHARED_BIG_ENDIAN_HPP
 #define NODETREE_SHARED_BIG_ENDIAN_HPP
 
@@ -9,7 +9,7 @@
 
 namespace nodetree {
 
-// The same number for use in memory, or back again.
+// Converts between big-endian and the machine's order, in both directions.
 template <class Unsigned>
 Unsigned swap_big_endian(Unsigned number) {
   static_assert(std::is_unsigned_v<Unsigned>);

@@ -9,7 +9,7 @@
 
 namespace nodetree {
 
-// Repeats a system call for as long as a signal interrupts it.
+// Repeats a system call while signals interrupt it.
 template <class Call>
 auto uninterrupted(Call call) {
   auto result = call();
@@ -30,7 +30,7 @@ public:
   bool is_open() const { return fd_ != -1; }
   int get() const { return fd_; }
   int release() { return std::exchange(fd_, -1); }
-  // Keeps errno, which tells the caller what failed before.
+  // Preserves errno, which has the reason of an earlier failure.
   void reset(int fd = -1) {
     const int failure = errno;
     if (fd_ != -1)

@@ -1,5 +1,5 @@
-// Arrays of pointers from malloc() that a null pointer ends: string lists and value lists.
-// NULL is an empty one. Arrays have no room to spare.
+// Arrays of pointers from malloc() that end with a null pointer: string lists and value
+// lists. NULL is an empty one. Arrays have exactly the size needed.
 #ifndef NODETREE_SHARED_NULL_ENDED_HPP
 #define NODETREE_SHARED_NULL_ENDED_HPP
 
@@ -11,7 +11,7 @@
 
 namespace nodetree::null_ended {
 
-// The number of arguments up to the null pointer, all of the type of the first.
+// The number of arguments before the null pointer, all of the type Pointer.
 template <class Pointer>
 std::size_t count_arguments(Pointer first, va_list args) {
   if (!first)
@@ -42,8 +42,8 @@ bool equal(T *const *a, T *const *b, Same same) {
   return *a == *b; // both NULL
 }
 
-// `list`, or a new array for NULL, for so many pointers and the end. NULL, with `list`
-// untouched, when memory runs out.
+// Resizes `list`, or makes a new array for NULL, for `count` pointers and the end. NULL,
+// with `list` unchanged, when memory runs out.
 template <class T>
 T **resize(T **list, std::size_t length) {
   if (length >= PTRDIFF_MAX / sizeof *list)
@@ -51,8 +51,8 @@ T **resize(T **list, std::size_t length) {
   return static_cast<T **>(std::realloc(list, (length + 1) * sizeof *list));
 }
 
-// Adds `count` pointers from elsewhere and returns the array to use from then on. NULL, with
-// `list` untouched, when memory runs out.
+// Appends `count` pointers, which do not lie in `list`, and returns the array to use from
+// then on. NULL, with `list` unchanged, when memory runs out.
 template <class T>
 T **append(T **list, T *const *added, std::size_t count) {
   const std::size_t old_length = length(list);
@@ -65,7 +65,8 @@ T **append(T **list, T *const *added, std::size_t count) {
   return grown;
 }
 
-// Consumes two arrays, unless memory runs out: `a` with the pointers of `b` behind its own.
+// Consumes two arrays and returns `a` with the pointers of `b` appended. NULL, with both
+// unchanged, when memory runs out.
 template <class T>
 T **concat(T **a, T **b) {
   const std::size_t count = length(b);

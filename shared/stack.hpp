@@ -1,4 +1,4 @@
-// A growing array for work that waits and results that gather.
+// A growing array for pending work and for results.
 #ifndef NODETREE_SHARED_STACK_HPP
 #define NODETREE_SHARED_STACK_HPP
 
@@ -25,7 +25,7 @@ public:
   const T &back() const { return items_[size_ - 1]; }
   void pop() { size_--; }
 
-  // False when memory runs out; what is held stays.
+  // False, with nothing changed, when memory runs out.
   bool push(const T &item) {
     if (size_ == capacity_ && !grow())
       return false;
@@ -33,7 +33,7 @@ public:
     return true;
   }
 
-  // Hands the items over as an array of malloc() that has no room to spare.
+  // Hands the items over as an array from malloc() of exactly their size.
   T *take() {
     T *items = items_;
     if (void *fitted = std::realloc(items_, size_ * sizeof(T)))

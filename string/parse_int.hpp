@@ -1,5 +1,4 @@
-/* The text-to-integer conversions behind string_to_int() and behind array positions in
-   paths. */
+/* Reading integers, for string_to_int() and for array positions in paths. */
 #ifndef NODETREE_STRING_PARSE_INT_HPP
 #define NODETREE_STRING_PARSE_INT_HPP
 
@@ -9,8 +8,8 @@
 
 namespace nodetree {
 
-/* The base that `text` asks for. strtol() could tell by itself, but newer C libraries also
-   accept 0b there, and a text must mean the same on all of them. */
+/* The base of the number. strtol() with base 0 also accepts 0b in newer C libraries, and a
+   text must mean the same with all of them. */
 inline int number_base(const char *text) {
   while (isspace(static_cast<unsigned char>(*text)))
     ++text;
@@ -21,8 +20,8 @@ inline int number_base(const char *text) {
   return text[1] == 'x' || text[1] == 'X' ? 16 : 8;
 }
 
-/* Stores the number at the beginning of `text` (0 if there is none, the nearest limit if it
-   is out of range) and where it ends. Returns whether there is one. */
+/* Stores the number at the beginning of `text` and where it ends. The number is 0 if there
+   is none, and the nearest limit if it is out of range. Returns whether there is one. */
 inline bool parse_int32(const char *text, const char **end, int *value) {
   char *stop;
   const long number = strtol(text, &stop, number_base(text));

@@ -76,10 +76,10 @@ char *string_replace(char *string, const char *find, const char *replacement) {
   const size_t find_length = strlen(find);
   const size_t replacement_length = strlen(replacement);
   const size_t start = static_cast<size_t>(found - string);
-  const size_t rest = start + find_length; /* where the text behind the occurrence begins */
+  const size_t rest = start + find_length; /* the position behind the occurrence */
   const size_t new_length = length - find_length + replacement_length;
 
-  /* Part of the string itself would move while it is needed. */
+  /* A part of the string itself would move before it is copied. */
   Text copy;
   if (points_into(replacement, string, length + 1)) {
     copy.reset(strdup(replacement));
@@ -97,7 +97,7 @@ char *string_replace(char *string, const char *find, const char *replacement) {
   memmove(string + start + replacement_length, string + rest, length - rest + 1);
   memcpy(string + start, replacement, replacement_length);
   if (new_length < length) {
-    /* A block that cannot be cut down still holds the result. */
+    /* If the block cannot be cut it still holds the result. */
     if (char *shrunk = static_cast<char *>(realloc(string, new_length + 1)))
       string = shrunk;
   }

@@ -10,7 +10,7 @@ using namespace nodetree;
 
 namespace {
 
-/* Appends a string of the heap, which it takes over even if it fails; so it does for NULL. */
+/* Appends a heap string, which is consumed even on failure. Fails for NULL. */
 char **append_own(char **list, char *string) {
   char **grown = string ? null_ended::append(list, &string, 1) : nullptr;
   if (!grown)
@@ -18,8 +18,8 @@ char **append_own(char **list, char *string) {
   return grown;
 }
 
-/* Appends what was built. The copies had to come first: once realloc() has moved the array
-   there is no way back to the list that the caller knows. */
+/* Appends the strings built. They are copied before the array grows: when realloc() has
+   moved the array, the caller's list cannot be kept. */
 char **append_built(char **list, ListBuilder &built) {
   if (!list)
     return built.take();

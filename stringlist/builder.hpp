@@ -8,8 +8,7 @@
 
 namespace nodetree {
 
-/* A list under construction, of a capacity known beforehand. It is released with what it
-   holds unless take() hands it over. */
+/* Owns a list under construction, of a fixed capacity, until take() hands it over. */
 class ListBuilder {
 public:
   explicit ListBuilder(size_t capacity)
@@ -23,7 +22,7 @@ public:
 
   bool ok() const { return list_ != nullptr; }
 
-  /* False when memory runs out; nothing is added then. */
+  /* False, with nothing added, when memory runs out. */
   bool add(const char *string) { return adopt(strdup(string)); }
   bool add(const char *text, size_t length) { return adopt(strndup(text, length)); }
 

@@ -12,7 +12,7 @@ using namespace nodetree;
 char **sl_split(const char *text, int separator) {
   if (!text || !*text)
     return nullptr;
-  /* Unlike strchr(), memchr() within these bounds never finds the NUL at the end. */
+  /* memchr() because strchr() would find the NUL at the end for the separator 0. */
   const char *const end = text + strlen(text);
   const auto find = [=](const char *from) {
     return static_cast<const char *>(
@@ -93,8 +93,8 @@ char **sl_slice(char **list, int start, int end) {
   if (from == 0)
     return list;
 
-  /* An array of the exact size, or else the present one: the caller cannot tell a failure
-     from an empty slice, so there must be none. */
+  /* If there is no memory for an array of the exact size, uses the present one: the caller
+     could not tell a failure from an empty slice. */
   const size_t bytes = static_cast<size_t>(to - from + 1) * sizeof *list;
   if (char **exact = static_cast<char **>(malloc(bytes))) {
     memcpy(exact, list + from, bytes);

@@ -34,8 +34,8 @@ void stringstream_close(stringstream *stream) {
     return;
   fclose(stream->file);
   stream->file = nullptr;
-  // The close trims the buffer with a realloc; where that fails the platform releases the
-  // buffer and clears the pointer, but leaves the size standing.
+  // The close trims the buffer by realloc(). If that fails the C library frees the buffer
+  // and clears the pointer, but not the size.
   if (!stream->data)
     stream->size = 0;
 }
@@ -61,8 +61,8 @@ void stringstream_consume(stringstream *stream, size_t n) {
   if (stream->file && fseeko(stream->file, static_cast<off_t>(left), SEEK_SET) != 0)
     return;
   memmove(stream->data, stream->data + n, left);
-  // A memory stream writes its closing zero byte only at the furthest position it has
-  // reached, so the bytes given up must not be left behind what is written next.
+  // A memory stream writes its final NUL only at the furthest position that it has reached,
+  // so the removed bytes must not remain behind what is written next.
   memset(stream->data + left, 0, n);
   stream->size = left;
 }

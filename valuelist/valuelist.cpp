@@ -54,7 +54,7 @@ void **_vl_append(void **list, ...) {
 void **vl_appendn(void **list, void *const *elements, size_t count) {
   if (count == 0)
     return list;
-  // In an array of their own first: they may lie in the list, which moves.
+  // Copied first, because they may lie in the list, which moves.
   void **kept = null_ended::resize<void>(nullptr, count);
   if (!kept)
     return nullptr;

@@ -12,13 +12,13 @@
  *       record *r = AVL_RECORD(e, record, by_name); ...
  *
  * If a tree allows duplicates, equal keys form a group. The first one inserted, the leader,
- * is in the tree; the others, the followers, are only in the list, behind it in the order of
- * insertion.
+ * is in the tree; the others, the followers, are only in the list, behind it in the order
+ * of insertion.
  *
  * No operation checks its arguments. Trees must be initialised and pointers not NULL. A key
- * must not change its order while its element is held, and an element must be in one tree at
- * a time. A tree must not be moved or copied, not even an empty one: it points at itself. A
- * tree needs no release.
+ * must not change its order while its element is held, and an element must be in one tree
+ * at a time. A tree must not be moved or copied, not even an empty one: it points at
+ * itself. A tree needs no release.
  */
 #ifndef NODETREE_AVL_H
 #define NODETREE_AVL_H
@@ -47,8 +47,8 @@ typedef struct avl_node {
    is the tree's `compare_arg`. */
 typedef int (*avl_comparator)(const void *key, const void *held_key, void *arg);
 
-/* The tree is the anchor of its own list, so its first two fields are laid out like those of
-   an avl_node. */
+/* The tree is the anchor of its own list, so its first two fields are laid out like those
+   of an avl_node. */
 typedef struct avl_tree {
   avl_node *next;         /* first element; the tree itself when empty */
   avl_node *prev;         /* last element; the tree itself when empty */
@@ -75,7 +75,8 @@ NODETREE_API avl_node *avl_find_lessequal(const avl_tree *tree, const void *key)
 NODETREE_API avl_node *avl_find_greaterequal(const avl_tree *tree, const void *key);
 
 /* Inserts `element`, which has its `key`: 0. Returns -1 if the key is held and duplicates
-   are not allowed; the tree is then unchanged, but not the element's own fields. O(log n). */
+   are not allowed; the tree is then unchanged, but not the element's own fields.
+   O(log n). */
 NODETREE_API int avl_insert(avl_tree *tree, avl_node *element);
 
 /* Removes `element` from the tree that holds it and sets its `next` and `prev` to NULL. The

@@ -10,8 +10,8 @@
  *   node_int_ptr   int64_t *, an owned cell or NULL   null       integer
  *   sl             char **, a string list             empty      array of strings
  *
- * The first argument of every operation is the address of the field. The field owns its cell
- * or text, which is from malloc() and freed with free().
+ * The first argument of every operation is the address of the field. The field owns its
+ * cell or text, which is from malloc() and freed with free().
  *
  * TYPE_into_node returns a new node with the field's value, owned by the caller. NULL when
  * memory runs out, and unless `target` is NULL; only sl_into_node() fills a target.
@@ -37,8 +37,8 @@
 
 NODETREE_BEGIN
 
-/* A text that must be present. From a NULL text no node is made (NULL). A node that is not a
-   string, null included, sets the field to NULL and gives false. O(n). */
+/* A text that must be present. From a NULL text no node is made (NULL). A node that is not
+   a string, null included, sets the field to NULL and gives false. O(n). */
 NODETREE_API node *str_into_node(char *const *field, node *target);
 NODETREE_API bool str_from_node(char **field, const node *n);
 

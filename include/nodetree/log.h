@@ -41,8 +41,8 @@ NODETREE_API void log_open_syslog(const char *ident, int options);
 /* Sends messages to a file, opened by fopen() with `path` and `mode`. Returns the stream,
    which is also in `log_file` and is closed by log_close(). It is buffered like any stream;
    flush it or change its buffering if lines must appear at once. Programs started by this
-   one do not inherit it. On failure returns NULL with errno set, sets `log_file` to NULL, and
-   messages go where they went before. */
+   one do not inherit it. On failure returns NULL with errno set, sets `log_file` to NULL,
+   and messages go where they went before. */
 NODETREE_API FILE *log_open_file(const char *path, const char *mode);
 
 /* Closes the file log or the connection to syslog. Messages are discarded from then on. */
@@ -79,13 +79,14 @@ static inline void log_vmsg(int level, const char *format, va_list args) {
   errno = caller_errno;
 }
 
-/* Logs `length` bytes as one message at LOG_DEBUG. Each line shows 16 bytes: the offset, the
- * bytes in hexadecimal, and as ASCII where printable. "..." stands for further lines equal to
- * the one before. `data` may be NULL if `length` is 0. When memory runs out, a message says
- * so instead.
+/* Logs `length` bytes as one message at LOG_DEBUG. Each line shows 16 bytes: the offset,
+ * the bytes in hexadecimal, and as ASCII where printable. "..." stands for further lines
+ * equal to the one before. `data` may be NULL if `length` is 0. When memory runs out, a
+ * message says so instead.
  *
  * The dump is built even while debug output is off and takes about 80 bytes for each 16 of
- * the data. It is cut off shortly before INT_MAX bytes, the maximum of one message. O(n). */
+ * the data. It is cut off shortly before INT_MAX bytes, the maximum of one message.
+ * O(n). */
 NODETREE_API void log_debug_hex(const void *data, size_t length);
 
 NODETREE_END

@@ -11,8 +11,8 @@
  *
  * Keys. A member's key is its name, unique in the object. An array element's key is a
  * label: the number of elements the array had when the element was put in. Labels equal
- * positions as long as elements are only appended; nothing is ever renumbered. Paths made by
- * node_path() show keys; lookups in arrays count positions.
+ * positions as long as elements are only appended; nothing is ever renumbered. Paths made
+ * by node_path() show keys; lookups in arrays count positions.
  *
  * Callers may read all fields, but only the library writes them.
  */
@@ -76,8 +76,8 @@ typedef void (*node_value_callback)(node *value, void *user_data);
 
 /* ---- Making nodes ---- */
 
-/* A new root with one reference, owned by the caller; NULL when memory runs out. Objects and
-   arrays are empty. */
+/* A new root with one reference, owned by the caller; NULL when memory runs out. Objects
+   and arrays are empty. */
 NODETREE_API node *node_new_null(void);
 NODETREE_API node *node_new_object(void);
 NODETREE_API node *node_new_array(void);
@@ -102,7 +102,8 @@ NODETREE_API node *node_new_link(char **path);
 
 /* ---- Kinds and values ---- */
 
-/* Whether the node is of this kind; a container is an object or an array. False for NULL. */
+/* Whether the node is of this kind; a container is an object or an array. False for
+   NULL. */
 NODETREE_API bool node_is_null(const node *n);
 NODETREE_API bool node_is_object(const node *n);
 NODETREE_API bool node_is_array(const node *n);
@@ -117,9 +118,9 @@ NODETREE_API bool node_is_container(const node *n);
    "boolean" or "link"; "unknown" for NULL and for any other number. */
 NODETREE_API const char *node_type_to_string(const node *n);
 
-/* The value of a node of this kind. For other kinds and for NULL: 0, 0.0, false, or NULL for
-   a text or path. Kinds are not converted: the integer of a real is 0. Texts and lists are
-   borrowed from the node. */
+/* The value of a node of this kind. For other kinds and for NULL: 0, 0.0, false, or NULL
+   for a text or path. Kinds are not converted: the integer of a real is 0. Texts and lists
+   are borrowed from the node. */
 NODETREE_API int64_t node_get_integer(const node *n);
 NODETREE_API double node_get_real(const node *n);
 NODETREE_API const char *node_get_string(const node *n);
@@ -158,8 +159,9 @@ NODETREE_API void node_clear(node *n);
 /* The first child; NULL when there is none and for a node that is no container. */
 NODETREE_API node *node_container_first(const node *container);
 
-/* The child after `child`; NULL after the last one and for a NULL child. A walk that removes
-   or moves children, by this function or by those below, fetches the next child first. */
+/* The child after `child`; NULL after the last one and for a NULL child. A walk that
+   removes or moves children, by this function or by those below, fetches the next child
+   first. */
 NODETREE_API node *node_container_next(const node *container, const node *child);
 
 /* Appends `child` as the member `key`, which is copied, and takes over the caller's
@@ -217,12 +219,13 @@ NODETREE_API void node_array_del(node *array, size_t index);
 NODETREE_API void node_array_clear(node *array);
 
 /* One step of a depth-first walk over the leaves (nodes without children) of a tree: the
-   first leaf below `n`, or the next leaf after it if it is one. NULL after the last leaf and
-   for NULL. A step costs the levels that it passes, O(1) on average over a walk. */
+   first leaf below `n`, or the next leaf after it if it is one. NULL after the last leaf
+   and for NULL. A step costs the levels that it passes, O(1) on average over a walk. */
 NODETREE_API node *node_iterate(node *n);
 
 /* True when `cursor` is NULL or lies outside the subtree of `root`. O(depth), so as the end
-   of a walk through a deep tree it takes quadratic time; use node_iterate_within() there. */
+   of a walk through a deep tree it takes quadratic time; use node_iterate_within()
+   there. */
 NODETREE_API bool node_iterate_end(const node *root, const node *cursor);
 
 /* The step of node_iterate() confined to the subtree of `root`, which contains `n`: NULL
@@ -243,8 +246,8 @@ static inline node *node_iterate_within(const node *root, node *n) {
 /*
  * ---- Paths, lookup and links ----
  *
- * A path is a sequence of segments: a text in which "/" separates them, or a string list. If
- * the first segment is empty (a leading "/"), the path starts at the root of the tree,
+ * A path is a sequence of segments: a text in which "/" separates them, or a string list.
+ * If the first segment is empty (a leading "/"), the path starts at the root of the tree,
  * otherwise at the given node. ".." is the parent, "." the node itself, "*" in glob lookups
  * every child. Any other segment is a member's key, or an element's position as strtol()
  * reads it with base 0 ("010" is 8). A "/" at the end of a text is ignored; there is no
@@ -259,9 +262,9 @@ NODETREE_API node *node_parent(const node *n);
 /* The top of the node's tree; NULL for NULL. O(depth). */
 NODETREE_API node *node_root(const node *n);
 
-/* The node's absolute path as a new text, "/" for a root. NULL for NULL and when memory runs
-   out. If the node or an ancestor has no key, the path holds only the keys below the nearest
-   such node. O(depth). */
+/* The node's absolute path as a new text, "/" for a root. NULL for NULL and when memory
+   runs out. If the node or an ancestor has no key, the path holds only the keys below the
+   nearest such node. O(depth). */
 NODETREE_API char *node_path(const node *n);
 
 /* The same as a new string list: "" and then the keys from the top down. */
@@ -318,11 +321,13 @@ NODETREE_API node *node_lookup_create_sl(node *start, char **path);
 /* A deep copy as a new root, owned by the caller. NULL for NULL and for an unknown kind.
    `links` says what happens to links:
      0 keeps them as links.
-     1 replaces each by a copy of its final target. A link is left out when it dangles, leads
+     1 replaces each by a copy of its final target. A link is left out when it dangles,
+     leads
        back to itself, or leads to a container that holds it, directly or through the links
        that it was reached by.
      Any other number leaves them all out.
-   NULL, with nothing left allocated, when memory runs out and beyond the limit of convention
+   NULL, with nothing left allocated, when memory runs out and beyond the limit of
+   convention
    12. */
 NODETREE_API node *node_copy(const node *n, int links);
 
@@ -336,8 +341,8 @@ NODETREE_API bool node_equals(const node *a, const node *b);
 
 /* Writes one line "PATH=VALUE" for each leaf that is no container, depth first. A node that
    is no container gives its value alone, NULL gives "NULL". Strings are written without
-   quotes or escapes, a link's path in parentheses. When memory runs out for a path, its line
-   begins with "=". */
+   quotes or escapes, a link's path in parentheses. When memory runs out for a path, its
+   line begins with "=". */
 NODETREE_API void node_fprint(const node *n, FILE *stream);
 
 /*
@@ -351,8 +356,8 @@ NODETREE_API void node_fprint(const node *n, FILE *stream);
    other references, it is left null when it was a container or a string.
 
    Does nothing, and `source` stays with the caller, when one is NULL, they are the same or
-   one lies inside the other. A value of an unknown kind, and a link when memory runs out for
-   its path, replace nothing. O(n log n) in the source and the depths. */
+   one lies inside the other. A value of an unknown kind, and a link when memory runs out
+   for its path, replace nothing. O(n log n) in the source and the depths. */
 NODETREE_API void node_merge(node *target, node *source);
 
 /* Cuts `tree` down in place. `include` and `exclude` are lists of glob paths.
@@ -389,12 +394,12 @@ NODETREE_API uint32_t hash_sdbm(const void *data, size_t length, uint32_t seed);
 
 /* Computes the hashes of the node and of all nodes below it that have none yet, stores them
    in diff_hash, and returns the node's hash. A hash of 0 is not stored. Null, empty
-   containers and strings, the integer 0, the real +0.0, arrays of only such values, and links
-   that dangle or lead to a container that holds them have the hash 0.
+   containers and strings, the integer 0, the real +0.0, arrays of only such values, and
+   links that dangle or lead to a container that holds them have the hash 0.
 
    Nothing resets a hash when a tree is changed, so prepare trees that no longer change.
-   Nothing below a node with a hash is visited, and no target of a link with one. A link gets
-   the hash of the next node on its chain that has one, as do the links between them.
+   Nothing below a node with a hash is visited, and no target of a link with one. A link
+   gets the hash of the next node on its chain that has one, as do the links between them.
 
    When memory runs out, and beyond the limit of convention 12, returns 0; containers that
    are not finished have no hash then. 0 for NULL. O(n); O(1) for a node with a hash. */
@@ -402,20 +407,21 @@ NODETREE_API uint32_t node_prepare_diff_hash(node *n);
 
 /* The difference from `from` to `to` as a new tree, owned by the caller; NULL for no
    difference. Of two objects or two arrays it is an object of the children that differ, by
-   key or position. Children that only `from` has are null there. Children that only `to` has,
-   or that differ in kind or value, are copies of those of `to` with links resolved.
+   key or position. Children that only `from` has are null there. Children that only `to`
+   has, or that differ in kind or value, are copies of those of `to` with links resolved.
 
    Links are compared by their final targets. If the two chains differ in length, the links
-   differ. A pair of links that is met again inside its own comparison counts as equal. Nodes
-   with the same stored hash count as equal.
+   differ. A pair of links that is met again inside its own comparison counts as equal.
+   Nodes with the same stored hash count as equal.
 
    NULL and NULL do not differ. From a node to NULL the difference is a null node, from NULL
    to a node a copy of that node.
 
-   When memory runs out, and beyond the limit of convention 12, what could not be compared is
-   reported as different: as a copy of what `to` has, or else as null. It is left out only
-   when there is no memory for a null node; the result is then at least a null node. NULL for
-   trees that differ is possible only if memory runs out before the first node is made.
+   When memory runs out, and beyond the limit of convention 12, what could not be compared
+   is reported as different: as a copy of what `to` has, or else as null. It is left out
+   only when there is no memory for a null node; the result is then at least a null node.
+   NULL for trees that differ is possible only if memory runs out before the first node is
+   made.
 
    O(n log n). Pairs that several links lead to are compared once, unless they differ and
    contain links that lead back to them. */

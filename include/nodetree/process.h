@@ -4,8 +4,8 @@
  * A command line is a string list. The first string is the program, which is looked up in
  * PATH; the whole list is passed to it as its arguments. No shell is involved. The caller
  * waits for each child with process_wait() or waitpid(), otherwise it stays in the process
- * table. Failures in the calling process are logged at LOG_DEBUG and set errno; EINVAL for an
- * empty command line.
+ * table. Failures in the calling process are logged at LOG_DEBUG and set errno; EINVAL for
+ * an empty command line.
  *
  * The child runs the program
  *  - with the standard streams that were asked for, which are always open;
@@ -23,9 +23,9 @@
  * descriptor is 0, 1 or 2 does not get the child's messages.
  *
  * Threads. Any thread may spawn at any time, and pipes do not leak into children that other
- * threads spawn. Until the program starts, the child makes only calls that are safe whatever
- * other threads were doing, with three exceptions. It may hang if another thread was, at
- * that moment,
+ * threads spawn. Until the program starts, the child makes only calls that are safe
+ * whatever other threads were doing, with three exceptions. It may hang if another thread
+ * was, at that moment,
  *  - changing the environment, if `environment` is given;
  *  - looking up users, if `user` is given;
  *  - writing to syslog, if that is the log and the child has something to log.
@@ -60,11 +60,11 @@ NODETREE_BEGIN
  *
  * `in`, `out` and `err` are descriptors of the caller that become the program's standard
  * streams; a negative one stands for /dev/null. 0 to 2 may be given in any order, and any
- * descriptor more than once: (0, 2, 2) sends the output to the caller's standard error. They
- * stay open in the caller. A descriptor that is not open is a failure in the child. So is a
- * full table of descriptors if 0 to 2 change places, which needs one more descriptor for a
- * moment. A descriptor above 2 also stays open in the program under its own number, unless it
- * is close-on-exec. O(n).
+ * descriptor more than once: (0, 2, 2) sends the output to the caller's standard error.
+ * They stay open in the caller. A descriptor that is not open is a failure in the child. So
+ * is a full table of descriptors if 0 to 2 change places, which needs one more descriptor
+ * for a moment. A descriptor above 2 also stays open in the program under its own number,
+ * unless it is close-on-exec. O(n).
  */
 NODETREE_API pid_t process_spawn_fd(char *const *command, char *const *environment,
                                     const char *user, int in, int out, int err);
@@ -74,8 +74,8 @@ NODETREE_API pid_t process_spawn_fd(char *const *command, char *const *environme
 NODETREE_API pid_t process_spawn(char *const *command);
 
 /* process_spawn_fd() with a pipe for each of `in`, `out` and `err` that is not NULL. The
- * caller's end is stored there: the write end for `in`, the read end for `out` and `err`. The
- * other streams are on /dev/null.
+ * caller's end is stored there: the write end for `in`, the read end for `out` and `err`.
+ * The other streams are on /dev/null.
  *
  * The caller closes its ends. They are close-on-exec and never 0 to 2. The program's input
  * ends when the caller closes `in`. Reading ends when the program, and all it has started
@@ -118,8 +118,8 @@ NODETREE_API int process_interpret_status(int status);
  * system refuses. The process is then still root, but may have the other group.
  *
  * The supplementary groups stay, so a process that has root's drops them with setgroups()
- * first. The environment stays, HOME included. Uses getpwnam(), so only one thread at a time
- * may call it.
+ * first. The environment stays, HOME included. Uses getpwnam(), so only one thread at a
+ * time may call it.
  */
 NODETREE_API bool process_drop_privilege(const char *user);
 

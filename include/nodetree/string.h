@@ -1,9 +1,9 @@
 /*
  * string_: helpers over NUL-terminated strings.
  *
- * Strings are compared by bytes, without collation or a character set. Unless a function says
- * otherwise its arguments must not be NULL, and its cost is linear in the strings that it is
- * given.
+ * Strings are compared by bytes, without collation or a character set. Unless a function
+ * says otherwise its arguments must not be NULL, and its cost is linear in the strings that
+ * it is given.
  */
 #ifndef NODETREE_STRING_H
 #define NODETREE_STRING_H
@@ -25,9 +25,9 @@ NODETREE_API bool __string_equals(const char **a, const char **b);
 NODETREE_API bool string_prefixed(const char *string, const char *prefix);
 NODETREE_API bool string_suffixed(const char *string, const char *suffix);
 
-/* Whether the whole `name` matches the glob `pattern`, by fnmatch() without flags: "*" and "?"
-   also match a slash and a leading dot, and a backslash escapes. The cost can be the product
-   of the two lengths. */
+/* Whether the whole `name` matches the glob `pattern`, by fnmatch() without flags: "*" and
+   "?" also match a slash and a leading dot, and a backslash escapes. The cost can be the
+   product of the two lengths. */
 NODETREE_API bool string_match(const char *name, const char *pattern);
 
 /* Whether `piece` occurs in `text`. The empty string occurs in every text. */
@@ -40,23 +40,23 @@ NODETREE_API bool string_empty(const char *string);
 NODETREE_API char *string_printf(const char *format, ...) NODETREE_PRINTF(1, 2);
 
 /* Replaces the first occurrence of `find` in the heap string `string` by `replacement`.
- * Consumes `string` and returns the string to use from then on. That is `string` unchanged if
- * an argument is NULL, or if `find` is empty or does not occur.
+ * Consumes `string` and returns the string to use from then on. That is `string` unchanged
+ * if an argument is NULL, or if `find` is empty or does not occur.
  *
- * Otherwise NULL means that memory ran out; `string` is then unchanged and still owned by the
- * caller. A result that is no longer than `string` needs no memory, unless `replacement`
- * points into `string`, which is allowed. */
+ * Otherwise NULL means that memory ran out; `string` is then unchanged and still owned by
+ * the caller. A result that is no longer than `string` needs no memory, unless
+ * `replacement` points into `string`, which is allowed. */
 NODETREE_API char *string_replace(char *string, const char *find, const char *replacement);
 
-/* Converts every byte to upper case in place, by the locale of the calling thread, and returns
-   `string`. NULL gives NULL. */
+/* Converts every byte to upper case in place, by the locale of the calling thread, and
+   returns `string`. NULL gives NULL. */
 NODETREE_API char *string_to_upper(char *string);
 
 /* Whether the whole `text` is an integer: optional white space and sign, then hexadecimal
- * digits after 0x or 0X, octal digits after 0, or decimal digits. The number at the beginning
- * of the text, or 0 if there is none, is stored in `*value` even if the result is false. A
- * number out of range is stored as the nearest value of the type and does not make the result
- * false. NULL gives false and stores nothing. errno may change. */
+ * digits after 0x or 0X, octal digits after 0, or decimal digits. The number at the
+ * beginning of the text, or 0 if there is none, is stored in `*value` even if the result is
+ * false. A number out of range is stored as the nearest value of the type and does not make
+ * the result false. NULL gives false and stores nothing. errno may change. */
 NODETREE_API bool string_to_int(const char *text, int *value);
 NODETREE_API bool string_to_long_long(const char *text, long long *value);
 

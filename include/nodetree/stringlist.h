@@ -15,8 +15,8 @@
  *
  * NULL is an empty list for every function. A list that is not NULL can be empty too; only
  * _sl_equals(), sl_copy(), sl_split() and sl_slice() tell the two apart. Unless a function
- * says otherwise, its cost is linear in the number of strings and in the bytes it copies, and
- * new lists and texts are NULL when memory runs out.
+ * says otherwise, its cost is linear in the number of strings and in the bytes it copies,
+ * and new lists and texts are NULL when memory runs out.
  */
 #ifndef NODETREE_STRINGLIST_H
 #define NODETREE_STRINGLIST_H
@@ -28,18 +28,18 @@
 
 NODETREE_BEGIN
 
-/* A new list of the arguments, which end with a null pointer. Without strings it is an empty
-   list that is not NULL. */
+/* A new list of the arguments, which end with a null pointer. Without strings it is an
+   empty list that is not NULL. */
 NODETREE_API char **_sl_new(const char *first, ...);
 
-/* Appends the arguments, which end with a null pointer, and returns the list. Without strings
-   the array is cut to the length of the list, and NULL becomes an empty list that is not
-   NULL. NULL on failure, with `list` unchanged. */
+/* Appends the arguments, which end with a null pointer, and returns the list. Without
+   strings the array is cut to the length of the list, and NULL becomes an empty list that
+   is not NULL. NULL on failure, with `list` unchanged. */
 NODETREE_API char **_sl_append(char **list, ...) NODETREE_SENTINEL;
 
 /* Appends the `count` strings of an array and returns the list. Null pointers in the array
-   are skipped; it need not end with one. For a count of 0 returns `list` unchanged, which may
-   be NULL. NULL on failure, with no string appended. */
+   are skipped; it need not end with one. For a count of 0 returns `list` unchanged, which
+   may be NULL. NULL on failure, with no string appended. */
 NODETREE_API char **sl_appendn(char **list, const char *const *strings, size_t count);
 
 /* Appends one string, formatted as by printf(), and returns the list. If formatting fails
@@ -68,18 +68,20 @@ NODETREE_API bool _sl_equals(char *const *a, char *const *b);
 /* _sl_equals() of two list fields, given by their addresses, which must not be NULL. */
 NODETREE_API bool __sl_equals(char ***a, char ***b);
 
-/* Consumes two different lists and returns one with the strings of `a`, then those of `b`. If
-   `b` is empty that is `a`, which may be NULL. Otherwise NULL is failure; both lists are then
-   unchanged and still owned by the caller. */
+/* Consumes two different lists and returns one with the strings of `a`, then those of `b`.
+   If `b` is empty that is `a`, which may be NULL. Otherwise NULL is failure; both lists are
+   then unchanged and still owned by the caller. */
 NODETREE_API char **sl_concat(char **a, char **b);
 
-/* A new list of the fields of `text` between the `separator` bytes. Two separators in a row,
-   or one at the beginning, make an empty field; one at the end does not. NULL for "" and
-   NULL, which have no field, and on failure. The separator '\0' gives the whole text. */
+/* A new list of the fields of `text` between the `separator` bytes. Two separators in a
+   row, or one at the beginning, make an empty field; one at the end does not. NULL for ""
+   and NULL, which have no field, and on failure. The separator '\0' gives the whole
+   text. */
 NODETREE_API char **sl_split(const char *text, int separator);
 
-/* A new text of all strings with `separator` between every two; NULL counts as "". "" for an
-   empty list. Restores a text that sl_split() has split, except for a separator at its end.
+/* A new text of all strings with `separator` between every two; NULL counts as "". "" for
+   an empty list. Restores a text that sl_split() has split, except for a separator at its
+   end.
  */
 NODETREE_API char *sl_join(char *const *list, const char *separator);
 

@@ -8,8 +8,8 @@
  *
  * Data and size are those of the last fflush() or close of the handle; bytes written since
  * may still be in its buffer. While the stream is open every write and flush may move the
- * data, so a pointer to it is valid until the next one. From the first flush on the data ends
- * with a NUL that the size does not count.
+ * data, so a pointer to it is valid until the next one. From the first flush on the data
+ * ends with a NUL that the size does not count.
  *
  * When memory runs out a write fails like any write to a FILE: it returns EOF or a negative
  * number, and ferror() on the handle is true until the stream is closed.
@@ -46,18 +46,18 @@ NODETREE_API char *stringstream_data(const stringstream *stream);
 /* The number of bytes as of the last flush or close. */
 NODETREE_API size_t stringstream_size(const stringstream *stream);
 
-/* Closes the handle and brings data and size up to date; the stream keeps them. Does nothing
-   when it is closed. When memory runs out the data is lost: it is then NULL and the size 0.
-   O(n). */
+/* Closes the handle and brings data and size up to date; the stream keeps them. Does
+   nothing when it is closed. When memory runs out the data is lost: it is then NULL and the
+   size 0. O(n). */
 NODETREE_API void stringstream_close(stringstream *stream);
 
-/* Closes the stream and returns its data as a new text, freed with free(); "" when nothing was
-   written. The stream then has no data and the size 0. NULL at a second call, and when memory
-   ran out at the close. O(n). */
+/* Closes the stream and returns its data as a new text, freed with free(); "" when nothing
+   was written. The stream then has no data and the size 0. NULL at a second call, and when
+   memory ran out at the close. O(n). */
 NODETREE_API char *stringstream_take_data(stringstream *stream);
 
-/* Writes a NUL, which the size counts like any other byte. False when the stream is closed or
-   the write fails. */
+/* Writes a NUL, which the size counts like any other byte. False when the stream is closed
+   or the write fails. */
 NODETREE_API bool stringstream_null_terminate(stringstream *stream);
 
 /*

@@ -1,5 +1,6 @@
 /*
- * String lists and value lists. Part of <nodetree.hpp>, which says what holds for all of it.
+ * String lists and value lists. Part of <nodetree.hpp>, which says what holds for all of
+ * it.
  */
 #ifndef NODETREE_CPP_LISTS_HPP
 #define NODETREE_CPP_LISTS_HPP
@@ -116,6 +117,7 @@ class StringsArg {
 public:
   /// NULL, an empty list.
   StringsArg() noexcept = default;
+  /// The list, which may be NULL.
   StringsArg(char **list) noexcept : raw_(list) {}
   StringsArg(Strings list) noexcept : raw_(list.get()) {}
   StringsArg(const StringList &list) noexcept : raw_(list.get()) {}

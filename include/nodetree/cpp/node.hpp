@@ -26,9 +26,9 @@ namespace nodetree {
 
 /// @endcond
 
-/// Owns one reference to a node and drops it by node_unref(). Reads and looks up as View does
-/// and, unless const, changes as Ref does. A temporary lends nothing: lookups, ranges and
-/// borrowed texts are deleted for it.
+/// Owns one reference to a node and drops it by node_unref(). Reads and looks up as View
+/// does and, unless const, changes as Ref does. A temporary lends nothing: lookups, ranges
+/// and borrowed texts are deleted for it.
 class Node : public detail::Owner<Node, ::node *>,
              public Asking<Node, Node>,
              public Changing<Node, Node, Ref> {

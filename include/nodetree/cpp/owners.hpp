@@ -179,6 +179,7 @@ private:
 class CString {
 public:
   CString(const char *text) noexcept : text_(text) {}
+  /// The text as it is.
   CString(const Text &text) noexcept : text_(text.c_str()) {}
   template <class T,
             class = std::enable_if_t<std::is_convertible_v<const T &, std::string_view> &&

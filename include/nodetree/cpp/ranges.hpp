@@ -1,6 +1,6 @@
 /*
- * The iterator over lists and trees, and the ranges over trees. Part of <nodetree.hpp>, which
- * says what holds for all of it.
+ * The iterator over lists and trees, and the ranges over trees. Part of <nodetree.hpp>,
+ * which says what holds for all of it.
  */
 #ifndef NODETREE_CPP_RANGES_HPP
 #define NODETREE_CPP_RANGES_HPP
@@ -22,9 +22,9 @@ struct Arrow {
   T *operator->() noexcept { return &value; }
 };
 
-/// The one iterator. A Cursor says where it stands: value(), advance() and same(); a default
-/// one is the end. A forward iterator in C++20. In C++17 an input iterator, because its
-/// values are made on the way.
+/// The one iterator. A Cursor says where it stands: value(), advance() and same(); a
+/// default one is the end. A forward iterator in C++20. In C++17 an input iterator, because
+/// its values are made on the way.
 template <class Cursor>
 class Iterator {
 public:
@@ -69,6 +69,7 @@ private:
 /// Goes from one place to the next as Step finds them; a null place is the end. The next
 /// place is found before this one is handed out, so this one may be taken out of its
 /// container.
+/// @cond
 template <class Step>
 class Ahead {
 public:
@@ -87,6 +88,7 @@ public:
 private:
   Top top_{}, at_{}, next_{};
 };
+/// @endcond
 
 } // namespace detail
 
@@ -133,8 +135,8 @@ struct MemberStep : ChildStep<Handle> {
   static Member<Handle> value(::node *at) noexcept { return {view(at->key), Handle(at)}; }
 };
 
-/// Nodes without children. Never leaves the tree below top, so a step costs no more than the
-/// levels that it passes.
+/// Nodes without children. Never leaves the tree below top, so a step costs no more than
+/// the levels that it passes.
 template <class Handle>
 struct LeafStep : ChildStep<Handle> {
   static ::node *first(::node *top) noexcept {

@@ -37,10 +37,10 @@ public:
   /// @}
   /// @name The value of this node.
   /// @{
-  /// Replaces the value of the node, which keeps its key, place and owners; its children are
-  /// released. Fails for a Node that stands in a container, is this node or contains it. If
-  /// the Node has other owners, they are left with a null node when it was a container or a
-  /// string. O(n) in both.
+  /// Replaces the value of the node, which keeps its key, place and owners; its children
+  /// are released. Fails for a Node that stands in a container, is this node or contains
+  /// it. If the Node has other owners, they are left with a null node when it was a
+  /// container or a string. O(n) in both.
   [[nodiscard]] bool assign(const Value &value) noexcept {
     return settable(value) && put(target(), value);
   }
@@ -72,9 +72,9 @@ public:
            taken(::node_object_add(target(), key.get(), value.get()), value);
   }
   /// Assigns to the node that a path names. Missing members on the way are made, as by
-  /// node_lookup_create(); when that fails, the objects made before stay. For arbitrary keys
-  /// use set_member(): a key is a path of one segment only if it contains no "/" and is not
-  /// "", "." or "..". Costs a lookup and an assign().
+  /// node_lookup_create(); when that fails, the objects made before stay. For arbitrary
+  /// keys use set_member(): a key is a path of one segment only if it contains no "/" and
+  /// is not "", "." or "..". Costs a lookup and an assign().
   [[nodiscard]] bool set(const CString &path, const Value &value) noexcept {
     if (!settable(value) || !path.get())
       return false;
@@ -219,8 +219,8 @@ private:
   }
 };
 
-/// Borrows a node to read and change it; an owner keeps the node alive. Otherwise like View.
-/// A const Ref gives Views.
+/// Borrows a node to read and change it; an owner keeps the node alive. Otherwise like
+/// View. A const Ref gives Views.
 class Ref : public View, public Changing<Ref, Node, Ref> {
 public:
   Ref() noexcept = default;

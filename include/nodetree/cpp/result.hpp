@@ -161,7 +161,8 @@ inline Result<Node> parse_msgpack(Chars bytes) noexcept {
 
 /// expr_eval(): the value of the expression for the context, which may have no node. The
 /// value must not be changed: it may be a part of either tree. The reason is the message of
-/// the evaluation. A value can come with a reason, that of an operand which "range" skipped.
+/// the evaluation. A value can come with a reason, that of an operand which "range"
+/// skipped.
 inline Result<const Node> eval(NodeArg expression, NodeArg context) noexcept {
   char *message = nullptr;
   Node value = Node::adopt(::expr_eval(const_cast<::node *>(expression.get()),

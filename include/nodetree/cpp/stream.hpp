@@ -11,9 +11,9 @@ namespace nodetree {
 
 /// A decoder of JSON or MessagePack, and the encoder for answers. Owns a node_stream and a
 /// callback, which gets each value: `call(Node value)` or, to answer,
-/// `call(Node value, auto &stream)`. A callback passed as a temporary (or by std::move()) is
-/// kept in the stream, any other by reference; neither is allocated. The value has no node
-/// for a message without a node form. A stream is neither copied nor moved:
+/// `call(Node value, auto &stream)`. A callback passed as a temporary (or by std::move())
+/// is kept in the stream, any other by reference; neither is allocated. The value has no
+/// node for a message without a node form. A stream is neither copied nor moved:
 ///
 ///     nodetree::NodeStream stream(NODE_STREAM_AUTO, [&](nodetree::Node value) { ... });
 template <class Call>
@@ -53,8 +53,8 @@ public:
       state_ = State::broken;
     return state_ == State::complete;
   }
-  /// node_stream_encode(): the value in the stream's format, as a new buffer for the caller.
-  /// Empty on failure and while the format is not known.
+  /// node_stream_encode(): the value in the stream's format, as a new buffer for the
+  /// caller. Empty on failure and while the format is not known.
   Bytes encode(NodeArg value) const noexcept {
     char *data = nullptr;
     std::size_t size = 0;

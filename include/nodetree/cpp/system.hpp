@@ -74,12 +74,14 @@ private:
 
 namespace detail {
 
+/// @cond
 inline void close_pipe(int descriptor) noexcept {
   ::close(descriptor);
 }
 inline void unlock_file(int descriptor) noexcept {
   ::file_unlock(descriptor);
 }
+/// @endcond
 
 /// Owns a descriptor, which Close gives back.
 template <void (*Close)(int)>
@@ -136,9 +138,9 @@ struct Pipes {
   bool err = false; ///< the caller reads its standard error
 };
 
-/// Owns a child process and the caller's ends of its pipes. The destructor closes the pipes,
-/// which ends most programs, and waits for the child without a time limit. To let the child
-/// run on, call release().
+/// Owns a child process and the caller's ends of its pipes. The destructor closes the
+/// pipes, which ends most programs, and waits for the child without a time limit. To let
+/// the child run on, call release().
 class Child {
 public:
   /// Holds no child.

@@ -146,9 +146,9 @@ class Held : public Owner<Held, ::node *> {};
 ///    Node::array() and Node::object() choose the kind and also make empty ones.
 ///
 /// Other types, characters included, do not compile. There is no value, and the call fails,
-/// for an integer above INT64_MAX, a NULL text, a text with a NUL inside, a repeated name, a
-/// Node without a node, and when memory runs out. A Node inside braces is released when the
-/// list is refused.
+/// for an integer above INT64_MAX, a NULL text, a text with a NUL inside, a repeated name,
+/// a Node without a node, and when memory runs out. A Node inside braces is released when
+/// the list is refused.
 class Value {
 public:
   Value() = delete;

@@ -1,6 +1,6 @@
 /*
- * Reading a node, and View, which borrows one to read it. Part of <nodetree.hpp>, which says
- * what holds for all of it.
+ * Reading a node, and View, which borrows one to read it. Part of <nodetree.hpp>, which
+ * says what holds for all of it.
  */
 #ifndef NODETREE_CPP_VIEW_HPP
 #define NODETREE_CPP_VIEW_HPP
@@ -23,8 +23,8 @@ enum class CopyLinks : int {
 /// The type() of a View, Ref or Node without a node.
 inline constexpr node_type no_type = static_cast<node_type>(UINT32_MAX);
 
-/// A node as an argument that is only read, for the call: a View, a Ref, or a Node, which may
-/// be a temporary.
+/// A node as an argument that is only read, for the call: a View, a Ref, or a Node, which
+/// may be a temporary.
 class NodeArg {
 public:
   template <class N, class = std::enable_if_t<detail::is_node<N>>>
