@@ -418,7 +418,8 @@ TEST(Results, AreANodeOrAReason) {
   };
   for (const auto &[given, answer] : {
            std::pair("{\"a\": [1,\n  2 3]}"s, "line 2, column 5: syntax error"s),
-           {"{\"a\": 1, \"a\": 2}", "line 1, column 15: syntax error, repeated name"},
+           {"{\"a\": 1, \"a\": 2}", "line 1, column 15: repeated name"},
+           {R"([{"\\":0, "\\" : "\""}])", "line 1, column 21: repeated name"},
            {"{} x", "line 1, column 4: more than one value"},
            {"1 \n{}", "line 2, column 1: more than one value"},
            {"[1, ", "line 1, column 5: the text ends too early"},

@@ -69,7 +69,9 @@ public:
     while (at_ < text_.size() && values_ < 2 && feed(text_.substr(at_, 1)))
       ++at_;
     if (at_ < text_.size() && values_ == 0)
-      return say(token_start(), "syntax error, repeated name or number out of range");
+      return say(token_start(), is_repeated_name()
+                                    ? "repeated name"
+                                    : "syntax error, repeated name or number out of range");
     if (at_ < text_.size() || (feed("\n") && values_ > 1))
       return say(text_.find_first_not_of(" \t\r\n", end_), "more than one value");
     if (text_.find_first_not_of(" \t\r\n") == std::string_view::npos)
@@ -91,7 +93,7 @@ private:
   bool feed(std::string_view bytes) noexcept {
     return ::json_stream_parse(stream_, bytes.data(), bytes.size());
   }
-  /// Only the byte behind a number or a word ends it.
+  /// Where the token with the fault begins: only the byte behind a number or a word ends it.
   std::size_t token_start() const noexcept {
     const auto in_word = [](char c) {
       return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
@@ -101,6 +103,43 @@ private:
     while (at > 0 && text_[at_] != '"' && in_word(text_[at - 1]))
       --at;
     return at;
+  }
+  /// The last byte before `at` that is not white space; npos for none.
+  std::size_t last_before(std::size_t at) const noexcept {
+    return at > 0 ? text_.find_last_not_of(" \t\r\n", at - 1) : text_.npos;
+  }
+  bool is(std::size_t at, char c) const noexcept {
+    return at != text_.npos && text_[at] == c;
+  }
+  bool is_escaped(std::size_t at) const noexcept {
+    const std::size_t other = at > 0 ? text_.find_last_not_of('\\', at - 1) : text_.npos;
+    return (at - other) % 2 == 0; // npos counts as -1
+  }
+  /// The first quote of a string, from its last; npos for none.
+  std::size_t string_start(std::size_t quote) const noexcept {
+    std::size_t at = is_escaped(quote) ? 0 : quote;
+    while (at > 0) {
+      at = text_.rfind('"', at - 1);
+      if (at == text_.npos || !is_escaped(at))
+        return at;
+    }
+    return text_.npos;
+  }
+  /// Whether the text parses beyond the fault if the name before it is replaced by a longer
+  /// one than any in the text.
+  bool is_repeated_name() const noexcept {
+    const bool quoted = is(at_, '"');
+    const std::size_t value = quoted ? string_start(at_) : token_start();
+    const std::size_t colon = value != text_.npos ? last_before(value) : text_.npos;
+    const std::size_t quote = is(colon, ':') ? last_before(colon) : text_.npos;
+    const std::size_t name = is(quote, '"') ? string_start(quote) : text_.npos;
+    if (name == text_.npos)
+      return false;
+    JsonFault other(text_);
+    bool parses = other.stream_ && other.feed(text_.substr(0, name + 1));
+    for (std::size_t i = 0; parses && i <= at_; i += 16)
+      parses = other.feed("nnnnnnnnnnnnnnnn");
+    return parses && other.feed(text_.substr(quote, at_ + 1 - quote));
   }
   Text say(std::size_t at, const char *what) const noexcept {
     std::size_t line = 1, column = 1;
@@ -121,7 +160,7 @@ private:
 
 /// json_parse_buffer(): the tree of the one JSON value in the text. The reason of a failure
 /// names line and column, counted in bytes from 1. To find them the text is parsed again,
-/// byte by byte, which takes about six times as long and logs the failure a second time.
+/// byte by byte, which takes about six times as long and logs the failure again.
 inline Result<Node> parse_json(Chars text) noexcept {
   Node tree = Node::from_json(text);
   if (tree)
