@@ -7,7 +7,7 @@ import sys
 import unittest
 
 import tool_test
-from tool_test import DEEP, Case, run, told, told_input
+from tool_test import DEEP, LEVELS, Case, run, told, told_input
 
 VALUE = '{"a":{"b":[1,2,3]},"c":null,"x/y":{"~z":1}}'
 
@@ -46,7 +46,7 @@ class Places(Case):
             ("set a {", "value:1:1: ends inside"),
         )
         self.expect("set -c n 1", "{} 1 {}", 2, '{"n":1}\n{"n":1}\n', told_input("n: .*neither.*"))
-        self.assertEqual(run("set", "--to=msgpack", "deep" + "/0" * 60000, "2", text=DEEP)[0], 0)
+        self.assertEqual(run("set", "--to=msgpack", "deep" + "/0" * (LEVELS // 16), "2", text=DEEP)[0], 0)
 
     def test_del(self):
         self.expect_changes(
@@ -151,11 +151,11 @@ class Patches(Case):
         copied = self.file("p", '[{"op":"copy","from":"/deep","path":"/last"},{"op":"test",'
                            '"path":"/last","value":%s}]' % DEEP[9:-12])
         self.assertEqual(run("patch", "--to=msgpack", copied, deep)[::2], (0, ""))
-        merge = self.file("m", '{"a":' * 100000 + "null" + "}" * 100000)
+        merge = self.file("m", '{"a":' * (LEVELS // 10) + "null" + "}" * (LEVELS // 10))
         self.assertEqual(run("patch", "--merge", "--to=msgpack", merge, text="{}")[::2], (0, ""))
         other = self.file("other", DEEP.replace("bottom", "top"))
         self.expect(f"diff -c --patch {deep} {other}", "", 1, '[{"op":"replace","path":"/deep' +
-                    "/0" * 1000000 + '","value":"top"}]\n')
+                    "/0" * LEVELS + '","value":"top"}]\n')
 
     def test_diff(self):
         many = list(range(100000))
@@ -197,7 +197,7 @@ class Patches(Case):
             return json.dumps(a, sort_keys=True) == json.dumps(b, sort_keys=True)
 
         chance = random.Random(12)
-        for _ in range(150):
+        for _ in range(150 if LEVELS == 1000000 else 40):
             a = tree(5)
             b = changed(a)
             name_a, name_b = self.file("a", compact(a)), self.file("b", compact(b))
@@ -219,9 +219,9 @@ class Lines(Case):
             lines = "".join(line + "\n" for line in reversed(lines))
             self.assertEqual(json.loads(run("unflat", text=lines)[1]), value, lines)
         self.expect("flat", '{"": {"0": 1}}', 2, "/={}\n//0=1\n", ".*")
-        deep = "/0" * 1000000 + "=1\n"
+        deep = "/0" * LEVELS + "=1\n"
         status, packed, _ = run("unflat", "--to", "msgpack", text=deep)
-        self.assertEqual((status, packed), (0, "\udc91" * 1000000 + "\x01"))
+        self.assertEqual((status, packed), (0, "\udc91" * LEVELS + "\x01"))
 
     def test_other_lines(self):
         told_line = "line [12] .*"
