@@ -3,7 +3,6 @@
 #include "support.hpp"
 
 #include <algorithm>
-#include <atomic>
 #include <csignal>
 #include <fcntl.h>
 #include <linux/capability.h>
@@ -169,39 +168,6 @@ TEST_F(Process, PipesStayClearOfClosedStandardStreams) {
         EXPECT_EQ(fcntl(fd, F_GETFD) == -1, (closed >> fd & 1) != 0);
       EXPECT_EQ(tee.end("text"), "0 text|text");
     });
-}
-
-// More than the pipes hold, in every direction at once.
-TEST_F(Process, FloodedPipesAreReadToTheEnd) {
-  const std::string flood = test::repeat("0123456789abcdef", (4 << 20) / 16);
-  const Child tee(list_owner(sl_new("tee", "/dev/stderr")));
-  std::string errors;
-  std::thread reader([&] { errors = drain(tee.err); });
-  std::thread writer([&] {
-    for (size_t at = 0; at < flood.size(); at += 4096)
-      EXPECT_EQ(write(tee.in, &flood[at], 4096), 4096);
-    close(tee.in);
-  });
-  EXPECT_TRUE(drain(tee.out) == flood);
-  reader.join();
-  writer.join();
-  EXPECT_TRUE(errors == flood);
-  EXPECT_EQ(process_wait(tee.pid), 0);
-}
-
-TEST_F(Process, ManyChildrenLeaveNothingBehind) {
-  static std::atomic<size_t> ended;
-  ended = 0;
-  struct sigaction action = {}, previous;
-  action.sa_handler = [](int) { ++ended; };
-  sigaction(SIGCHLD, &action, &previous); // without SA_RESTART
-  const list_owner command(sl_new("true"));
-  for (size_t i = 0; i < test::scaled(500); ++i) {
-    ASSERT_EQ(Child(command).end(), "0 |");
-    ASSERT_EQ(process_wait(process_spawn(command.get())), 0);
-  }
-  EXPECT_EQ(ended, 2 * test::scaled(500));
-  sigaction(SIGCHLD, &previous, nullptr);
 }
 
 TEST_F(Process, WaitGoesOnThroughSignals) {

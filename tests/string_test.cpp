@@ -53,6 +53,7 @@ TEST(StringReplace, ReplacesTheFirstOccurrenceOnly) {
       {"abc", "abc", "", ""},       {"tail-x", "x", "long", "tail-long"}};
   for (const auto &[string, find, replacement, result] : cases)
     EXPECT_EQ(take(string_replace(strdup(string), find, replacement)), result);
+  EXPECT_EQ(take(string_printf("%s", "")), "");
   EXPECT_EQ(string_replace(nullptr, "a", "b"), nullptr);
   char same[] = "abc";
   EXPECT_EQ(string_replace(same, nullptr, "b"), same);
