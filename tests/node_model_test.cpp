@@ -36,6 +36,7 @@ TEST(NodeValues, TextsAndPathsAreCopiedUpToTheirLengthOrNul) {
   const std::string big(100000, 'x');
   const tree formatted(node_new_string_printf("%d-%s", 7, big.c_str()));
   EXPECT_EQ(node_get_string(formatted.get()), "7-" + big);
+  EXPECT_EQ(shown(tree(node_new_string_printf("%s", "")).get()), "\"\"");
   wchar_t invalid[] = {0x7fffffff, 0}; // no byte form in any locale
   EXPECT_EQ(node_new_string_printf("%ls", invalid), nullptr);
 

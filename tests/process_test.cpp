@@ -10,6 +10,7 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -97,9 +98,9 @@ TEST_F(Process, EmptyCommandsAreRefused) {
     int end = 77;
     errno = 0;
     EXPECT_EQ(process_spawn(command), -1);
-    EXPECT_EQ(errno, EINVAL);
+    EXPECT_EQ(std::exchange(errno, 0), EINVAL);
     EXPECT_EQ(process_spawn_pipe(command, nullptr, nullptr, &end, &end, &end), -1);
-    EXPECT_EQ(end, 77);
+    EXPECT_TRUE(end == 77 && errno == EINVAL);
     const std::string message = ": Cannot spawn process with empty command.\n";
     EXPECT_EQ(log.fresh(),
               "DEBUG: process_spawn_fd" + message + "DEBUG: process_spawn_pipe" + message);
@@ -289,6 +290,11 @@ TEST_F(Process, EnvironmentIsAddedTo) {
                 "Invalid argument\n" + failed +
                 "no value associated with last name in env list\n");
   EXPECT_STREQ(getenv("REPLACED"), "old");
+  ASSERT_NE(log_open_file("log", "we"),
+            nullptr); // in a buffer, which the program does not write
+  EXPECT_EQ(Child(command, list_owner(sl_new("LAST")).get()).end(),
+            "0 old old unset unset\n|");
+  EXPECT_NE(file_content("log"), "");
 
   // The program is looked up along the new PATH.
   test::write_file("own_program", "#!/bin/sh\necho found\n");
