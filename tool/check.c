@@ -16,8 +16,8 @@ void print_finding(struct job *job, const char *name, const char *text) {
   }
   make_printable(line);
   print_label(job);
-  if (*job->where != '\0' && !job->option['n'])
-    fprintf(output, "%s: ", job->where + 1); /* which of several values it is */
+  if (job->of_many && !job->option['n'])
+    fprintf(output, "value %zu: ", job->number);
   fputs(line, output);
   output_newline(job);
   free(line);

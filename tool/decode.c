@@ -33,13 +33,11 @@ static void stand_at_message(const decoding *d, size_t number, size_t offset) {
 
 /* Moves on to the next chunk. */
 static void pass_chunk(decoding *d, const char *bytes, size_t size) {
-  const char *last = memrchr(bytes, '\n', size);
-  size_t lines = 0;
-  for (size_t i = 0; i < size; i++)
-    lines += bytes[i] == '\n';
-  d->lines += lines;
-  if (last != NULL)
-    d->line_start = d->offset + (size_t)(last - bytes) + 1;
+  const char *end = bytes + size;
+  for (const char *at = bytes; (at = memchr(at, '\n', (size_t)(end - at))) != NULL;) {
+    d->lines++;
+    d->line_start = d->offset + (size_t)(++at - bytes);
+  }
   d->offset += size;
   if (size > 0)
     d->ends_in_digit = isdigit((unsigned char)bytes[size - 1]) != 0;
@@ -55,11 +53,10 @@ static void complain_here(const decoding *d, const char *text) {
 static void answer(decoding *d, node *value, size_t number, bool of_many) {
   struct job *job = d->job;
   job->number = number;
-  if (of_many)
-    snprintf(job->where, sizeof job->where, " value %zu", number);
+  job->of_many = of_many;
   if (!job->output_lost)
     d->answer(job, value);
-  *job->where = '\0';
+  job->of_many = false;
   node_free(value);
 }
 

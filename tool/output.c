@@ -7,6 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+enum { OUTPUT_SIZE = 64 * 1024 }; /* what is written at once */
+
 FILE *output;
 static const char
     *replaced; /* the file that the output becomes, NULL for standard output */
@@ -27,6 +29,7 @@ static bool wants_color(const struct job *job) {
 static void lose_output(struct job *job, int error) {
   job->output_lost = true;
   *job->where = '\0';
+  job->of_many = false;
   job->input = replaced != NULL ? replaced : "standard output";
   complain(job, "%s", strerror(error != 0 ? error : EIO));
 }
@@ -34,6 +37,7 @@ static void lose_output(struct job *job, int error) {
 static bool replace(struct job *job, const char *name) {
   int error = replace_begin(name, &output);
   if (error == 0) {
+    setvbuf(output, NULL, _IOFBF, OUTPUT_SIZE);
     replaced = name;
     return true;
   }
@@ -45,8 +49,9 @@ static bool replace(struct job *job, const char *name) {
 }
 
 bool output_open(struct job *job) {
-  json_open();
+  static char room[OUTPUT_SIZE];
   output = stdout;
+  setvbuf(stdout, room, _IOFBF, sizeof room);
   char **names = job->values['o'];
   while (names != NULL && names[0] != NULL && names[1] != NULL)
     names++;
@@ -86,7 +91,6 @@ void output_close(struct job *job) {
      is no failure as long as there was nothing to write. */
   if (fclose(stdout) != 0 && errno != EBADF && !job->output_lost && !lost)
     lose_output(job, errno);
-  json_close();
 }
 
 static bool failed_before; /* without the file that is being replaced */
@@ -127,7 +131,13 @@ static void say(struct job *job, const char *format, va_list arguments) {
   progress_clear();
   fputs("nodetree: ", stderr);
   if (job->input != NULL)
-    fprintf(stderr, "%s%s%s: ", job->input, *job->where != '\0' ? ":" : "", job->where);
+    fputs(job->input, stderr);
+  if (job->input != NULL && *job->where != '\0')
+    fprintf(stderr, ":%s", job->where);
+  else if (job->input != NULL && job->of_many)
+    fprintf(stderr, ": value %zu", job->number);
+  if (job->input != NULL)
+    fputs(": ", stderr);
   vfprintf(stderr, format, arguments);
   fputc('\n', stderr);
 }

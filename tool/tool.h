@@ -8,6 +8,7 @@
 #include <nodetree/node_stream.h>
 #include <stdbool.h>
 #include <stdio.h>
+#include <string.h>
 
 struct job;
 
@@ -82,6 +83,7 @@ struct job {
   node *expression;          /* the EXPR */
   const char *input;         /* the name of what is being read, NULL before and after */
   char where[64];            /* the place in it, behind a colon; empty for none */
+  bool of_many;              /* the value being answered is one of several of the input */
   node_stream_format input_format; /* what it is in, or the one read before */
   size_t number;                   /* of the value being answered, from 1 */
   bool input_taken;                /* standard input has been read */
@@ -243,7 +245,19 @@ typedef struct buffer {
   bool failed; /* there was no memory: nothing has been added since */
 } buffer;
 
-void buffer_add(buffer *t, const void *bytes, size_t size);
+bool buffer_grow(buffer *t, size_t size);
+
+/* Whether so many bytes can be written behind those there are. */
+static inline bool buffer_reserve(buffer *t, size_t size) {
+  return !t->failed && (size <= t->room - t->length || buffer_grow(t, size));
+}
+
+static inline void buffer_add(buffer *t, const void *bytes, size_t size) {
+  if (size == 0 || !buffer_reserve(t, size))
+    return;
+  memcpy(t->bytes + t->length, bytes, size);
+  t->length += size;
+}
 
 /* ---- walk.c ---- */
 
@@ -274,13 +288,11 @@ typedef struct json_style {
   bool colored;
 } json_style;
 
-/* Makes ready for json_write(), and ends that. */
-void json_open(void);
-void json_close(void);
-
 /* Appends the JSON text of a tree, without a newline at its end: true. False, with a report
    and the text as it was, where the tree has no such form or memory runs out. */
 bool json_write(struct job *job, buffer *t, const node *value, const json_style *style);
+
+/* ---- number.c ---- */
 
 /* The JSON number of a finite real, with the fewest digits that read back as the same one.
    Returns its length. */

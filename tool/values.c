@@ -14,23 +14,21 @@ void print_label(struct job *job) {
     fprintf(output, "%zu:", job->number);
 }
 
-static void print_text(struct job *job, const char *prefix, const char *bytes,
-                       size_t size) {
-  print_label(job);
-  fputs(prefix, output);
-  fwrite(bytes, 1, size, output);
-  output_newline(job);
-}
+/* The text of a result as it grows, with all that stands on its line. */
+static buffer line;
 
-/* The JSON text of the value, until the next call; NULL where it has none. */
-static const buffer *json_text(struct job *job, const node *value, bool compact) {
-  static buffer t;
+static bool add_json(struct job *job, const node *value, bool compact) {
   json_style style = {.compact = compact,
                       .indent = job->indent,
                       .sorted = job->option[OPTION_SORT_KEYS],
                       .colored = job->colored};
-  t.length = 0;
-  return json_write(job, &t, value, &style) ? &t : NULL;
+  return json_write(job, &line, value, &style);
+}
+
+static void start_line(const char *prefix) {
+  line.length = 0;
+  line.failed = false;
+  buffer_add(&line, prefix, strlen(prefix));
 }
 
 bool print_field(struct job *job, const node *value) {
@@ -39,10 +37,11 @@ bool print_field(struct job *job, const node *value) {
     fputs(string, output);
     return true;
   }
-  const buffer *t = json_text(job, value, true);
-  if (t != NULL)
-    fwrite(t->bytes, 1, t->length, output);
-  return t != NULL;
+  start_line("");
+  bool added = add_json(job, value, true);
+  if (added)
+    fwrite(line.bytes, 1, line.length, output);
+  return added;
 }
 
 static bool print_msgpack(struct job *job, const node *value) {
@@ -66,15 +65,19 @@ static node_stream_format output_format(const struct job *job) {
 static bool print_as(struct job *job, const char *prefix, const node *value, bool compact) {
   if (output_format(job) == NODE_STREAM_MSGPACK)
     return print_msgpack(job, value);
-  if (job->option['r'] && node_is_string(value)) {
-    const char *string = node_get_string(value);
-    print_text(job, prefix, string, strlen(string));
-    return true;
+  start_line(prefix);
+  if (job->option['r'] && node_is_string(value))
+    buffer_add(&line, value->value.string, strlen(value->value.string));
+  else if (!line.failed && !add_json(job, value, compact))
+    return false;
+  buffer_add(&line, job->option['0'] ? "" : "\n", 1);
+  if (line.failed) {
+    complain(job, "%s", strerror(ENOMEM));
+    return false;
   }
-  const buffer *t = json_text(job, value, compact);
-  if (t != NULL)
-    print_text(job, prefix, t->bytes, t->length);
-  return t != NULL;
+  print_label(job);
+  fwrite(line.bytes, 1, line.length, output);
+  return true;
 }
 
 bool print_value(struct job *job, const char *prefix, const node *value) {
