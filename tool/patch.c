@@ -212,52 +212,49 @@ bool patch_apply(struct job *job, node **root, const node *patch) {
 
 /* ---- Merge patches ---- */
 
-/* Makes what is there, or nothing yet, an object. */
-static node *enter_object(const place *p, node **root) {
-  if (p->present != NULL && node_is_object(p->present))
-    return p->present;
-  node *object = node_new_object();
-  if (object == NULL || !place_put(p, root, object, false))
-    return NULL;
-  return p->parent == NULL ? *root : node_object_get(p->parent, p->key);
-}
-
-/* The walk is through the objects of the patch; `target` is the object that the one around
-   the step is for. */
-static bool merge_step(walk *w, node **root, node **target) {
-  const node *n = w->at;
-  if (w->leaving) {
-    *target = node_parent(*target);
-    return true;
-  }
-  place p = {.present = *root};
-  if (n != w->top)
-    p = (place){.parent = *target,
-                .key = node_key(n),
-                .present = node_object_get(*target, node_key(n))};
-  if (node_is_object(n)) {
-    node *entered = enter_object(&p, root);
-    if (n->child_count != 0)
-      *target = entered;
-    return entered != NULL;
-  }
-  w->leaving = node_is_array(n) && n->child_count != 0; /* it is taken whole */
-  if (!node_is_null(n) || n == w->top) {
-    node *copy = node_clone(n);
-    return copy != NULL && place_put(&p, root, copy, false);
-  }
-  node_free(p.present);
-  return true;
+/* Takes out of the target what merging would keep: members that are null in the patch, which
+   loses them too, and elements where that has an array. */
+static void make_way(node *target, node *patch) {
+  walk w = walk_start(patch, false);
+  node *at = target;  /* for the object around the step, or what is above that */
+  size_t missing = 0; /* the steps of the path that the target does not have */
+  node *dropped = NULL;
+  do {
+    node_free(dropped); /* the walk has left it */
+    dropped = NULL;
+    const node *n = w.at;
+    if (w.leaving && missing > 0)
+      missing--;
+    else if (w.leaving)
+      at = node_parent(at);
+    if (w.leaving || n == patch)
+      continue;
+    node *present = missing == 0 ? node_object_get(at, node_key(n)) : NULL;
+    if (node_is_object(n) && n->child_count != 0) {
+      at = present != NULL ? present : at;
+      missing += present == NULL;
+    } else if (node_is_array(n)) {
+      node_array_clear(present);
+      w.leaving = n->child_count != 0; /* it is taken whole */
+    } else if (node_is_null(n)) {
+      node_free(present);
+      dropped = node_object_get(node_parent(n), node_key(n));
+    }
+  } while (walk_next(&w));
 }
 
 bool merge_patch_apply(struct job *job, node **root, const node *patch) {
-  walk w = walk_start(patch, false);
-  node *target = NULL;
-  do {
-    if (!merge_step(&w, root, &target)) {
-      complain(job, "%s", no_memory);
-      return false;
-    }
-  } while (walk_next(&w));
+  node *copy = node_clone(patch);
+  if (copy == NULL) {
+    complain(job, "%s", no_memory);
+    return false;
+  }
+  if (node_is_object(copy)) {
+    make_way(*root, copy);
+    node_merge(*root, copy);
+  } else {
+    node_unref(*root);
+    *root = copy;
+  }
   return true;
 }
