@@ -226,7 +226,8 @@ class Lines(Case):
     def test_other_lines(self):
         told_line = "line [12] .*"
         self.expect_rows(
-            ("unflat -c", '/b/1=2\n\n/a= {"x": [1]} \r\n/b/0=1', 0, '{"b":[1,2],"a":{"x":[1]}}\n'),
+            ("unflat -c", '/b/1=2\n/a= {"x": [1]} \r\n/b/0=1', 0, '{"b":[1,2],"a":{"x":[1]}}\n'),
+            ("unflat -c", "\n/a=1\n\n\r\n/=[]\n\n/a=2\n\n", 0, '{"a":1}\n[]\n{"a":2}\n'),
             ("unflat -c", "/a/0=1\n/a={}\n", 0, '{"a":{"0":1}}\n'),
             ("unflat", "", 1, ""),
             (f"unflat -c - {self.file('one', '/0=1')}", "/=2", 0, "2\n[1]\n"),

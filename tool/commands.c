@@ -31,7 +31,9 @@ const command commands[] = {
         .name = "flat",
         .synopsis = "[FILE...]",
         .summary =
-            "Prints path and JSON of every leaf, a line each.\n"
+            "Prints path and JSON of every leaf, a line each, and an empty line between "
+            "values,\n"
+            "unless -n numbers them.\n"
             "Empty objects and arrays are leaves too, and so that unflat can tell it "
             "from an array,\n"
             "an object whose names are 0, 1, 2 and so on has a line PATH={}. Names "
@@ -126,12 +128,15 @@ const command commands[] = {
     },
     {
         .name = "del",
-        .synopsis = "PATH [--path PATH]... [FILE...]",
-        .summary = "Prints every value without what is at PATH.\n"
-                   "The positions in an array are those before anything is taken out. The "
-                   "status is 1\n"
-                   "where there was nothing to take out.",
-        .example = "del -i /tls/key --path /users/0 config.json",
+        .synopsis = "PATH [-p PATH]... [FILE...]",
+        .summary =
+            "Prints every value without what is at PATH.\n"
+            "Each further PATH has a -p before it; the rest are FILEs. The positions "
+            "in an array\n"
+            "are those before anything is taken out. The status is 1 where there was "
+            "nothing to\n"
+            "take out.",
+        .example = "del -i /tls/key -p /users/0 config.json",
         .takes = ANSWERS_VALUES | TAKES_EDIT | TAKES_PATH | TAKES_DEL,
         .min_arguments = 1,
         .run = run_del,
@@ -153,10 +158,13 @@ const command commands[] = {
         .name = "unflat",
         .synopsis = "[FILE...]",
         .summary =
-            "Prints the value of the lines that flat has printed, in any order.\n"
+            "Prints the values of the lines that flat has printed, those of each in any "
+            "order.\n"
             "Members whose names are 0, 1, 2 and so on without a gap become an array, "
             "unless a\n"
-            "line PATH={} says that they are an object. Every FILE is one value.",
+            "line PATH={} says that they are an object. An empty line, and the end of a "
+            "FILE, ends\n"
+            "a value.",
         .example = "flat config.json | grep -v secret | nodetree unflat",
         .takes = TAKES_OUTPUT | TAKES_VALUES,
         .run = run_unflat,

@@ -84,8 +84,17 @@ static void visit(struct job *job, const walk *w, size_t *ambiguous) {
   path.length -= key_length;
 }
 
+/* An empty line tells values apart, unless each of their lines has their number. */
+static void print_gap(struct job *job) {
+  static bool printed;
+  if (printed && !job->option['n'])
+    output_newline(job);
+  printed = true;
+}
+
 static void answer_flat(struct job *job, node *value) {
   size_t ambiguous = 0;
+  print_gap(job);
   walk w = walk_start(value, job->option[OPTION_SORT_KEYS]);
   do
     visit(job, &w, &ambiguous);

@@ -52,25 +52,26 @@ static bool is_output(struct job *job, const struct stat *file) {
   if (!S_ISREG(file->st_mode) || fstat(fileno(output), &to) != 0 ||
       to.st_dev != file->st_dev || to.st_ino != file->st_ino)
     return false;
-  complain(job, "%s; --in-place changes a file",
+  complain(job, "%s; -i or -o changes a file",
            file->st_size == 0 ? "is empty, because the output goes there too"
                               : "is where the output goes");
   return true;
 }
 
-/* The name is that of a file, or NULL for standard input. */
-static int open_input(struct job *job, const char *name, struct stat *file) {
-  if (name == NULL && job->input_taken) {
+int input_open(struct job *job, const char *name, struct stat *file) {
+  bool standard = strcmp(name, "-") == 0;
+  job->input = standard ? "standard input" : name;
+  if (standard && job->input_taken) {
     complain(job, "has been read already");
     return -1;
   }
-  job->input_taken = job->input_taken || name == NULL;
-  int fd = name == NULL ? STDIN_FILENO : open(name, O_RDONLY | O_CLOEXEC | O_NOCTTY);
+  job->input_taken = job->input_taken || standard;
+  int fd = standard ? STDIN_FILENO : open(name, O_RDONLY | O_CLOEXEC | O_NOCTTY);
   if (fd >= 0 && fstat(fd, file) == 0 && !is_output(job, file))
     return fd;
   if (fd < 0 || errno == EBADF)
     complain(job, "%s", strerror(errno));
-  if (name != NULL && fd >= 0)
+  if (!standard && fd >= 0)
     close(fd);
   return -1;
 }
@@ -89,8 +90,7 @@ static void end(decoding *d, bool sound) {
 static void read_input(decoding *d, const char *name) {
   bool standard = strcmp(name, "-") == 0;
   struct stat file;
-  d->job->input = standard ? "standard input" : name;
-  int fd = open_input(d->job, standard ? NULL : name, &file);
+  int fd = input_open(d->job, name, &file);
   d->patient = fd >= 0 && S_ISREG(file.st_mode);
   if (fd >= 0)
     progress_start(&file);

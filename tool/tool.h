@@ -142,6 +142,11 @@ void options_free(struct job *job);
    Input that begins with any MessagePack value but an integer of one byte is MessagePack, as
    no JSON text begins so; all else is JSON, unless the job says from what to read. */
 
+/* Opens what is read next, which reports name from then on; standard input once only, and no
+   file that the output goes to. -1, with a report, where it cannot be read. */
+struct stat;
+int input_open(struct job *job, const char *name, struct stat *file);
+
 /* Answers one top-level value, which it may change but not keep. */
 typedef void (*answer_function)(struct job *job, node *value);
 
@@ -300,8 +305,6 @@ enum { REAL_SIZE = 32 };
 size_t json_real(double value, char number[REAL_SIZE]);
 
 /* ---- progress.c ---- */
-
-struct stat;
 
 /* Starts a line on standard error, if that is a terminal that the output does not go to. It
    is shown when reading takes more than two seconds. */

@@ -4,6 +4,8 @@
 #include <nodetree/string.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "place.h"
 #include "tool.h"
@@ -216,39 +218,52 @@ static void release(node *root) {
 static const char *check_line(char *line, size_t length) {
   if (strlen(line) != length)
     return "has a NUL";
-  if (length > 0 && line[length - 1] == '\n')
-    line[length - 1] = '\0';
+  line[strcspn(line, "\n")] = '\0';
   return NULL;
 }
 
-static bool read_lines(struct job *job, FILE *file, node **root) {
-  char *line = NULL;
-  size_t room = 0;
-  ssize_t length;
-  const char *reason = NULL;
-  size_t number = 0;
-  while (reason == NULL && (length = getline(&line, &room, file)) >= 0) {
-    number++;
-    reason = check_line(line, (size_t)length);
-    if (reason == NULL && *line != '\0')
-      reason = add_line(root, line);
-  }
-  bool whole = reason == NULL && feof(file);
-  if (reason != NULL)
-    complain(job, "line %zu%s %s", number, reason == no_memory ? ":" : "", reason);
-  else if (!whole)
-    complain(job, "%s", strerror(errno));
-  free(line);
-  return whole;
+static bool is_blank(const char *line) {
+  return *line == '\0' || strcmp(line, "\r") == 0;
 }
 
-static void answer_lines(struct job *job, FILE *file) {
+typedef struct lines {
+  FILE *file;
+  char *line;
+  size_t room;
+  size_t number;
+  bool ended; /* nothing more can be read */
+} lines;
+
+/* Reads those of one value, which a blank one ends; false, with a report, for wrong ones. */
+static bool read_lines(struct job *job, lines *l, node **root) {
+  const char *reason = NULL;
+  ssize_t length;
+  while ((length = getline(&l->line, &l->room, l->file)) >= 0) {
+    l->number++;
+    reason = check_line(l->line, (size_t)length);
+    if (reason == NULL && is_blank(l->line))
+      return true;
+    if (reason == NULL)
+      reason = add_line(root, l->line);
+    if (reason != NULL)
+      break;
+  }
+  l->ended = true;
+  if (reason != NULL)
+    complain(job, "line %zu%s %s", l->number, reason == no_memory ? ":" : "", reason);
+  else if (!feof(l->file))
+    complain(job, "%s", strerror(errno));
+  return reason == NULL && feof(l->file);
+}
+
+static void answer_lines(struct job *job, lines *l) {
   node *root = node_new_object();
   if (root == NULL) {
     complain(job, "%s", no_memory);
+    l->ended = true;
     return;
   }
-  node *value = read_lines(job, file, &root) ? root : NULL;
+  node *value = read_lines(job, l, &root) ? root : NULL;
   if (value != NULL && is_open(root) && root->child_count != 0) {
     value = build(root);
     if (value == NULL)
@@ -260,21 +275,22 @@ static void answer_lines(struct job *job, FILE *file) {
   if (value != root)
     node_free(value);
   release(root);
+  output_flush(job); /* reading on may wait for long */
 }
 
 static void unflatten(struct job *job, const char *name) {
-  bool standard = strcmp(name, "-") == 0;
-  job->input = standard ? "standard input" : name;
-  FILE *file = NULL;
-  if (standard && job->input_taken)
-    complain(job, "has been read already");
-  else if ((file = standard ? stdin : fopen(name, "re")) == NULL)
-    complain(job, "%s", strerror(errno));
-  else
-    answer_lines(job, file);
-  job->input_taken = job->input_taken || standard;
-  if (file != NULL && !standard)
-    fclose(file);
+  struct stat file;
+  int fd = input_open(job, name, &file);
+  lines l = {.file = fd < 0 ? NULL : fd == STDIN_FILENO ? stdin : fdopen(fd, "r")};
+  if (fd >= 0 && l.file == NULL) {
+    complain(job, "%s", no_memory);
+    close(fd);
+  }
+  while (l.file != NULL && !l.ended && !job->output_lost)
+    answer_lines(job, &l);
+  free(l.line);
+  if (l.file != NULL && l.file != stdin)
+    fclose(l.file);
   job->input = NULL;
 }
 
