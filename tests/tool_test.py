@@ -284,12 +284,19 @@ class Inputs(Case):
 
     def test_an_input_that_is_the_output(self):
         one, two = self.file("one", '{"a":1}'), self.file("two", "[]")
-        for redirection, text in ((">>", "is where the output goes; .*"),
-                                  (">", "is empty, because .* -i or -o .*")):
-            done = subprocess.run(["sh", "-c", f'"$@" {redirection} {one}', "sh", *COMMAND, "merge",
-                                   one, two], stderr=subprocess.PIPE, timeout=60)
+        for redirection, name, text in ((f">> {one}", one, "is where the output goes; .*"),
+                                        (f"> {one}", one, "is empty, because .* -i or -o .*"),
+                                        (">&-", "standard output", "Bad file .*")):
+            done = subprocess.run(["sh", "-c", f'"$@" {redirection}', "sh", *COMMAND, "merge", two,
+                                   one if name == one else two], stderr=subprocess.PIPE, timeout=60)
             self.assertEqual(done.returncode, 2)
-            self.assertRegex(done.stderr.decode(), told(one, text))
+            self.assertRegex(done.stderr.decode(), rf"\A{told(name, text)}\Z")
+        self.file("two", "1 " * 200000)
+        with subprocess.Popen([*COMMAND, "format", two], stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE) as program:
+            program.stdout.read(1)
+            os.truncate(two, 2)
+            self.assertRegex(program.communicate()[1].decode(), told(two, "has become shorter .*"))
 
     def test_a_failing_file_does_not_stop_the_next(self):
         one = self.file("one", '{"n": 1}')
@@ -558,6 +565,7 @@ class Program(Case):
             ("diff a b c", "usage: nodetree diff .*", "diff "),
             ("flat -r", "flat takes no option '--raw'", "flat "),
             ("flat --colour", "unknown option '--colour'", ""),
+            ("format --in", "option '--in' may be any of several", ""),
             ("eval -1", "unknown option '-1'; arguments .* behind '--'", ""),
             ("flat --from xml", "option '--from' takes .*, not 'xml'", "flat "),
             ("convert --to=", "option '--to' takes .*, not ''", "convert "),

@@ -80,7 +80,7 @@ void run_check(struct job *job, char **arguments) {
   } else if (node_is_object(job->expression)) {
     input_answer(job, arguments + 1, answer_check);
   } else {
-    job->input = *arguments;
+    job->input = input_name(*arguments);
     complain(job, "holds no object of rules");
   }
   node_free(job->expression);

@@ -26,7 +26,13 @@ static ssize_t read_chunk(const decoding *d, int fd, char *bytes, size_t size) {
   return count;
 }
 
-static bool decode_file(decoding *d, int fd) {
+/* What is missing then is not told by what is there. */
+static bool has_shrunk(int fd, const struct stat *before) {
+  struct stat now;
+  return S_ISREG(before->st_mode) && fstat(fd, &now) == 0 && now.st_size < before->st_size;
+}
+
+static bool decode_file(decoding *d, int fd, const struct stat *file) {
   static char bytes[64 * 1024];
   ssize_t count;
   while ((count = read_chunk(d, fd, bytes, sizeof bytes)) > 0) {
@@ -37,12 +43,13 @@ static bool decode_file(decoding *d, int fd) {
     if (!valid || d->job->output_lost)
       return false;
   }
-  if (count < 0) {
-    int error = errno;
+  bool shrunk = count == 0 && has_shrunk(fd, file);
+  if (count < 0 || shrunk) {
+    const char *reason = shrunk ? "has become shorter while it was read" : strerror(errno);
     decode_settle(d);
-    complain(d->job, "%s", strerror(error));
+    complain(d->job, "%s", reason);
   }
-  return count == 0;
+  return count == 0 && !shrunk;
 }
 
 /* Whether the file is the one that is printed to, which a shell has made empty already, or
@@ -58,9 +65,13 @@ static bool is_output(struct job *job, const struct stat *file) {
   return true;
 }
 
+const char *input_name(const char *name) {
+  return strcmp(name, "-") == 0 ? "standard input" : name;
+}
+
 int input_open(struct job *job, const char *name, struct stat *file) {
   bool standard = strcmp(name, "-") == 0;
-  job->input = standard ? "standard input" : name;
+  job->input = input_name(name);
   if (standard && job->input_taken) {
     complain(job, "has been read already");
     return -1;
@@ -95,7 +106,7 @@ static void read_input(decoding *d, const char *name) {
   if (fd >= 0)
     progress_start(&file);
   bool sound =
-      fd >= 0 && decode_file(d, fd) && decode_end(d, standard && d->answer != NULL);
+      fd >= 0 && decode_file(d, fd, &file) && decode_end(d, standard && d->answer != NULL);
   if (fd >= 0 && !standard)
     close(fd);
   end(d, sound);

@@ -1,6 +1,9 @@
 /* nodetree: looks into JSON and MessagePack from the command line, and changes it. */
 #include "tool.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 static int usage_error(const struct job *job) {
   fprintf(stderr, "Try 'nodetree%s%s --help'.\n", job->command != NULL ? " " : "",
           job->command != NULL ? job->command->name : "");
@@ -48,7 +51,16 @@ static void tell(struct job *job) {
   job->found = true;
 }
 
+/* What is opened in place of a standard stream that is closed would be taken for it: messages
+   would go into files. These can be neither read nor written, as what is closed. */
+static void fill_standard_streams(void) {
+  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; fd++)
+    if (fcntl(fd, F_GETFD) < 0)
+      (void)open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+}
+
 int main(int argc, char **argv) {
+  fill_standard_streams();
   struct job job = {.command = NULL};
   output = stdout;
   char **arguments = options_parse(&job, argc, argv);

@@ -83,6 +83,14 @@ static void make_tables(struct option *names, char *letters) {
   *letters = '\0';
 }
 
+/* How many options a name that begins with "--" may be short for. */
+static int count_meant(const char *argument) {
+  int count = 0;
+  for (int i = 0; i < ROW_COUNT; i++)
+    count += strncmp(rows[i].name, argument + 2, strcspn(argument + 2, "=")) == 0;
+  return count;
+}
+
 /* `found` is what getopt_long() says instead of an option's number. */
 static void complain_option(struct job *job, int found, const char *argument) {
   if (found == ':')
@@ -95,7 +103,10 @@ static void complain_option(struct job *job, int found, const char *argument) {
                  ? "; arguments that begin with '-' go behind '--'"
                  : "");
   else
-    complain(job, "unknown option '%s'", argument);
+    complain(job,
+             count_meant(argument) > 1 ? "option '%s' may be any of several"
+                                       : "unknown option '%s'",
+             argument);
 }
 
 static bool read_options(struct job *job, int argc, char **argv) {

@@ -142,6 +142,9 @@ void options_free(struct job *job);
    Input that begins with any MessagePack value but an integer of one byte is MessagePack, as
    no JSON text begins so; all else is JSON, unless the job says from what to read. */
 
+/* What reports call the file with this name. */
+const char *input_name(const char *name);
+
 /* Opens what is read next, which reports name from then on; standard input once only, and no
    file that the output goes to. -1, with a report, where it cannot be read. */
 struct stat;

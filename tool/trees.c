@@ -129,7 +129,7 @@ void run_patch(struct job *job, char **files) {
   if (job->option[OPTION_MERGE] || node_is_array(job->expression)) {
     input_answer(job, files + 1, answer_patch);
   } else {
-    job->input = *files;
+    job->input = input_name(*files);
     complain(job, "holds no JSON Patch, which is an array of operations");
   }
   node_free(job->expression);
