@@ -2,12 +2,14 @@
 #include "log/report.hpp"
 #include "node/expand.hpp"
 #include "shared/c_locale.hpp"
+#include "shared/memory.hpp"
 
 #include <algorithm>
 #include <cstring>
 #include <nodetree/file.h>
 #include <nodetree/json.h>
 #include <nodetree/log.h>
+#include <utility>
 #include <yajl/yajl_gen.h>
 
 using namespace nodetree;
@@ -15,10 +17,14 @@ using namespace nodetree;
 namespace nodetree {
 namespace {
 
-// The text so far. What is written once there is no memory is dropped.
+// The text so far, a short one without a block of its own. What is written once there is no
+// memory is dropped.
 class Output {
 public:
-  ~Output() { std::free(text_); }
+  ~Output() {
+    if (text_ != short_text_)
+      std::free(text_);
+  }
 
   static void write(void *output, const char *bytes, size_t size) {
     auto *self = static_cast<Output *>(output);
@@ -30,11 +36,12 @@ public:
 
   // The whole text, ended; NULL when there was no memory for it.
   char *take() {
-    if (failed_ || !text_)
+    if (failed_)
       return nullptr;
+    if (text_ == short_text_)
+      return copy_text({text_, length_});
     text_[length_] = '\0';
-    char *text = text_;
-    text_ = nullptr;
+    char *text = std::exchange(text_, nullptr);
     void *fitting = std::realloc(text, length_ + 1);
     return fitting ? static_cast<char *>(fitting) : text;
   }
@@ -42,20 +49,25 @@ public:
 private:
   // Makes room for so many bytes and the end.
   bool grow(size_t size) {
-    size_t room = std::max<size_t>(2048, room_ * 2);
+    size_t room = room_ * 2;
     while (room - length_ <= size)
       room *= 2;
-    void *moved = failed_ ? nullptr : std::realloc(text_, room);
+    void *moved = nullptr;
+    if (!failed_)
+      moved = text_ == short_text_ ? std::malloc(room) : std::realloc(text_, room);
     failed_ = !moved;
     if (failed_)
       return false;
+    if (text_ == short_text_)
+      std::memcpy(moved, short_text_, length_);
     text_ = static_cast<char *>(moved);
     room_ = room;
     return true;
   }
 
-  char *text_ = nullptr;
-  size_t length_ = 0, room_ = 0;
+  char short_text_[2048];
+  char *text_ = short_text_;
+  size_t length_ = 0, room_ = sizeof short_text_;
   bool failed_ = false;
 };
 

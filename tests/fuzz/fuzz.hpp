@@ -69,6 +69,8 @@ public:
     return true;
   }
 
+  bool empty_first() const { return !bytes.empty() && size_of(0, bytes.size()) == 0; }
+
   template <class Feed>
   static bool feed_block(Feed feed, std::string_view piece) {
     const text block(static_cast<char *>(std::malloc(piece.size())));

@@ -23,8 +23,14 @@ for target; do
     env printf '%b' "$line" >"$seeds/$number"
   done <"$here/$target.seeds"
 
+  case $target in
+  node_stream) words='json msgpack' ;;
+  *) words=$target ;;
+  esac
   echo '# words' >"$build/$target.dict"
-  [ ! -e "$here/$target.dict" ] || cat "$here/$target.dict" >>"$build/$target.dict"
+  for word in $words; do
+    [ ! -e "$here/$word.dict" ] || cat "$here/$word.dict"
+  done >>"$build/$target.dict"
 
   echo "fuzzing $target for $seconds s"
   "$build/tests/fuzz/fuzz_$target" -max_total_time="$seconds" -max_len=2048 -timeout=10 \
