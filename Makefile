@@ -15,7 +15,7 @@ LOAD ?= 5 2 1 100
 SOAK_SECONDS ?= 150
 # How long `make fuzz` runs each target.
 FUZZ_SECONDS ?= 60
-# The folder of an MPack with which `make test` runs as well the tests that meet one.
+# The folder of an MPack with which `make test` runs the tests a second time.
 NODETREE_MPACK_DIR ?= $(wildcard ../shared/mpack)
 # Which of tests/fuzz/NAME.cpp it runs; without any it runs all.
 FUZZ_TARGETS ?=
@@ -63,14 +63,17 @@ test:
 	ctest --preset release -j $(JOBS)
 	$(if $(NODETREE_MPACK_DIR),$(MAKE) test-mpack)
 
-# The tests that meet MPack, with that in place of codec/mpack.
-MPACK_PROGRAMS = fault_test hpp_test msgpack_test node_stream_test thread_test
+# The same test programs, with a library that has that MPack in place of codec/mpack.
 test-mpack:
 	$(if $(NODETREE_MPACK_DIR),,$(error NODETREE_MPACK_DIR names no MPack))
 	$(INSTALL_PACKAGES) $(TEST_PACKAGES)
+	cmake --preset release -DNODETREE_TESTS=ON
+	cmake --build build/release -j $(JOBS)
 	cmake --preset mpack -DNODETREE_MPACK_DIR="$(abspath $(NODETREE_MPACK_DIR))"
-	cmake --build build/mpack -j $(JOBS) --target nodetree_static nodetree_man nodetree_tool $(MPACK_PROGRAMS)
-	ctest --preset mpack -j $(JOBS) -R '^(consumer|exports|fault|hpp|msgpack|node_stream|thread|tool)$$'
+	cmake --build build/mpack -j $(JOBS) --target nodetree nodetree_static nodetree_man nodetree_tool
+	ctest --preset mpack -R '^(consumer|exports)$$'
+	LD_LIBRARY_PATH="$(CURDIR)/build/mpack" NODETREE_OTHER_MPACK=1 \
+	  ctest --preset release -j $(JOBS) -E '^(consumer|exports|headers|hpp_refused|mpack|docs)$$'
 
 tsan:
 	$(INSTALL_PACKAGES) $(TEST_PACKAGES)
@@ -202,7 +205,7 @@ help:
 	@echo 'make            build the library, the tool and the examples in build/release'
 	@echo 'make demo       build, then run examples/demo.sh'
 	@echo 'make test       all tests, plain and under AddressSanitizer and UBSan'
-	@echo 'make test-mpack the tests that meet MPack, with that in NODETREE_MPACK_DIR'
+	@echo 'make test-mpack all tests with the MPack in NODETREE_MPACK_DIR'
 	@echo 'make tsan       distinct objects on distinct threads, under ThreadSanitizer'
 	@echo 'make valgrind   the test programs under valgrind'
 	@echo 'make lint       formatting, which folder uses which, abi, docs, clang-tidy; make format'

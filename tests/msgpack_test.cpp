@@ -14,13 +14,9 @@ std::string hex(const std::string &digits) {
 }
 
 // What an MPack that the builder names does otherwise; told in docs/design.md.
-#ifdef NODETREE_OTHER_MPACK
-constexpr bool other_mpack = true;
-#else
-constexpr bool other_mpack = false;
-#endif
-constexpr bool errors_come_late = other_mpack, announced_sizes_are_reserved = other_mpack,
-               large_messages_stay = other_mpack;
+const bool other_mpack = std::getenv("NODETREE_OTHER_MPACK") != nullptr;
+const bool errors_come_late = other_mpack, announced_sizes_are_reserved = other_mpack,
+           large_messages_stay = other_mpack;
 
 // The head of a form with a length of four bytes.
 std::string head(const char *form, size_t length) {

@@ -13,6 +13,8 @@ import tempfile
 import time
 import unittest
 
+from programs import launched_program
+
 COMMAND = []
 ESCAPED = "surrogateescape"
 VALUES = '{"a": {"b": [1, 2.5, "x\\ty"]}, "n": null, "e": {}, "s": "l1\\nl2"}'
@@ -495,7 +497,8 @@ class Program(Case):
         with open(guide, encoding="utf-8") as page:
             command = re.search(r"^```sh\n(.*?)^```", page.read(), re.S | re.M)[1]
         self.file("lines.json", "".join('{"user":{"name":"u%d"}}\n' % i for i in range(3000)))
-        path = f"{os.path.dirname(COMMAND[-1])}:{os.environ['PATH']}"
+        os.environ["NODETREE_TEST_LAUNCHER"] = " ".join(COMMAND[:-1])
+        path = f"{os.path.dirname(launched_program(COMMAND[-1]))}:{os.environ['PATH']}"
         subprocess.run(["sh", "-c", command.replace("16M", "9k")], cwd=self.folder, check=True,
                        timeout=200, env={**os.environ, "PATH": path, "HOME": self.folder})
         with open(os.path.join(self.folder, "names.txt"), encoding="utf-8") as names:
