@@ -31,6 +31,10 @@ endif()
 if(NODETREE_SANITIZE)
   target_compile_options(nodetree_build_flags INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  # Clang's check of calls through pointers needs a runtime that C programs are linked without.
+  if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
+    target_compile_options(nodetree_build_flags INTERFACE -fno-sanitize=function)
+  endif()
   target_link_options(nodetree_build_flags INTERFACE -fsanitize=address,undefined)
 endif()
 if(NODETREE_SANITIZE_THREADS)

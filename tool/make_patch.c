@@ -182,7 +182,7 @@ static bool next_member(comparison *c, level *l, const node **from, const node *
 /* ---- The walk ---- */
 
 static const node *before(const node *element) {
-  return (const node *)((const char *)element->list_entry.prev -
+  return (const void *)((const char *)element->list_entry.prev -
                         offsetof(node, list_entry));
 }
 

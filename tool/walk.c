@@ -3,13 +3,13 @@
 static const node *member(const node *object, const avl_node *entry) {
   if ((const void *)entry == (const void *)&object->index)
     return NULL;
-  return (const node *)((const char *)entry - offsetof(node, index_entry));
+  return (const void *)((const char *)entry - offsetof(node, index_entry));
 }
 
 static const node *child(const node *container, const node_list *entry) {
   if (entry == &container->value.children)
     return NULL;
-  return (const node *)((const char *)entry - offsetof(node, list_entry));
+  return (const void *)((const char *)entry - offsetof(node, list_entry));
 }
 
 static const node *first_child(const walk *w) {

@@ -103,7 +103,7 @@ private:
         return fail(mpack_error_invalid);
       value.number = number;
     } else if (type != mpack_type_array && type != mpack_type_map) {
-      value.text = position() + size;
+      value.text = position() + form.head;
       size += number;
       if (size > available)
         return wait_for(size);
