@@ -64,6 +64,7 @@ TEST_F(File, IsMappedUnlessEmpty) {
   EXPECT_EQ(address ? length : static_cast<size_t>(errno),
             SIZE_MAX > large ? large : ENOMEM);
   file_unmap(address, length);
+  log.fresh();
   length = 77;
   const char *const cases[][2] = {
       {"missing", "Failed to open file 'missing': No such file or directory\n"},

@@ -125,7 +125,8 @@ bool output_replace_end(struct job *job) {
   return replaced_well;
 }
 
-static void say(struct job *job, const char *format, va_list arguments) {
+static void NODETREE_PRINTF(2, 0)
+    say(struct job *job, const char *format, va_list arguments) {
   if (!job->output_lost)
     fflush(output); /* a failure here is seen by the next output_flush() */
   progress_clear();
