@@ -5,15 +5,17 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-/* Every message names its part. */
+/* The least urgent level that the berths may log. */
+static int berth_level = LOG_WARNING;
+
 static void berth_log(int level, const char *format, ...) NODETREE_PRINTF(2, 3);
 
 static void berth_log(int level, const char *format, ...) {
-  char longer[128];
-  snprintf(longer, sizeof longer, "berths: %s", format);
+  if (level > berth_level)
+    return;
   va_list args;
   va_start(args, format);
-  log_vmsg(level, longer, args);
+  log_vmsg(level, format, args);
   va_end(args);
 }
 
@@ -23,7 +25,8 @@ int main(void) {
   log_open_stderr();
   log_msg(LOG_INFO, "%d berths", 3);
   log_msg(LOG_NOTICE, "this level has no word in front");
-  berth_log(LOG_WARNING, "%s is closed", "B");
+  berth_log(LOG_INFO, "berth %s is free", "A"); /* not urgent enough */
+  berth_log(LOG_WARNING, "berth %s is closed", "B");
   errno = ENOENT;
   log_msg(LOG_ERR, "timetable: %m");
 
