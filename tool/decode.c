@@ -209,7 +209,7 @@ static void complain_failure(decoding *d, const char *bytes, size_t size, bool q
   answer_first(d, true);
   size_t place = is_json(d) ? size : d->offset;
   char *name = NULL;
-  char *reason = messages_take_failure(&place, &name);
+  char *reason = messages_take_failure(&place, is_json(d) ? &name : NULL);
   output_flush(d->job);
   if (is_json(d))
     stand_in_text(d, bytes, place < size ? place : size);

@@ -82,11 +82,17 @@ char *messages_take_failure(size_t *place, char **name) {
   if (log == NULL)
     return NULL;
   char *error = first_error(log);
-  char *number = text_behind(log, ": Stopped at byte ", "\n");
+  /* The line with the place is the last. Before it may stand whatever the input has in it. */
+  static const char mark[] = "\nDEBUG: ";
+  const char *first = strstr(log, mark), *last = first, *next = first;
+  for (; next != NULL; next = strstr(next + 1, mark))
+    last = next;
+  char *number = last != NULL ? text_behind(last, ": Stopped at byte ", "\n") : NULL;
   if (number != NULL)
     *place = strtoul(number, NULL, 10);
   free(number);
-  *name = text_behind(log, ": Repeated member name ", "\n");
+  if (name != NULL && first != last)
+    *name = text_behind(first, ": Repeated member name ", "\n");
   free(log);
   return error;
 }

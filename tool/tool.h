@@ -366,8 +366,8 @@ void messages_open(void);
 char *messages_take(void);
 
 /* The same for the failure of a decoder, which also tells in `*place` how far it has come,
-   and in `*name` which member name came twice, as a new text or NULL. Both are left as they
-   were where it has not. */
+   and, unless `name` is NULL, which member name came twice, as a new text. Both are left as
+   they were where it has not. */
 char *messages_take_failure(size_t *place, char **name);
 
 /* Messages may quote the input, whose control characters are nothing for a terminal. */
