@@ -78,10 +78,10 @@ int input_open(struct job *job, const char *name, struct stat *file) {
   }
   job->input_taken = job->input_taken || standard;
   int fd = standard ? STDIN_FILENO : open(name, O_RDONLY | O_CLOEXEC | O_NOCTTY);
-  if (fd >= 0 && fstat(fd, file) == 0 && !is_output(job, file))
-    return fd;
-  if (fd < 0 || errno == EBADF)
+  if (fd < 0 || fstat(fd, file) != 0)
     complain(job, "%s", strerror(errno));
+  else if (!is_output(job, file))
+    return fd;
   if (!standard && fd >= 0)
     close(fd);
   return -1;
