@@ -27,6 +27,23 @@ static void set_state(node *n, uint32_t state) {
     node_ref(n);
 }
 
+static void drop_state(node *n) {
+  while (n->refcount > 1)
+    node_unref(n);
+}
+
+static void release(node *root) {
+  for (node *n = root; n != NULL;) {
+    node *child = node_is_container(n) ? node_container_first(n) : NULL;
+    node *parent = node_parent(n);
+    if (child == NULL) {
+      drop_state(n);
+      node_free(n);
+    }
+    n = child != NULL ? child : parent;
+  }
+}
+
 /* ---- Lines ---- */
 
 /* Whether nothing stands outside of strings that is in no value, or only in a comment. Behind
@@ -129,7 +146,7 @@ static bool sort_by_labels(node *object) {
     snprintf(label, sizeof label, "%zu", i);
     if (node_object_add(object, label, elements[i]))
       continue;
-    node_free(elements[i]);
+    release(elements[i]);
     sorted = false;
   }
   free(elements);
@@ -141,11 +158,6 @@ static node *new_container(node *object) {
   if (object->refcount != IMPLIED || !has_labels(object))
     return node_new_object();
   return sort_by_labels(object) ? node_new_array() : NULL;
-}
-
-static void drop_state(node *n) {
-  while (n->refcount > 1)
-    node_unref(n);
 }
 
 static bool add_child(node *container, const char *key, node *child) {
@@ -199,18 +211,6 @@ static node *build(node *root) {
     return made;
   node_free(made);
   return NULL;
-}
-
-static void release(node *root) {
-  for (node *n = root; n != NULL;) {
-    node *child = node_is_container(n) ? node_container_first(n) : NULL;
-    node *parent = node_parent(n);
-    if (child == NULL) {
-      drop_state(n);
-      node_free(n);
-    }
-    n = child != NULL ? child : parent;
-  }
 }
 
 /* ---- Files ---- */
