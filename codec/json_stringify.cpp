@@ -49,9 +49,7 @@ public:
 private:
   // Makes room for so many bytes and the end.
   bool grow(size_t size) {
-    size_t room = room_ * 2;
-    while (room - length_ <= size)
-      room *= 2;
+    const size_t room = std::max(room_ * 2, length_ + size + 1);
     void *moved = nullptr;
     if (!failed_)
       moved = text_ == short_text_ ? std::malloc(room) : std::realloc(text_, room);

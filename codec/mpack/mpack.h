@@ -50,7 +50,7 @@ struct mpack_node_data_t {
 };
 
 // A block of records, which stand behind it.
-struct mpack_page_t {
+struct alignas(mpack_node_data_t) mpack_page_t {
   mpack_page_t *next;
   std::size_t count;
   std::size_t room;
