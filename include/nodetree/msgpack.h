@@ -39,7 +39,7 @@ NODETREE_API msgpack_stream *msgpack_stream_new(node_value_callback callback,
 
 /* Feeds `size` bytes: true. False at the first error and at every later call; the messages
    completed before have been delivered. Also false inside the callback. All calls together
-   take O(n) for n bytes. Between messages the stream holds less than 128 KiB. */
+   take O(n) for n bytes. Between messages the stream holds less than 200 KiB. */
 NODETREE_API bool msgpack_stream_decode(msgpack_stream *stream, const void *bytes,
                                         size_t size);
 
