@@ -1,6 +1,7 @@
 /* The command that tells which rules a value breaks. */
 #include "check.h"
 
+#include <errno.h>
 #include <nodetree/expr.h>
 #include <stdlib.h>
 #include <string.h>
@@ -40,8 +41,9 @@ const char *behind_paths(const char *message, const node *expression, const node
 
 static void check_rule(struct job *job, node *rule, node *value) {
   char *error = NULL;
+  errno = 0;
   node *result = expr_eval(rule, value, &error);
-  if (!expr_coerce_bool(result)) {
+  if (!expr_coerce_bool(result) && !lacked_memory(job)) {
     const char *reason = result != NULL ? "is not true" : "fails";
     print_finding(job, node_key(rule),
                   error != NULL ? behind_paths(error, rule, value) : reason);

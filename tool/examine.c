@@ -1,6 +1,7 @@
 /* Expressions that are looked at without being evaluated. */
 #include "check.h"
 
+#include <errno.h>
 #include <nodetree/expr.h>
 #include <stdarg.h>
 #include <stdint.h>
@@ -132,12 +133,13 @@ static void examine_regex(struct job *job, const node *operation) {
   const char *flags = text_of(node_array_get(operation, 2));
   const char *const texts[] = {"regex", pattern != NULL ? pattern : "",
                                flags != NULL ? flags : "", ""};
+  errno = 0;
   node *probe = node_new_array();
   for (size_t i = 0; probe != NULL && i < sizeof texts / sizeof *texts; i++)
     node_array_append(probe, node_new_string(texts[i]));
   char *error = NULL;
   node *result = probe != NULL ? expr_eval(probe, NULL, &error) : NULL;
-  if (result == NULL && error != NULL)
+  if (result == NULL && error != NULL && errno != ENOMEM)
     tell(job, operation, behind_paths(error, probe, NULL));
   else if (result == NULL)
     complain(job, "%s", no_memory);

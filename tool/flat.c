@@ -31,15 +31,12 @@ static const char *ambiguity(const walk *w) {
   return NULL;
 }
 
-/* The path as a text, with something behind it; NULL, with a report, without memory. */
-static const char *path_with(struct job *job, const char *end) {
+/* The path as a text, with something behind it; NULL without memory. */
+static const char *path_with(const char *end) {
   size_t length = path.length;
   buffer_add(&path, end, strlen(end) + 1);
   path.length = length;
-  if (!path.failed)
-    return path.bytes;
-  complain(job, "%s", strerror(ENOMEM));
-  return NULL;
+  return path.failed ? NULL : path.bytes;
 }
 
 /* The first is told with its path; of thousands nobody wants to read. */
@@ -47,7 +44,7 @@ static void note_ambiguity(struct job *job, const walk *w, size_t *count) {
   const char *reason = ambiguity(w);
   if (reason == NULL || ++*count > 1)
     return;
-  const char *text = path_with(job, w->at == w->top ? "/" : "");
+  const char *text = path_with(w->at == w->top ? "/" : "");
   char *shown = text != NULL ? strdup(text) : NULL;
   if (shown != NULL)
     make_printable(shown);
@@ -56,7 +53,7 @@ static void note_ambiguity(struct job *job, const walk *w, size_t *count) {
 }
 
 static void print_own_line(struct job *job, const walk *w) {
-  const char *prefix = path_with(job, w->at == w->top ? "/=" : "=");
+  const char *prefix = path_with(w->at == w->top ? "/=" : "=");
   if (prefix == NULL)
     return;
   if (w->at->child_count == 0) {
@@ -99,6 +96,8 @@ static void answer_flat(struct job *job, node *value) {
   do
     visit(job, &w, &ambiguous);
   while (!path.failed && walk_next(&w));
+  if (path.failed)
+    complain(job, "%s", strerror(ENOMEM));
   path.length = 0;
   path.failed = false;
   if (ambiguous > 1)

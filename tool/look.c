@@ -65,8 +65,10 @@ static void print_match(struct job *job, const node *match) {
 }
 
 static void answer_glob(struct job *job, node *value) {
+  errno = 0;
   void **matches = node_lookup_glob(value, job->operand);
-  for (void **match = matches; match != NULL && *match != NULL; match++)
+  bool lacking = lacked_memory(job);
+  for (void **match = matches; !lacking && match != NULL && *match != NULL; match++)
     print_match(job, *match);
   vl_free(matches, NULL);
 }

@@ -158,6 +158,13 @@ void remark(struct job *job, const char *format, ...) {
   va_end(arguments);
 }
 
+bool lacked_memory(struct job *job) {
+  if (errno != ENOMEM)
+    return false;
+  complain(job, "%s", strerror(ENOMEM));
+  return true;
+}
+
 void complain_message(struct job *job) {
   char *reason = messages_take();
   complain(job, "%s", reason != NULL ? reason : strerror(ENOMEM));

@@ -199,6 +199,10 @@ void complain(struct job *job, const char *format, ...) NODETREE_PRINTF(2, 3);
 /* Says something in the same way that is no failure. */
 void remark(struct job *job, const char *format, ...) NODETREE_PRINTF(2, 3);
 
+/* Whether memory ran out since errno was set to 0, with a report then: for calls of the
+   library whose result does not tell. */
+bool lacked_memory(struct job *job);
+
 /* Complains of what the library has told, or of no memory where it told nothing. */
 void complain_message(struct job *job);
 

@@ -1,6 +1,7 @@
 /* The commands that make one tree of others. */
 #include "patch.h"
 
+#include <errno.h>
 #include <nodetree/stringlist.h>
 
 /* Empties the arrays of the target where the source has one at the same path, whose elements
@@ -56,8 +57,13 @@ void run_merge(struct job *job, char **files) {
 static void answer_filter(struct job *job, node *value) {
   bool list_removed = job->option[OPTION_REMOVED];
   char **removed = NULL;
+  errno = 0;
   node_filter(value, job->values[OPTION_INCLUDE], job->values[OPTION_EXCLUDE],
               list_removed ? &removed : NULL);
+  if (lacked_memory(job)) {
+    sl_free(removed);
+    return;
+  }
   if (!list_removed) {
     if (print_value(job, "", value))
       job->found = true;
@@ -84,10 +90,12 @@ void run_filter(struct job *job, char **files) {
 /* The trees are compared in full: prepared hashes would only pay for more than one
    comparison, and two values of the same hash would count as equal. */
 static void print_difference(struct job *job, const node *from, const node *to) {
+  errno = 0;
   node *difference = node_diff(from, to);
-  if (difference == NULL)
+  bool lacking = lacked_memory(job);
+  if (!lacking && difference == NULL)
     job->found = true;
-  else
+  else if (!lacking)
     print_value(job, "", difference);
   node_free(difference);
 }
