@@ -103,7 +103,7 @@ void mpack_tree_parse(mpack_tree_t *tree);
 
 // Reads on, in the message after the current one if that is complete: whether the message
 // is complete now. Otherwise more bytes are needed or there is an error, and what a large
-// message took goes back. Each byte is looked at once, however the message is cut.
+// message took goes back. All calls take linear time, however the messages are cut.
 bool mpack_tree_try_parse(mpack_tree_t *tree);
 
 // Releases what the tree holds; returns its error.
