@@ -138,9 +138,10 @@ class Completion(unittest.TestCase):
         text = pathlib.Path(SOURCE, "tool/completion/_nodetree").read_text()
         reader = re.search(r"^_nodetree_options\(\) \{(?:.|\n)*?^\}$", text, re.MULTILINE)[0]
         specs = run("bash", "-c", reader + "\n_nodetree_options", input=helps()["filter"]).stdout
-        for spec in ("*-c[JSON without blanks, a value a line]", "*--include=[keeps what matches]:"
-                     "PATTERN: ", "*--to=[what to print; with -i as the FILE]:word:(json msgpack)",
-                     "*--output=[into FILE, which is there whole or stays as it was]:file:_files"):
+        for spec in ("*-c[prints JSON without blanks, one value on each line]",
+                     "*--include=[keeps what PATTERN matches; may be repeated]:PATTERN: ",
+                     "*--to=[the encoding to print]:word:(json msgpack)",
+                     "*--output=[prints into FILE, which becomes complete or stays as it was]:file:_files"):
             self.assertIn(spec, specs.split("\n"))
 
 

@@ -36,13 +36,13 @@ class Places(Case):
             ("set --pointer /a/b/- 4", VALUE.replace("3", "3,4")),
             ("set --pointer /x~1y/ 4", VALUE.replace(":1}}", ':1,"":4}}')),
             ("set / 1", "1"),
-            ("set /a/b/4 1", "/a/b/4: leads behind the end"),
+            ("set /a/b/4 1", "/a/b/4: leads past the end"),
             ("set --pointer /a/b/00 1", "array needs a position"),
             ("set --pointer /a/b/18446744073709551617 1", "array needs a position"),
-            ("set /c/d 1", "neither object nor array"),
-            ("set --pointer a 1", "'a' is no JSON Pointer"),
-            ("set --pointer /~2 1", "no JSON Pointer"),
-            ("set ../a 1", "'../a' is no PATH"),
+            ("set /c/d 1", "neither an object nor an array"),
+            ("set --pointer a 1", "'a' is not a JSON Pointer"),
+            ("set --pointer /~2 1", "not a JSON Pointer"),
+            ("set ../a 1", "'../a' is not the PATH"),
             ("set a {", "value:1:1: ends inside"),
         )
         self.expect("set -c n 1", "{} 1 {}", 2, '{"n":1}\n{"n":1}\n', told_input("n: .*neither.*"))
@@ -143,8 +143,8 @@ class Patches(Case):
         patch = self.file("patch", '[{"op":"remove","path":"/a"},'
                           '{"op":"test","path":"","value":{}}]')
         self.expect(f"patch -c {patch}", '{"a":1} {"a":2,"b":0} {"a":3}', 2, "{}\n{}\n",
-                    told_input(r"operation 2 of the patch \(test \): the value is another one"))
-        self.expect(f"patch {self.file('no', '{}')}", "1", 2, "", ".*no JSON Patch.*")
+                    told_input(r"operation 2 of the patch \(test \): the value is different"))
+        self.expect(f"patch {self.file('no', '{}')}", "1", 2, "", ".*not a JSON Patch.*")
 
     def test_depth(self):
         deep = self.file("deep", DEEP)
@@ -245,7 +245,7 @@ class Rules(Case):
             ("keys -r", VALUE, 0, "a\nc\nx/y\n"), ("keys", '{"\\n": 1}', 0, '"\\n"\n'),
             ("keys /a/b", VALUE, 0, "0\n1\n2\n"), ("keys /none", VALUE, 1, ""),
             ("length", VALUE + "[]", 0, "3\n0\n"), ("length --pointer /x~1y", VALUE, 0, "1\n"),
-            ("type --pointer a", "1 2", 2, "", told_input("a: no JSON Pointer")),
+            ("type --pointer a", "1 2", 2, "", told_input("a: not a JSON Pointer")),
             ("length c", VALUE, 2, "", told_input("c: neither .*null")),
             ("type", VALUE + "1 1.0 [] \"\" true null", 0,
              "object\ninteger\nreal\narray\nstring\nboolean\nnull\n"),
@@ -260,7 +260,7 @@ class Rules(Case):
              "value 2: low: too low\nvalue 2: on: is not true\n"
              "value 2: in: /in/1 (/): 'get' path off did not resolve to data in the context.\n"),
             (f"check {rules}", "", 1, ""),
-            (f"check {self.file('list', '[1]')}", "1", 2, "", ".*no object of rules"  "\n"),
+            (f"check {self.file('list', '[1]')}", "1", 2, "", ".*an object of rules"  "\n"),
             (f"check {rules}", "[", 2, "", ".*ends inside.*"),
         )
 

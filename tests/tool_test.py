@@ -114,7 +114,7 @@ class Commands(Case):
         self.expect("format", reals, 0, reals.replace(" ", "\n") + "\n")
 
     def test_flat_reports_what_lines_cannot_tell(self):
-        told_once = told_input(".*: lines cannot tell this: .*")
+        told_once = told_input(".*: lines cannot express this: .*")
         self.expect_rows(
             ("flat", '{"a/b": {"x": 1}, "c\\nd": 2}', 2, "/a/b/x=1\n/c\nd=2\n",
              told_once + told_input("1 more .*")),
@@ -156,8 +156,8 @@ class Commands(Case):
     def test_bad_expressions_answer_nothing(self):
         for expr, error in [
             ("", "is empty"),
-            (" ", "holds no value"),
-            ("1 2", "holds more than one value"),
+            (" ", "contains no value"),
+            ("1 2", "contains more than one value"),
             ('["eq", 1', "ends inside a value"),
             ("9" * 20, "Failed to parse JSON: [^\n]*overflow"),
         ]:
@@ -181,7 +181,7 @@ class Commands(Case):
             (rule, "2 3\n", 2, "", told_input("value 1: .*") + told_input("value 2: .*")),
             (rule, "", 1, ""),
             (f"eval @- {yes} {no}", '["get", "/ok"]', 1, "true\nfalse\n"),
-            ("eval @-", "true", 2, "", told_input("has been read already")),
+            ("eval @-", "true", 2, "", told_input("has already been read")),
         )
 
     def test_merge(self):
@@ -196,7 +196,7 @@ class Commands(Case):
             (f"merge {one} -", "", 2, "", told_input("is empty")),
             (f"merge -c --arrays=replace {one} {two}", "", 0,
              '{"a":{"x":1,"y":[2],"z":null},"b":{"c":2}}\n'),
-            ("merge - -", "1", 2, "", told_input("has been read already")),
+            ("merge - -", "1", 2, "", told_input("has already been read")),
             (f"merge {one} {bad} {one}s {two}", "", 2, "",
              told(bad, ".*") + told(one + "s", "No such.*")),
             (f"merge {one} -", DEEP, 2, "", "nodetree: .*deep.*"),
@@ -230,7 +230,7 @@ class Commands(Case):
             (f"diff {old} {same}", "", 0, ""),
             (f"diff -c {old} {new}", "", 1, '{"b":{"c":{"1":5,"2":null}},"f":{},"a":null}\n'),
             (f"diff {old} -", '{"a":1,"b":2}', 1, '{\n\t"b": 2,\n\t"e": null\n}\n'),
-            (f"diff - {many}", "1", 2, "", told(many, "holds more than one value")),
+            (f"diff - {many}", "1", 2, "", told(many, "contains more than one value")),
             (f"diff {old}y {old}s", "", 2, "", told(old + "y", ".*") + told(old + "s", ".*")),
             (f"diff {old} -", "[" * 200 + "]" * 200, 2, "", "nodetree: .*deep.*"),
             (f"diff {self.file('deep', DEEP)} -", DEEP, 0, ""),
@@ -286,7 +286,7 @@ class Inputs(Case):
 
     def test_an_input_that_is_the_output(self):
         one, two = self.file("one", '{"a":1}'), self.file("two", "[]")
-        for redirection, name, text in ((f">> {one}", one, "is where the output goes; .*"),
+        for redirection, name, text in ((f">> {one}", one, "is also the output; .*"),
                                         (f"> {one}", one, "is empty, because .* -i or -o .*"),
                                         (">&-", "standard output", "Bad file .*")):
             done = subprocess.run(["sh", "-c", f'"$@" {redirection}', "sh", *COMMAND, "merge", two,
@@ -298,7 +298,7 @@ class Inputs(Case):
                               stderr=subprocess.PIPE) as program:
             program.stdout.read(1)
             os.truncate(two, 2)
-            self.assertRegex(program.communicate()[1].decode(), told(two, "has become shorter .*"))
+            self.assertRegex(program.communicate()[1].decode(), told(two, "became shorter .*"))
 
     def test_a_failing_file_does_not_stop_the_next(self):
         one = self.file("one", '{"n": 1}')
@@ -313,7 +313,7 @@ class Inputs(Case):
             (f"get n {two} {one}", "", 2, "2\n1\n", told(two, "Failed to parse JSON: .*")),
             (f"get n {one}/x {one}", "", 2, "1\n", told(one + "/x", "Not a directory")),
             (f"get n {folder} {one}", "", 2, "1\n", told(folder, "Is a directory")),
-            (f"get n {empty} {blank}", "", 2, "", told(empty, "is empty") + told(blank, "holds no value")),
+            (f"get n {empty} {blank}", "", 2, "", told(empty, "is empty") + told(blank, "contains no value")),
             (f"get n {one} -", '{"n": 3}', 0, "1\n3\n"),
             ("get n -", "", 1, ""),
         )
@@ -399,7 +399,7 @@ class MessagePack(Case):
                     told_input("Error parsing MessagePack stream: .*"))
 
     def test_what_no_tree_holds_is_told_and_left_out(self):
-        left = "some of a value is left out: [^\n]*"
+        left = "a part of the value is left out: [^\n]*"
         for data, out in [
             (b"\x91\xc4\x01x", "[]\n"),
             (b"\x82\xa1a\xd4\x01\x02\xa1b\x01", '{"b":1}\n'),
@@ -568,15 +568,15 @@ class Program(Case):
             ("diff a b c", "usage: nodetree diff .*", "diff "),
             ("flat -r", "flat takes no option '--raw'", "flat "),
             ("flat --colour", "unknown option '--colour'", ""),
-            ("format --in", "option '--in' may be any of several", ""),
-            ("eval -1", "unknown option '-1'; arguments .* behind '--'", ""),
+            ("format --in", "option '--in' is ambiguous", ""),
+            ("eval -1", "unknown option '-1'; put '--' before .*", ""),
             ("flat --from xml", "option '--from' takes .*, not 'xml'", "flat "),
             ("convert --to=", "option '--to' takes .*, not ''", "convert "),
             ("format --indent 17", "option '--indent' takes .*, not '17'", "format "),
             ("filter --include", "option '--include' needs an argument", ""),
             ("filter --exclude=", "a pattern must not be empty", "filter "),
             ("filter --removed=x", "option '--removed=x' takes no argument", ""),
-            ("format -i -o x", "only one of .*", "format "),
+            ("format -i -o x", "'--in-place' and .*", "format "),
         ]:
             self.expect(arguments, "1", 2, "",
                         f"nodetree: {error}\nTry 'nodetree {about}--help'\\.\n")

@@ -1,11 +1,11 @@
-/* The commands that tell what a value is like. */
+/* The commands keys, length and type. */
 #include <nodetree/node.h>
 #include <unistd.h>
 
 #include "place.h"
 #include "tool.h"
 
-/* Consumes the answer. */
+/* Takes over the answer. */
 static void answer_with(struct job *job, node *answer) {
   if (answer == NULL)
     complain(job, "%s", no_memory);
@@ -14,13 +14,13 @@ static void answer_with(struct job *job, node *answer) {
   node_free(answer);
 }
 
-/* What the PATH leads to when that has children; otherwise NULL, with a report unless there
-   is nothing. */
+/* The object or array at the PATH; otherwise NULL, with a report if there is another
+   value. */
 static const node *find_container(struct job *job, node *value) {
   const node *found = find_path(job, value, job->operand);
   if (found == NULL || node_is_container(found))
     return found;
-  complain(job, "%s: neither object nor array, but %s", job->operand,
+  complain(job, "%s: neither an object nor an array, but %s", job->operand,
            node_type_to_string(found));
   return NULL;
 }
@@ -57,8 +57,9 @@ static void run(struct job *job, char **arguments, answer_function answer) {
   bool has_path = *arguments != NULL;
   if (has_path && arguments[1] == NULL && isatty(STDIN_FILENO) &&
       access(*arguments, F_OK) == 0) {
-    /* Waiting for what is typed would answer nothing to who has only left out the PATH. */
-    complain(job, "'%s' stands for a PATH; for all of the file put / before it",
+    /* Somebody who forgot the PATH would wait for a program that waits for input from
+       the terminal. */
+    complain(job, "'%s' is taken as a PATH; put / before it to use the whole file",
              *arguments);
     return;
   }

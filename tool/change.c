@@ -1,4 +1,4 @@
-/* The commands that change single places of a value. */
+/* The commands set and del. */
 #include "place.h"
 #include "tool.h"
 
@@ -13,7 +13,7 @@ typedef struct target {
   char **tokens;
 } target;
 
-static target *targets; /* ended by one without tokens */
+static target *targets;
 static size_t target_count;
 static node *new_value;
 
@@ -27,8 +27,8 @@ static bool read_targets(struct job *job, char **paths, size_t count) {
   for (size_t i = 0; i < target_count; i++) {
     targets[i] = (target){.path = paths[i], .tokens = path_tokens(paths[i], form_of(job))};
     if (targets[i].tokens == NULL && errno == EINVAL) {
-      complain(job, "'%s' is no %s", paths[i],
-               form_of(job) == PATH_POINTER ? "JSON Pointer" : "PATH of a value");
+      complain(job, "'%s' is not %s", paths[i],
+               form_of(job) == PATH_POINTER ? "a JSON Pointer" : "the PATH of a value");
       return false;
     }
     if (targets[i].tokens == NULL)
@@ -51,7 +51,8 @@ static void free_targets(void) {
 static void answer_set(struct job *job, node *value) {
   place p;
   node *root = value;
-  node_ref(root); /* the caller keeps its own, also when the whole value is replaced */
+  node_ref(
+      root); /* the caller keeps its own reference, even if the whole value is replaced */
   const char *reason = place_find(&p, root, targets->tokens, form_of(job), true);
   if (reason == NULL) {
     node *copy = node_clone(new_value);
@@ -85,7 +86,7 @@ void run_set(struct job *job, char **arguments) {
 
 /* ---- del ---- */
 
-/* All are found before any is gone, so that positions mean what they did. False when one is
+/* All are found before any is removed, so that positions do not shift. False if one is
    the whole value. */
 static bool find_all(struct job *job, node *root, void **found) {
   for (size_t i = 0; i < target_count; i++) {
@@ -100,7 +101,8 @@ static bool find_all(struct job *job, node *root, void **found) {
   return true;
 }
 
-/* What lies in another one or is named twice has no container any more when its turn comes. */
+/* A value that is inside another one, or named twice, may already have lost its
+   container. */
 static void delete_all(struct job *job, void **found) {
   for (size_t i = 0; i < target_count; i++)
     if (found[i] != NULL)

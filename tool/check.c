@@ -1,4 +1,4 @@
-/* The command that tells which rules a value breaks. */
+/* The command check. */
 #include "check.h"
 
 #include <errno.h>
@@ -71,7 +71,7 @@ static void check_syntax(struct job *job) {
 
 void run_check(struct job *job, char **arguments) {
   if (job->option[OPTION_SYNTAX] && arguments[1] != NULL) {
-    complain(job, "--syntax looks at RULES alone, and takes no FILE");
+    complain(job, "--syntax checks only RULES and takes no FILE");
     return;
   }
   job->expression = input_expression(job, *arguments);
@@ -83,7 +83,7 @@ void run_check(struct job *job, char **arguments) {
     input_answer(job, arguments + 1, answer_check);
   } else {
     job->input = input_name(*arguments);
-    complain(job, "holds no object of rules");
+    complain(job, "does not contain an object of rules");
   }
   node_free(job->expression);
 }

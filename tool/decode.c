@@ -12,7 +12,7 @@ static bool is_json(const decoding *d) {
   return d->format == NODE_STREAM_JSON;
 }
 
-/* Line and column of the last of so many bytes of the chunk. */
+/* Sets the place to the line and column of the last of these bytes of the chunk. */
 static void stand_in_text(const decoding *d, const char *bytes, size_t size) {
   size_t line = d->lines + 1;
   size_t line_start = d->line_start;
@@ -31,7 +31,6 @@ static void stand_at_message(const decoding *d, size_t number, size_t offset) {
   snprintf(d->job->where, sizeof d->job->where, " message %zu at byte %zu", number, offset);
 }
 
-/* Moves on to the next chunk. */
 static void pass_chunk(decoding *d, const char *bytes, size_t size) {
   const char *end = bytes + size;
   for (const char *at = bytes; (at = memchr(at, '\n', (size_t)(end - at))) != NULL;) {
@@ -71,13 +70,14 @@ void decode_settle(decoding *d) {
   answer_first(d, false);
 }
 
-/* The library leaves out what has no form as a node, which of MessagePack may be all. */
+/* The library leaves out what has no node form, which may be a whole MessagePack
+   message. */
 static bool is_whole(decoding *d, const node *value) {
   char *reason = messages_take();
   bool whole = value != NULL && reason == NULL;
   if (!whole) {
     snprintf(d->job->where, sizeof d->job->where, " message %zu", d->values);
-    complain(d->job, "some of a value is left out: %s",
+    complain(d->job, "a part of the value is left out: %s",
              reason != NULL ? reason : strerror(ENOMEM));
     *d->job->where = '\0';
   }
@@ -109,14 +109,14 @@ static void receive_value(node *value, void *user_data) {
     node_free(value);
     return;
   }
-  log_set_debug(false); /* only what the decoder says is of interest */
+  log_set_debug(false); /* of the debug messages, only the decoder's are needed */
   take_value(d, value);
   log_set_debug(true);
 }
 
 /* ---- The stream ---- */
 
-/* What a text does not begin with, and is taken for one only by mistake. */
+/* The beginnings of other formats, which may be passed as input by mistake. */
 static const struct mark {
   const char *bytes;
   size_t size;
@@ -149,13 +149,14 @@ bool decode_needs_more(const decoding *d, const char *bytes, size_t size) {
   if (d->stream != NULL || d->offset != 0 || d->format == NODE_STREAM_MSGPACK)
     return false;
   bool may = size < byte_order_mark.size && begins_with(&byte_order_mark, bytes, size);
-  for (int i = 0; i < MARK_COUNT; i++) /* a bracket alone may be all for a long time */
+  for (int i = 0; i < MARK_COUNT;
+       i++) /* not after a bracket: the next byte may arrive much later */
     may = may || (size < marks[i].size && marks[i].bytes[1] != '\0' &&
                   begins_with(&marks[i], bytes, size));
   return may;
 }
 
-/* What the bytes look like; NULL for a text. */
+/* The name of the foreign format, NULL for a text. */
 static const char *foreign_name(const char *bytes, size_t size) {
   for (int i = 0; i < MARK_COUNT; i++)
     if (size >= marks[i].size && begins_with(&marks[i], bytes, size))
@@ -164,8 +165,9 @@ static const char *foreign_name(const char *bytes, size_t size) {
   return first < ' ' && memchr("\t\n\r", first, 3) == NULL ? "binary data" : NULL;
 }
 
-/* Bytes above these are left to JSON, which refuses them: a file that begins so is rather a
-   text in another encoding than MessagePack that begins with a negative integer. */
+/* Higher bytes go to JSON, which refuses them: a file that begins with one is more
+   likely a text in another encoding than MessagePack that begins with a negative
+   integer. */
 static node_stream_format recognise(char first) {
   unsigned char c = (unsigned char)first;
   return c >= 0x80 && c <= 0xdf ? NODE_STREAM_MSGPACK : NODE_STREAM_JSON;
@@ -179,7 +181,8 @@ static bool start(decoding *d) {
   return false;
 }
 
-/* Looks at how the input begins. `*skipped` is what does not count of it. */
+/* Chooses the decoder by the first bytes. `*skipped` is set to the size of a byte order
+   mark. */
 static bool begin(decoding *d, const char *bytes, size_t size, size_t *skipped) {
   if (d->format == NODE_STREAM_AUTO)
     d->format = recognise(*bytes);
@@ -203,8 +206,8 @@ static bool feed(decoding *d, const char *bytes, size_t size) {
   return valid;
 }
 
-/* Tells what the decoder did not like, and where; a text is worth quoting, unless it is one
-   of our own. */
+/* Reports the decoder's failure and its place; with `quote`, also the text that the
+   decoder quotes. */
 static void complain_failure(decoding *d, const char *bytes, size_t size, bool quote) {
   answer_first(d, true);
   size_t place = is_json(d) ? size : d->offset;
@@ -218,7 +221,7 @@ static void complain_failure(decoding *d, const char *bytes, size_t size, bool q
   if (reason != NULL && !quote)
     reason[strcspn(reason, "\n")] = '\0';
   if (d->job->output_lost)
-    ; /* what comes behind it does not matter any more */
+    ; /* later failures do not matter */
   else if (name != NULL)
     complain(d->job, "the member name \"%s\" is repeated", name);
   else
@@ -228,9 +231,9 @@ static void complain_failure(decoding *d, const char *bytes, size_t size, bool q
   free(reason);
 }
 
-/* Whether the decoder stands between values. It cannot be asked; but only there a null that
-   is fed to it comes back as a value of its own. (It may complete a MessagePack value, but
-   that is longer than a byte, so not a null.) */
+/* Whether the decoder is between values. The library has no question for that, but only
+   there a null fed to it arrives as a value of its own. (It may complete a MessagePack
+   value, but one longer than a byte, so not a null.) */
 static bool is_between_values(decoding *d) {
   const char *probe = is_json(d) ? "\nnull\n" : "\xc0";
   d->probing = true;
@@ -251,7 +254,7 @@ static void complain_unfinished(decoding *d, const char *text, const char *bytes
   complain_here(d, text);
 }
 
-/* ---- With --skip-invalid every line stands for itself ---- */
+/* ---- With --skip-invalid every line is decoded by itself ---- */
 
 static void break_line(decoding *d, bool ended) {
   node_stream_free(d->stream);
@@ -260,7 +263,7 @@ static void break_line(decoding *d, bool ended) {
   d->passing = !ended;
 }
 
-/* A line, or what has come of it. */
+/* Decodes a line, or a part of one. */
 static void decode_line(decoding *d, const char *bytes, size_t size) {
   bool ended = bytes[size - 1] == '\n';
   if (d->passing) {
@@ -308,8 +311,8 @@ bool decode_bytes(decoding *d, const char *bytes, size_t size) {
   return true;
 }
 
-/* A blank belongs into every text, and completes a number. If it fails behind a digit, the
-   number is complete and too large. */
+/* A blank is valid between values and completes a number. If it fails after a digit,
+   that number is out of range. */
 static bool end_stream(decoding *d) {
   if (is_json(d) && !feed(d, " ", 1) && d->ends_in_digit) {
     complain_failure(d, "", 0, false);
@@ -328,9 +331,9 @@ bool decode_end(decoding *d, bool may_be_empty) {
   if (d->broken > 0)
     complain(d->job, "%zu broken lines skipped", d->broken);
   else if (sound && d->values == 0 && !may_be_empty)
-    complain(d->job, d->offset == 0 ? "is empty" : "holds no value");
+    complain(d->job, d->offset == 0 ? "is empty" : "contains no value");
   else if (sound && d->values > 1 && d->single)
-    complain(d->job, "holds more than one value");
+    complain(d->job, "contains more than one value");
   else
     return sound;
   return false;

@@ -1,4 +1,4 @@
-/* The command that draws trees. */
+/* The command dot. */
 #include "tool.h"
 
 #include <errno.h>
@@ -13,7 +13,7 @@ static void put_quoted(const char *bytes, size_t size) {
   }
 }
 
-/* A box's key, and below it what a leaf holds, or of a container how much. */
+/* Prints a box: the key, and below it the value of a leaf or the size of a container. */
 static bool put_box(struct job *job, const node *n, size_t box, bool top) {
   static const json_style compact = {.compact = true};
   static buffer t;
@@ -38,7 +38,7 @@ static bool put_box(struct job *job, const node *n, size_t box, bool top) {
   return complete;
 }
 
-/* The numbers of the boxes that the walk is inside of, from the top down. */
+/* The trail holds the numbers of the open containers' boxes, from the top down. */
 static size_t last_box(const buffer *trail) {
   size_t box;
   memcpy(&box, trail->bytes + trail->length - sizeof box, sizeof box);
@@ -57,7 +57,7 @@ static bool draw(struct job *job, const node *top) {
       continue;
     }
     complete = put_box(job, w.at, box, w.at == top);
-    if (complete && trail.bytes != NULL) /* the top is in it */
+    if (complete && trail.bytes != NULL) /* not for the top */
       fprintf(output, "  n%zu -> n%zu;\n", last_box(&trail), box);
     if (w.at->child_count != 0)
       buffer_add(&trail, &box, sizeof box);

@@ -19,7 +19,7 @@ static void answer_eval(struct job *job, node *value) {
       job->denied = true;
   }
   if (result != NULL && error != NULL)
-    remark(job, "%s", error); /* of paths that "range" has skipped, which is no failure */
+    remark(job, "%s", error); /* of a path that "range" skipped: not a failure */
   free(error);
   node_unref(result);
 }

@@ -1,4 +1,4 @@
-/* Expressions that are looked at without being evaluated. */
+/* Finds the faults of expressions without evaluating them. */
 #include "check.h"
 
 #include <errno.h>
@@ -11,7 +11,7 @@
 
 #include "place.h"
 
-/* Sets of kinds, by their numbers. */
+/* Sets of kinds. */
 enum {
   BOOLEAN = 1 << NODE_BOOLEAN,
   INTEGER = 1 << NODE_INTEGER,
@@ -23,8 +23,8 @@ typedef struct form {
   const char *name;
   size_t least; /* operands */
   size_t most;
-  const char *count;    /* how many operands there are to be */
-  unsigned operands[4]; /* what they may be, the last for all from there on */
+  const char *count;    /* `least` and `most`, for messages */
+  unsigned operands[4]; /* their kinds, the last for all from there on */
   unsigned result;
   bool literal; /* the operands are not evaluated */
 } form;
@@ -35,7 +35,7 @@ static const form forms[] = {
     {"or", 2, SIZE_MAX, "two or more operands", {ANY, ANY, ANY, ANY}, BOOLEAN, false},
     {"not", 1, 1, "one operand", {ANY}, BOOLEAN, false},
     {"atom", 1, 1, "one operand", {ANY}, ANY, true},
-    {"assert", 1, 2, "a value, and perhaps a message", {ANY, STRING}, ANY, false},
+    {"assert", 1, 2, "a value and an optional message", {ANY, STRING}, ANY, false},
     {"get", 0, SIZE_MAX, "", {STRING, STRING, STRING, STRING}, ANY, false},
     {"value", 0, SIZE_MAX, "", {STRING, STRING, STRING, STRING}, ANY, false},
     {"path", 0, SIZE_MAX, "", {STRING, STRING, STRING, STRING}, STRING, false},
@@ -68,7 +68,7 @@ static const form *form_of(const node *operation) {
   return NULL;
 }
 
-/* What an expression can give, as far as it can be seen without evaluating it. */
+/* The kinds that the result of an expression can have. */
 static unsigned result_of(const node *n) {
   if (!node_is_array(n))
     return node_is_link(n) ? ANY : 1u << n->type;
@@ -79,7 +79,7 @@ static unsigned result_of(const node *n) {
   return strcmp(f->name, "atom") == 0 && operand != NULL ? 1u << operand->type : f->result;
 }
 
-/* The text that an expression gives for certain, NULL where it is not known. */
+/* The text that is certainly the result of an expression, NULL if it is not known. */
 static const char *text_of(const node *n) {
   if (!node_is_array(n))
     return node_get_string(n);
@@ -126,8 +126,8 @@ static void examine_kinds(struct job *job, const node *operation, const form *f)
   }
 }
 
-/* What the library says of the pattern and the flags where they are known. Empty ones have no
-   fault. */
+/* Lets the library check the pattern and the flags as far as they are known; empty ones
+   stand for unknown ones. */
 static void examine_regex(struct job *job, const node *operation) {
   const char *pattern = text_of(node_array_get(operation, 1));
   const char *flags = text_of(node_array_get(operation, 2));
@@ -148,7 +148,7 @@ static void examine_regex(struct job *job, const node *operation) {
   node_free(probe);
 }
 
-/* Whether the operands are expressions to be examined. */
+/* Returns whether the operands are expressions. */
 static bool examine_operation(struct job *job, const node *operation, size_t depth) {
   const node *name = node_array_get(operation, 0);
   const form *f = form_of(operation);
@@ -156,7 +156,7 @@ static bool examine_operation(struct job *job, const node *operation, size_t dep
     tell_formatted(job, operation, "nested more than %d operations deep", EXPR_NESTING_MAX);
   } else if (name == NULL) {
     tell(job, operation,
-         "an operation needs a name; an array as such is [\"atom\", [...]]");
+         "an operation needs a name; an array as data is written [\"atom\", [...]]");
   } else if (!node_is_string(name)) {
     tell(job, operation, "the name of an operation must be a string");
   } else if (f == NULL) {
@@ -184,7 +184,7 @@ void examine(struct job *job, const node *expression) {
     }
     bool enter = node_is_array(w.at) && examine_operation(job, w.at, depth + 1);
     if (enter)
-      depth++; /* it has its name at least, and so is left as well */
+      depth++; /* it has a name at least, so the walk also leaves it */
     else
       w.leaving = w.at->child_count != 0;
   } while (walk_next(&w));

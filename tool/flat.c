@@ -5,33 +5,33 @@
 #include "place.h"
 #include "tool.h"
 
-/* A path as it grows and shrinks with a walk: that of the node it is at. */
+/* The path of the node that the walk is at. */
 static buffer path;
 
 static const char *key_of(const node *n) {
   const char *key = node_key(n);
-  return key != NULL ? key : ""; /* an element for whose label there was no memory */
+  return key != NULL ? key : ""; /* an element whose label could not be allocated */
 }
 
-/* Whether there is a line for the node: of a leaf, or of an object that the lines of what is
-   in it would make an array. */
+/* Whether the node has a line: leaves do, and objects that the lines of their members
+   would turn into arrays. */
 static bool has_line(const node *n) {
   return n->child_count == 0 || (node_is_object(n) && has_labels(n));
 }
 
-/* Why lines say something else when they are read again; NULL where they do not. */
+/* Why the lines would mean something else when they are read back; NULL if they do not. */
 static const char *ambiguity(const walk *w) {
   if (w->at == w->top)
     return NULL;
   const char *key = key_of(w->at);
   if (strpbrk(key, "/\n") != NULL)
-    return "a key has a \"/\" or a newline";
+    return "a key contains a \"/\" or a newline";
   if (*key == '\0' && path.length == 1 && has_line(w->at))
     return "its path is that of the whole value";
   return NULL;
 }
 
-/* The path as a text, with something behind it; NULL without memory. */
+/* The path followed by `end`; NULL when memory runs out. */
 static const char *path_with(const char *end) {
   size_t length = path.length;
   buffer_add(&path, end, strlen(end) + 1);
@@ -39,7 +39,7 @@ static const char *path_with(const char *end) {
   return path.failed ? NULL : path.bytes;
 }
 
-/* The first is told with its path; of thousands nobody wants to read. */
+/* Reports only the first one with its path: there may be thousands. */
 static void note_ambiguity(struct job *job, const walk *w, size_t *count) {
   const char *reason = ambiguity(w);
   if (reason == NULL || ++*count > 1)
@@ -48,7 +48,7 @@ static void note_ambiguity(struct job *job, const walk *w, size_t *count) {
   char *shown = text != NULL ? strdup(text) : NULL;
   if (shown != NULL)
     make_printable(shown);
-  complain(job, "%s: lines cannot tell this: %s", shown != NULL ? shown : "?", reason);
+  complain(job, "%s: lines cannot express this: %s", shown != NULL ? shown : "?", reason);
   free(shown);
 }
 
@@ -81,7 +81,7 @@ static void visit(struct job *job, const walk *w, size_t *ambiguous) {
   path.length -= key_length;
 }
 
-/* An empty line tells values apart, unless each of their lines has their number. */
+/* An empty line separates values, unless their lines are numbered. */
 static void print_gap(struct job *job) {
   static bool printed;
   if (printed && !job->option['n'])

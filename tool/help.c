@@ -1,9 +1,8 @@
-/* What the program says about itself. */
+/* The help texts. */
 #include "tool.h"
 
 #include <string.h>
 
-/* Lines of the text, each behind the indentation. */
 static void print_indented(const char *indentation, const char *lines) {
   for (const char *line = lines; line != NULL;) {
     const char *end = strchr(line, '\n');
@@ -15,11 +14,11 @@ static void print_indented(const char *indentation, const char *lines) {
 
 static void print_program(void) {
   fputs("Usage: nodetree COMMAND [OPTION] [ARGUMENT] [FILE...]\n"
-        "Looks into JSON and MessagePack, and changes it. Each FILE, or standard input "
-        "where\n"
-        "there is none or it is \"-\", holds any number of values one after another; each "
-        "is\n"
-        "answered as it arrives. merge and diff take whole files, all of them by name.\n"
+        "Reads values in JSON or MessagePack and prints them, parts of them, or what it\n"
+        "computes from them. Each FILE holds any number of values one after another, and\n"
+        "each value is handled as soon as it has arrived. If no FILE is named, or one is\n"
+        "called \"-\", standard input is read. merge and diff take whole files and need\n"
+        "their names.\n"
         "\n"
         "Commands:\n",
         output);
@@ -27,25 +26,26 @@ static void print_program(void) {
     fprintf(output, "  %-8s %.*s\n", row->name, (int)strcspn(row->summary, "\n"),
             row->summary);
   fputs("\n"
-        "Options, before or behind the command and its arguments, up to a \"--\":\n",
+        "Options, before or after the command and its arguments; \"--\" ends them:\n",
         output);
   options_print(0);
   fputs(
       "\n"
-      "'nodetree help COMMAND' tells the other options and more.\n"
+      "'nodetree help COMMAND' describes a command and its other options.\n"
       "\n"
-      "Without --from, and for the file of an EXPR always, input whose first byte is 80\n"
-      "to df in hex is MessagePack, as it is of any message but a small integer; all\n"
-      "other is JSON. What a tree cannot hold of MessagePack, as\n"
-      "binary data, extensions and members whose key is no string or comes again, is\n"
-      "an error and left out; merge, diff and the file of an EXPR take no such value,\n"
-      "the other commands answer what is left of it.\n"
+      "Without --from, and always for the file of an EXPR, input whose first byte is\n"
+      "0x80 to 0xdf is MessagePack; every message but a small integer begins like that.\n"
+      "All other input is JSON. Binary data, extensions, and members whose key is not a\n"
+      "string or is repeated are reported and left out. merge, diff and the file of an\n"
+      "EXPR refuse such a value; the other commands use what is left of it.\n"
       "\n"
-      "A PATH is the keys from the top down, separated by \"/\"; array elements count\n"
-      "from 0. \"/\" alone is the whole value. In a PATTERN \"*\" stands for every child.\n"
+      "A PATH consists of the keys from the top down, separated by \"/\"; the elements of\n"
+      "an array count from 0. \"/\" alone is the whole value. In a PATTERN, \"*\" stands "
+      "for\n"
+      "every child.\n"
       "\n"
-      "The exit status is 0 when something was found or the answer is yes, 1 when\n"
-      "nothing was or it is no, and 2 when anything went wrong.\n",
+      "The exit status is 0 if something was found or the answer is yes, 1 if nothing was\n"
+      "found or the answer is no, and 2 if there was an error.\n",
       output);
 }
 
@@ -78,7 +78,7 @@ static size_t smallest(size_t a, size_t b, size_t c) {
   return least < c ? least : c;
 }
 
-/* How many letters have to be put in, taken out or replaced to make one of the other. */
+/* The number of letters to insert, remove or replace to turn one into the other. */
 static size_t distance(const char *a, const char *b) {
   size_t row[32];
   size_t length = strlen(b);
@@ -99,7 +99,7 @@ static size_t distance(const char *a, const char *b) {
 
 const command *command_find(struct job *job, const char *name) {
   const command *nearest = NULL;
-  size_t least = 3; /* more is no slip of the fingers */
+  size_t least = 3; /* names further away are hardly typing errors */
   for (const command *row = commands; row->name != NULL; row++) {
     size_t letters = distance(name, row->name);
     if (letters == 0)

@@ -14,7 +14,7 @@ static ssize_t read_some(int fd, void *bytes, size_t size) {
   return count;
 }
 
-/* Reads on as long as what has come cannot be told from other things. */
+/* Reads on while the bytes so far may still be the beginning of a foreign format. */
 static ssize_t read_chunk(const decoding *d, int fd, char *bytes, size_t size) {
   ssize_t count = read_some(fd, bytes, size);
   while (count > 0 && decode_needs_more(d, bytes, (size_t)count)) {
@@ -26,7 +26,7 @@ static ssize_t read_chunk(const decoding *d, int fd, char *bytes, size_t size) {
   return count;
 }
 
-/* What is missing then is not told by what is there. */
+/* What is left of a truncated file may still be valid. */
 static bool has_shrunk(int fd, const struct stat *before) {
   struct stat now;
   return S_ISREG(before->st_mode) && fstat(fd, &now) == 0 && now.st_size < before->st_size;
@@ -37,7 +37,7 @@ static bool decode_file(decoding *d, int fd, const struct stat *file) {
   ssize_t count;
   while ((count = read_chunk(d, fd, bytes, sizeof bytes)) > 0) {
     bool valid = decode_bytes(d, bytes, (size_t)count);
-    /* Reading on may wait for long: the answers must be out before. */
+    /* The next read may block for long, so print the answers first. */
     output_flush(d->job);
     progress_note(d->offset);
     if (!valid || d->job->output_lost)
@@ -45,23 +45,23 @@ static bool decode_file(decoding *d, int fd, const struct stat *file) {
   }
   bool shrunk = count == 0 && has_shrunk(fd, file);
   if (count < 0 || shrunk) {
-    const char *reason = shrunk ? "has become shorter while it was read" : strerror(errno);
+    const char *reason = shrunk ? "became shorter while it was read" : strerror(errno);
     decode_settle(d);
     complain(d->job, "%s", reason);
   }
   return count == 0 && !shrunk;
 }
 
-/* Whether the file is the one that is printed to, which a shell has made empty already, or
-   which would grow as long as it is read. */
+/* Whether the file is also the output. The shell has already made it empty, or it would
+   grow as long as it is read. */
 static bool is_output(struct job *job, const struct stat *file) {
   struct stat to;
   if (!S_ISREG(file->st_mode) || fstat(fileno(output), &to) != 0 ||
       to.st_dev != file->st_dev || to.st_ino != file->st_ino)
     return false;
-  complain(job, "%s; -i or -o changes a file",
-           file->st_size == 0 ? "is empty, because the output goes there too"
-                              : "is where the output goes");
+  complain(job, "%s; use -i or -o to change a file",
+           file->st_size == 0 ? "is empty, because it is also the output"
+                              : "is also the output");
   return true;
 }
 
@@ -73,7 +73,7 @@ int input_open(struct job *job, const char *name, struct stat *file) {
   bool standard = strcmp(name, "-") == 0;
   job->input = input_name(name);
   if (standard && job->input_taken) {
-    complain(job, "has been read already");
+    complain(job, "has already been read");
     return -1;
   }
   job->input_taken = job->input_taken || standard;

@@ -1,4 +1,4 @@
-/* Trees as JSON text, for people and for programs. */
+/* Writes trees as JSON text. */
 #include <errno.h>
 #include <math.h>
 #include <stdlib.h>
@@ -6,7 +6,7 @@
 
 #include "tool.h"
 
-/* As deep as the library writes JSON. Indented, the text grows with the square of it. */
+/* The library's limit. The size of indented text grows with the square of the depth. */
 enum { MAX_DEPTH = 127 };
 static const char too_deep[] = "nested more than 127 levels deep";
 
@@ -15,7 +15,7 @@ typedef struct writer {
   buffer *text;
   const json_style *style;
   int depth;
-  bool opened; /* an opening bracket was the last that was written */
+  bool opened; /* the last thing written was an opening bracket */
 } writer;
 
 static void put(buffer *t, char byte) {
@@ -51,8 +51,8 @@ static bool is_plain(unsigned char byte) {
   return byte >= ' ' && byte != '"' && byte != '\\';
 }
 
-/* Whether a byte of the eight is zero, or less than `limit` where the highest bit is not
-   set; those behind the first such byte may seem to be. */
+/* Not 0 if one of the eight bytes is less than `limit`, which is at most 128. Bytes
+   after the first such byte may be flagged wrongly. */
 #define EACH(byte) (UINT64_MAX / 255 * (byte))
 static uint64_t below(uint64_t eight, unsigned limit) {
   return (eight - EACH((uint64_t)limit)) & ~eight & EACH(UINT64_C(0x80));
@@ -63,7 +63,7 @@ static bool all_plain(uint64_t eight) {
           below(eight ^ EACH((uint64_t)'\\'), 1)) == 0;
 }
 
-/* Copies what needs no escape, up to what does; returns how much that is. */
+/* Copies the bytes before the first that needs an escape; returns their number. */
 static size_t copy_plain(char *to, const char *from, size_t size) {
   size_t done = 0;
   for (uint64_t eight; size - done >= sizeof eight; done += sizeof eight) {
@@ -119,7 +119,7 @@ static void write_integer(buffer *t, int64_t value) {
   buffer_add(t, c, (size_t)(end - c));
 }
 
-/* NULL, or why the leaf has no such form. */
+/* Returns NULL, or why the leaf has no JSON form. */
 static const char *write_leaf(buffer *t, const node *n) {
   switch (n->type) {
   case NODE_STRING:
@@ -139,7 +139,7 @@ static const char *write_leaf(buffer *t, const node *n) {
   case NODE_NULL:
     put_text(t, "null");
     return NULL;
-  default: /* neither encoding has links */
+  default: /* no input contains links */
     return "a link";
   }
 }
@@ -162,7 +162,7 @@ static void start_line(const writer *w) {
   w->text->length += size;
 }
 
-/* What stands before a child. */
+/* Writes the comma, line break and key before a child. */
 static void write_beginning(const writer *w, const node *n) {
   if (!w->opened)
     put(w->text, ',');
@@ -177,7 +177,7 @@ static void write_beginning(const writer *w, const node *n) {
     put(w->text, ' ');
 }
 
-/* Of a container with children, the opening. */
+/* For a container with children, only the opening bracket. */
 static const char *write_value(writer *w, const node *n) {
   if (!is_container(n)) {
     start_painting(w, colors[n->type]);
@@ -198,7 +198,7 @@ static const char *write_value(writer *w, const node *n) {
   return NULL;
 }
 
-/* NULL, or why that cannot be written. */
+/* Returns NULL, or why the node cannot be written. */
 static const char *write_step(writer *w, const walk *step) {
   const node *n = step->at;
   if (step->leaving) {

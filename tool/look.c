@@ -1,4 +1,4 @@
-/* The commands that look into values and leave them as they are. */
+/* The commands get, glob, format and convert. */
 #include "tool.h"
 
 #include <errno.h>
@@ -6,7 +6,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-/* What --default says, NULL without. */
+/* The text of --default, NULL without the option. */
 static const char *default_text(const struct job *job) {
   char **texts = job->values[OPTION_DEFAULT];
   while (texts != NULL && *texts != NULL && texts[1] != NULL)
@@ -28,7 +28,7 @@ static void answer_get(struct job *job, node *value) {
     print_default(job);
 }
 
-/* The value at a path as a field of a line, or what stands for it. */
+/* Prints the value at a path as a field of a line, or the default. */
 static void print_found(struct job *job, node *value, const char *path) {
   const node *match = find_path(job, value, path);
   const char *text = default_text(job);

@@ -1,4 +1,4 @@
-/* nodetree: looks into JSON and MessagePack from the command line, and changes it. */
+/* nodetree: queries and changes JSON and MessagePack on the command line. */
 #include "tool.h"
 
 #include <fcntl.h>
@@ -51,8 +51,9 @@ static void tell(struct job *job) {
   job->found = true;
 }
 
-/* What is opened in place of a standard stream that is closed would be taken for it: messages
-   would go into files. These can be neither read nor written, as what is closed. */
+/* A file opened while a standard stream is closed would get its descriptor, and messages
+   would go into that file. Like closed ones, these descriptors can be neither read nor
+   written. */
 static void fill_standard_streams(void) {
   for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; fd++)
     if (fcntl(fd, F_GETFD) < 0)

@@ -5,27 +5,26 @@
 #include "patch.h"
 #include "place.h"
 
-/* How many elements further on an equal one is looked for, before two that stand at the same
-   position count as one that has changed. */
+/* How many elements ahead an equal one is searched for. Otherwise two elements at the
+   same position count as one that has changed. */
 enum { WINDOW = 32 };
 
-/* Two containers of one kind that are being compared, and how far that is. */
+/* Two containers of one kind and the state of their comparison. */
 typedef struct level {
-  const node
-      *from; /* the next children, NULL behind the last; see next_member() for objects */
+  const node *from; /* the next children, NULL after the last */
   const node *to;
-  size_t from_left; /* in arrays: the elements before those equal ones that both end with */
+  size_t from_left; /* in arrays: the number of elements before the common end */
   size_t to_left;
-  size_t position; /* in arrays: of the next element, in what the patch has made so far */
-  size_t path_length; /* of the path to the containers */
+  size_t position; /* in arrays: of the next element, with the patch so far applied */
+  size_t path_length;
   const node *from_container;
   const node *to_container;
 } level;
 
 typedef struct comparison {
   node *patch;
-  buffer path;   /* the pointer to what is being compared */
-  buffer levels; /* a stack, since trees are deeper than the program's own */
+  buffer path;   /* the JSON Pointer to the nodes being compared */
+  buffer levels; /* a stack, because trees may be too deep for recursion */
   bool failed;   /* out of memory */
 } comparison;
 
@@ -59,7 +58,7 @@ static void add_member(comparison *c, node *object, const char *key, node *value
   c->failed = true;
 }
 
-/* An operation on the current path. */
+/* Adds an operation on the current path to the patch. */
 static void emit(comparison *c, const char *name, const node *value) {
   node *object = node_new_object();
   if (object == NULL || c->path.failed) {
@@ -90,10 +89,10 @@ static void emit_element(comparison *c, const char *name, size_t position,
   c->path.length = length;
 }
 
-/* ---- Children that belong together ---- */
+/* ---- Children that correspond ---- */
 
-/* Containers are equal here when their hashes say so: whatever belongs together is compared
-   in full later. */
+/* For containers only the hashes are compared: corresponding children are compared
+   completely later. */
 static bool seem_equal(const node *a, const node *b) {
   if (a->type != b->type || !node_is_container(a))
     return node_equals(a, b);
@@ -105,7 +104,7 @@ static void take_from(level *l, size_t count) {
     l->from = node_container_next(l->from_container, l->from);
 }
 
-/* From the last one down, which at the end of an array is a short way each. */
+/* From the last one down: at the end of an array each is found quickly. */
 static void remove_elements(comparison *c, level *l, size_t count) {
   take_from(l, count);
   for (; count > 0; count--)
@@ -119,7 +118,8 @@ static void add_elements(comparison *c, level *l, size_t count) {
   }
 }
 
-/* How far behind `first` the first element is that seems equal; 0 for not near enough. */
+/* The distance from `first` to the nearest later element that seems equal; 0 if there is
+   none within the window. */
 static size_t look_ahead(const node *array, const node *first, size_t left,
                          const node *wanted) {
   for (size_t distance = 1; distance < left && distance <= WINDOW; distance++) {
@@ -130,7 +130,7 @@ static size_t look_ahead(const node *array, const node *first, size_t left,
   return 0;
 }
 
-/* Removes and adds elements until the next two belong together. */
+/* Removes or adds elements so that the next two correspond. */
 static void align(comparison *c, level *l) {
   if (l->from_left != 0 && l->to_left != 0 && !seem_equal(l->from, l->to)) {
     size_t removed = look_ahead(l->from_container, l->from, l->from_left, l->to);
@@ -162,7 +162,7 @@ static bool next_element(comparison *c, level *l, const node **from, const node 
   return true;
 }
 
-/* First the members of the one side, then what only the other one has. */
+/* First the members of `from`, then those that only `to` has. */
 static bool next_member(comparison *c, level *l, const node **from, const node **to) {
   while ((*from = l->from) != NULL) {
     l->from = node_container_next(l->from_container, *from);
@@ -186,7 +186,7 @@ static const node *before(const node *element) {
                         offsetof(node, list_entry));
 }
 
-/* Leaves the equal elements that both arrays end with out of what is aligned. */
+/* Excludes the equal elements at the end of both arrays from the comparison. */
 static void find_common_end(level *l) {
   l->from_left = l->from_container->child_count;
   l->to_left = l->to_container->child_count;
@@ -216,7 +216,7 @@ static void compare(comparison *c, const node *from, const node *to) {
   buffer_add(&c->levels, &l, sizeof l);
 }
 
-/* Goes on in the innermost containers, or leaves them. */
+/* Compares the next children of the innermost containers, or leaves these. */
 static void step(comparison *c) {
   level *l = (level *)(void *)(c->levels.bytes + c->levels.length - sizeof *l);
   const node *from, *to;
@@ -230,7 +230,7 @@ static void step(comparison *c) {
 
 node *patch_make(struct job *job, node *from, node *to) {
   comparison c = {.patch = node_new_array()};
-  buffer_add(&c.path, "", 1); /* so that there are bytes to begin with */
+  buffer_add(&c.path, "", 1); /* so that path.bytes is not NULL */
   c.path.length = 0;
   node_prepare_diff_hash(from);
   node_prepare_diff_hash(to);

@@ -7,14 +7,15 @@
 
 static stringstream *messages;
 
-/* The library logs through whatever stream log_file is; without one it writes nothing. */
 static void listen_anew(void) {
   messages = stringstream_open();
   log_file = messages != NULL ? stringstream_file(messages) : NULL;
 }
 
 void messages_open(void) {
-  /* Opening a file is what makes the log write to log_file; the file itself is not wanted.
+  /*
+   * The log writes to log_file only after a file has been opened; the file itself is not
+   * used.
    */
   FILE *unused = log_open_file("/dev/null", "w");
   if (unused != NULL)
@@ -27,12 +28,12 @@ void make_printable(char *text) {
     unsigned char c = (unsigned char)text[0], next = (unsigned char)text[1];
     if ((c < ' ' && c != '\n') || c == 0x7f)
       text[0] = '?';
-    if (c == 0xc2 && next >= 0x80 && next <= 0x9f) /* those above, in UTF-8 */
+    if (c == 0xc2 && next >= 0x80 && next <= 0x9f) /* U+0080 to U+009F in UTF-8 */
       text[0] = text[1] = '?';
   }
 }
 
-/* What stands behind the first occurrence of `mark`, up to `end`; NULL where it is not. */
+/* The text from the first `mark` up to `end`, as a new text; NULL without the mark. */
 static char *text_behind(const char *log, const char *mark, const char *end) {
   const char *from = strstr(log, mark);
   if (from == NULL)
@@ -45,10 +46,10 @@ static char *text_behind(const char *log, const char *mark, const char *end) {
   return text;
 }
 
-/* All lines since the last call, each behind a newline; NULL when there are none. */
+/* All lines since the last call, with a newline in front; NULL if there are none. */
 static char *take_log(void) {
   if (messages == NULL || ftello(stringstream_file(messages)) == 0)
-    return NULL; /* the usual case, for every value of a stream */
+    return NULL; /* the usual case: do not rebuild the stream for every value */
   char *log = stringstream_take_data(messages);
   stringstream_free(messages);
   listen_anew();

@@ -6,14 +6,14 @@
 
 #include "tool.h"
 
-/* The digits d.ddd of a real that is positive, times ten to the exponent. */
+/* A positive real: the digits d.ddd times ten to the exponent. */
 typedef struct decimal {
   char digits[REAL_SIZE];
   int count;
   int exponent;
 } decimal;
 
-/* The nearest one of so many digits. */
+/* The nearest decimal with `count` digits. */
 static decimal nearest(double value, int count) {
   char text[REAL_SIZE];
   snprintf(text, sizeof text, "%.*e", count - 1, value);
@@ -23,7 +23,7 @@ static decimal nearest(double value, int count) {
   return d;
 }
 
-/* One more in the last digit. */
+/* Adds one to the last digit. */
 static void count_up(decimal *d) {
   int last = d->count - 1;
   for (; last > 0 && d->digits[last] == '9'; last--)
@@ -33,8 +33,9 @@ static void count_up(decimal *d) {
   d->digits[last] = (char)(d->digits[last] == '9' ? '1' : d->digits[last] + 1);
 }
 
-/* Rounds the nearest one of 17 digits to fewer. That is the nearest of those, unless what is
-   cut off is half a digit: it may be so only because it was rounded itself. */
+/* Rounds the nearest decimal with 17 digits to fewer. The result is the nearest one with
+   that many digits, unless exactly half a digit is cut off: that half may itself be a
+   result of rounding. */
 static decimal shorten(double value, decimal d, int count) {
   const char *rest = d.digits + count;
   if (*rest == '5' && strspn(rest + 1, "0") == (size_t)(d.count - count - 1))
@@ -53,9 +54,10 @@ static bool reads_back(double value, const decimal *d) {
   return strtod(text, NULL) == value;
 }
 
-/* The fewest digits. Decimals of 15 digits are all told apart, except where reals are
-   denormal. Below a power of two reals lie closer than above it: what is nearest of a length
-   may miss there, and the next one up hit. */
+/* The decimal with the fewest digits. Different decimals of 15 digits are different
+   reals, except denormal ones. Reals below a power of two are closer together than those
+   above it: there the nearest decimal of a length may miss the real, and the next one up
+   hit it. */
 static decimal shortest(double value) {
   int exponent;
   bool is_power = frexp(value, &exponent) == 0.5;
@@ -71,9 +73,10 @@ static decimal shortest(double value) {
   return all;
 }
 
-/* Most reals are decimals of a few digits behind the point. The quotient of two such whole
-   numbers is the real nearest to the decimal, and so what the decimal reads back as. Returns
-   the length; 0 for other reals. */
+/* Writes a real that is a decimal with a few digits after the point, as most reals are.
+   The quotient of two whole numbers that a double holds exactly is the real nearest to
+   the decimal, so the decimal reads back as this real. Returns the length; 0 for other
+   reals. */
 static size_t short_decimal(double value, char number[REAL_SIZE]) {
   double size = fabs(value);
   if (!(size >= 1e-5 && size < 1e9))

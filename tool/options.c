@@ -6,55 +6,58 @@
 #include <stdlib.h>
 #include <string.h>
 
-/* All options there are. A letter means the same for every command. */
+/* All options. A letter means the same for every command. */
 typedef struct option_row {
   const char *name;
-  const char *argument; /* what it is called in the help; NULL without */
+  const char *argument; /* its name in the help; NULL for none */
   const char *help;
-  unsigned groups; /* what knows it; 0: everything */
-  int code;        /* its letter, or a number behind the letters */
+  unsigned groups; /* TAKES_ values; 0: every command takes it */
+  int code;        /* its letter, or an OPTION_ value */
 } option_row;
 
 static const option_row rows[] = {
-    {"raw", NULL, "strings as they are, without quotes and escapes", TAKES_VALUES, 'r'},
-    {"compact", NULL, "JSON without blanks, a value a line", TAKES_VALUES, 'c'},
-    {"indent", "N", "N blanks a level instead of a tab, up to 16", TAKES_VALUES,
-     OPTION_INDENT},
-    {"sort-keys", NULL, "members in the order of their names", TAKES_VALUES | TAKES_LINES,
-     OPTION_SORT_KEYS},
-    {"null", NULL, "a NUL instead of a newline behind each result", TAKES_OUTPUT, '0'},
-    {"color", "auto|always|never", "colors; auto, on a terminal, where NO_COLOR is not set",
+    {"raw", NULL, "prints a string as it is, without quotes and escapes", TAKES_VALUES,
+     'r'},
+    {"compact", NULL, "prints JSON without blanks, one value on each line", TAKES_VALUES,
+     'c'},
+    {"indent", "N", "indents each level by N blanks, 16 at most, not by a tab",
+     TAKES_VALUES, OPTION_INDENT},
+    {"sort-keys", NULL, "prints members in the order of their names",
+     TAKES_VALUES | TAKES_LINES, OPTION_SORT_KEYS},
+    {"null", NULL, "ends each result with a NUL instead of a newline", TAKES_OUTPUT, '0'},
+    {"color", "auto|always|never", "colors; auto: on a terminal, unless NO_COLOR is set",
      TAKES_VALUES | TAKES_LINES, OPTION_COLOR},
-    {"with-filename", NULL, "FILE: before each result", TAKES_LABELS, 'H'},
-    {"number", NULL, "the number of the value in its FILE before each result", TAKES_LABELS,
-     'n'},
-    {"output", "FILE", "into FILE, which is there whole or stays as it was", TAKES_OUTPUT,
-     'o'},
-    {"in-place", NULL, "changes the FILEs instead of printing", TAKES_EDIT, 'i'},
-    {"to", "json|msgpack", "what to print; with -i as the FILE", TAKES_VALUES, OPTION_TO},
-    {"force", NULL, "MessagePack also to a terminal", TAKES_VALUES, OPTION_FORCE},
-    {"from", "json|msgpack", "what the FILEs are in, instead of a guess", TAKES_INPUT,
-     OPTION_FROM},
-    {"skip-invalid", NULL,
-     "JSON a line: passes over lines that are broken, and counts them", TAKES_INPUT,
-     OPTION_SKIP_INVALID},
-    {"pointer", NULL, "PATH is a JSON Pointer: ~1 is \"/\", ~0 is \"~\"", TAKES_PATH,
-     OPTION_POINTER},
-    {"default", "TEXT", "printed where a PATH leads nowhere", TAKES_GET, OPTION_DEFAULT},
+    {"with-filename", NULL, "prints the name of the FILE and a colon before each result",
+     TAKES_LABELS, 'H'},
+    {"number", NULL, "prints the number of the value and a colon before each result",
+     TAKES_LABELS, 'n'},
+    {"output", "FILE", "prints into FILE, which becomes complete or stays as it was",
+     TAKES_OUTPUT, 'o'},
+    {"in-place", NULL, "changes each FILE instead of printing, and keeps its encoding",
+     TAKES_EDIT, 'i'},
+    {"to", "json|msgpack", "the encoding to print", TAKES_VALUES, OPTION_TO},
+    {"force", NULL, "writes MessagePack to a terminal as well", TAKES_VALUES, OPTION_FORCE},
+    {"from", "json|msgpack", "the encoding of the FILEs", TAKES_INPUT, OPTION_FROM},
+    {"skip-invalid", NULL, "reads each line of JSON by itself, skips those that are broken",
+     TAKES_INPUT, OPTION_SKIP_INVALID},
+    {"pointer", NULL, "PATH is a JSON Pointer: ~1 stands for \"/\", ~0 for \"~\"",
+     TAKES_PATH, OPTION_POINTER},
+    {"default", "TEXT", "prints TEXT if a path leads nowhere", TAKES_GET, OPTION_DEFAULT},
     {"arrays", "append|replace",
-     "what happens to the elements of the first file; else they are appended", TAKES_MERGE,
+     "appends elements, the default, or replaces those of the first file", TAKES_MERGE,
      OPTION_ARRAYS},
-    {"include", "PATTERN", "keeps what matches", TAKES_FILTER, OPTION_INCLUDE},
-    {"exclude", "PATTERN", "drops what matches", TAKES_FILTER, OPTION_EXCLUDE},
-    {"removed", NULL, "prints the paths of what is taken out instead", TAKES_FILTER,
-     OPTION_REMOVED},
-    {"string", NULL, "VALUE is a string as it is, not JSON", TAKES_SET, 's'},
-    {"path", "PATH", "one PATH more", TAKES_DEL | TAKES_GET, 'p'},
-    {"merge", NULL, "PATCHFILE is a merge patch (RFC 7396)", TAKES_PATCH, OPTION_MERGE},
-    {"patch", NULL, "a JSON Patch (RFC 6902) instead", TAKES_DIFF, OPTION_PATCH},
-    {"syntax", NULL, "looks for faults in RULES alone, without a FILE", TAKES_CHECK,
-     OPTION_SYNTAX},
-    {"help", NULL, "prints this", 0, 'h'},
+    {"include", "PATTERN", "keeps what PATTERN matches; may be repeated", TAKES_FILTER,
+     OPTION_INCLUDE},
+    {"exclude", "PATTERN", "drops what PATTERN matches; may be repeated", TAKES_FILTER,
+     OPTION_EXCLUDE},
+    {"removed", NULL, "prints the paths of the leaves that are removed instead",
+     TAKES_FILTER, OPTION_REMOVED},
+    {"string", NULL, "takes VALUE literally as a string, not as JSON", TAKES_SET, 's'},
+    {"path", "PATH", "uses this PATH as well; may be repeated", TAKES_DEL | TAKES_GET, 'p'},
+    {"merge", NULL, "applies a merge patch (RFC 7396)", TAKES_PATCH, OPTION_MERGE},
+    {"patch", NULL, "prints a JSON Patch (RFC 6902)", TAKES_DIFF, OPTION_PATCH},
+    {"syntax", NULL, "checks the rules themselves", TAKES_CHECK, OPTION_SYNTAX},
+    {"help", NULL, "prints this help", 0, 'h'},
     {"version", NULL, "prints the version", 0, 'V'},
 };
 enum { ROW_COUNT = sizeof rows / sizeof *rows };
@@ -69,7 +72,7 @@ static const option_row *row_of(int code) {
 /* ---- The tables of getopt_long() ---- */
 
 static void make_tables(struct option *names, char *letters) {
-  *letters++ = ':'; /* a missing argument is told from an unknown option */
+  *letters++ = ':'; /* distinguishes a missing argument from an unknown option */
   for (int i = 0; i < ROW_COUNT; i++) {
     bool takes = rows[i].argument != NULL;
     names[i] = (struct option){rows[i].name, takes ? required_argument : no_argument, NULL,
@@ -83,7 +86,7 @@ static void make_tables(struct option *names, char *letters) {
   *letters = '\0';
 }
 
-/* How many options a name that begins with "--" may be short for. */
+/* The number of options that a name beginning with "--" may abbreviate. */
 static int count_meant(const char *argument) {
   int count = 0;
   for (int i = 0; i < ROW_COUNT; i++)
@@ -91,7 +94,7 @@ static int count_meant(const char *argument) {
   return count;
 }
 
-/* `found` is what getopt_long() says instead of an option's number. */
+/* `found` is what getopt_long() returned instead of an option's code. */
 static void complain_option(struct job *job, int found, const char *argument) {
   if (found == ':')
     complain(job, "option '%s' needs an argument", argument);
@@ -100,12 +103,11 @@ static void complain_option(struct job *job, int found, const char *argument) {
   else if (optopt != 0)
     complain(job, "unknown option '-%c'%s", optopt,
              optopt >= '0' && optopt <= '9'
-                 ? "; arguments that begin with '-' go behind '--'"
+                 ? "; put '--' before arguments that begin with '-'"
                  : "");
   else
     complain(job,
-             count_meant(argument) > 1 ? "option '%s' may be any of several"
-                                       : "unknown option '%s'",
+             count_meant(argument) > 1 ? "option '%s' is ambiguous" : "unknown option '%s'",
              argument);
 }
 
@@ -113,7 +115,7 @@ static bool read_options(struct job *job, int argc, char **argv) {
   struct option names[ROW_COUNT + 1];
   char letters[2 * ROW_COUNT + 2];
   make_tables(names, letters);
-  unsetenv("POSIXLY_CORRECT"); /* an --exclude behind a FILE must not be taken for a file */
+  unsetenv("POSIXLY_CORRECT"); /* an --exclude after a FILE must not be taken for a file */
   opterr = 0;
   int option;
   while ((option = getopt_long(argc, argv, letters, names, NULL)) != -1) {
@@ -133,9 +135,10 @@ static bool read_options(struct job *job, int argc, char **argv) {
   return true;
 }
 
-/* ---- What they mean ---- */
+/* ---- Their meaning ---- */
 
-/* Which of the words the option was given, all times; -1, with a report, for another. */
+/* The index of the word that was given last with the option; -1, with a report, if any
+   is not among the words. */
 static int choice(struct job *job, int option, const char *const *words) {
   int chosen = 0;
   for (char **value = job->values[option]; value != NULL && *value != NULL; value++) {
@@ -186,7 +189,7 @@ static bool settle_indent(struct job *job) {
   return true;
 }
 
-/* A pattern that is empty, like a variable that is not set, would match nothing. */
+/* An empty pattern, as an unset shell variable gives it, would match nothing. */
 static bool are_patterns(struct job *job, int option) {
   for (char **value = job->values[option]; value != NULL && *value != NULL; value++) {
     if (**value == '\0') {
@@ -206,7 +209,7 @@ static bool settle(struct job *job) {
     }
   }
   if (job->option['i'] && job->option['o']) {
-    complain(job, "only one of '--in-place' and '--output' can be");
+    complain(job, "'--in-place' and '--output' exclude each other");
     return false;
   }
   return settle_words(job) && settle_indent(job) && are_patterns(job, OPTION_INCLUDE) &&

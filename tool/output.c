@@ -7,11 +7,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-enum { OUTPUT_SIZE = 64 * 1024 }; /* what is written at once */
+enum { OUTPUT_SIZE = 64 * 1024 }; /* the size of one write */
 
 FILE *output;
-static const char
-    *replaced; /* the file that the output becomes, NULL for standard output */
+static const char *replaced; /* the file to replace, NULL for standard output */
 
 static bool wants_color(const struct job *job) {
   char **given = job->values[OPTION_COLOR];
@@ -87,13 +86,13 @@ void output_close(struct job *job) {
   bool lost = job->output_lost;
   output_flush(job);
   errno = 0;
-  /* Some file systems tell of a full disk only here. A standard output that was never open
-     is no failure as long as there was nothing to write. */
+  /* Some file systems report a full disk only at close. A standard output that was never
+     open is not a failure if there was nothing to write. */
   if (fclose(stdout) != 0 && errno != EBADF && !job->output_lost && !lost)
     lose_output(job, errno);
 }
 
-static bool failed_before; /* without the file that is being replaced */
+static bool failed_before; /* before the file that is being replaced */
 
 bool output_replace_begin(struct job *job, const char *name) {
   struct stat there;
@@ -117,7 +116,7 @@ bool output_replace_begin(struct job *job, const char *name) {
 bool output_replace_end(struct job *job) {
   job->input = replaced;
   if (!job->failed && replace_is_late())
-    complain(job, "has been changed by others meanwhile, and stays so");
+    complain(job, "was changed by somebody else meanwhile and is left as it is");
   close_replaced(job);
   job->input = NULL;
   bool replaced_well = !job->failed;

@@ -7,14 +7,15 @@
 
 #include "place.h"
 
-/* ---- Equality as the operation "test" has it: by what numbers are, not by their kinds ---- */
+/* ---- Equality for the operation "test": numbers are compared by value, not by kind
+   ---- */
 
 static bool equals_number(const node *a, const node *b) {
   if (a->type == b->type)
     return node_equals(a, b);
   int64_t integer = node_is_integer(a) ? a->value.integer : b->value.integer;
   double real = node_is_integer(a) ? b->value.real : a->value.real;
-  /* A real outside these bounds is no 64-bit integer, and cannot be converted to one. */
+  /* Converting a real outside these bounds to a 64-bit integer is undefined. */
   return real >= -0x1p63 && real < 0x1p63 && (double)(int64_t)real == real &&
          (int64_t)real == integer;
 }
@@ -23,7 +24,7 @@ static bool is_number(const node *n) {
   return node_is_integer(n) || node_is_real(n);
 }
 
-/* Leaves by value, containers by kind and count. */
+/* Compares leaves by value, containers by kind and count. */
 static bool equals_itself(const node *a, const node *b) {
   if (is_number(a) && is_number(b))
     return equals_number(a, b);
@@ -100,7 +101,7 @@ static const char *run_replace(operation *o) {
   return reason != NULL ? reason : put(o, node_clone(o->value), false);
 }
 
-/* Tokens are compared instead of nodes: they name positions in one way only. */
+/* Comparing tokens is enough: a pointer can name a position in only one way. */
 static bool begins_with(char **path, char **beginning) {
   while (*beginning != NULL && *path != NULL && strcmp(*path, *beginning) == 0)
     path++, beginning++;
@@ -128,7 +129,7 @@ static const char *run_test(operation *o) {
   place p;
   const char *reason = find(o, o->path, &p);
   if (reason == NULL && !equals(o->value, p.present))
-    reason = "the value is another one";
+    reason = "the value is different";
   return reason;
 }
 
@@ -158,12 +159,13 @@ static const char *read_pointer(const node *n, const char *member, char ***token
     return NULL;
   if (text != NULL && errno == ENOMEM)
     return no_memory;
-  return *member == 'p' ? "\"path\" is no JSON Pointer" : "\"from\" is no JSON Pointer";
+  return *member == 'p' ? "\"path\" is not a JSON Pointer"
+                        : "\"from\" is not a JSON Pointer";
 }
 
 static const char *run_operation(node **root, const node *n) {
   if (!node_is_object(n))
-    return "is no object";
+    return "is not an object";
   const char *name = string_of(n, "op");
   size_t kind = 0;
   while (kind < KIND_COUNT && (name == NULL || strcmp(kinds[kind].name, name) != 0))
@@ -212,12 +214,12 @@ bool patch_apply(struct job *job, node **root, const node *patch) {
 
 /* ---- Merge patches ---- */
 
-/* Takes out of the target what merging would keep: members that are null in the patch, which
-   loses them too, and elements where that has an array. */
+/* Removes from the target what merging would keep: members that are null in the patch,
+   which are removed from it too, and elements of arrays that the patch replaces. */
 static void make_way(node *target, node *patch) {
   walk w = walk_start(patch, false);
-  node *at = target;  /* for the object around the step, or what is above that */
-  size_t missing = 0; /* the steps of the path that the target does not have */
+  node *at = target; /* the counterpart of the step's parent, or the nearest one above it */
+  size_t missing = 0; /* how many nodes of the path are missing from there on */
   node *dropped = NULL;
   do {
     node_free(dropped); /* the walk has left it */
@@ -235,7 +237,7 @@ static void make_way(node *target, node *patch) {
       missing += present == NULL;
     } else if (node_is_array(n)) {
       node_array_clear(present);
-      w.leaving = n->child_count != 0; /* it is taken whole */
+      w.leaving = n->child_count != 0; /* the array replaces the target's as a whole */
     } else if (node_is_null(n)) {
       node_free(present);
       dropped = node_object_get(node_parent(n), node_key(n));

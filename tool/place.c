@@ -26,7 +26,7 @@ static bool unescape(char *token) {
   return true;
 }
 
-/* Keeps one more of the tokens, whose `*count` first are kept; false where it is wrong. */
+/* Adds the token to the first `*count`, which are kept. False for a wrong one. */
 static bool keep_token(char **tokens, size_t *count, char *token, path_form form) {
   tokens[(*count)++] = token;
   if (form == PATH_POINTER)
@@ -41,8 +41,8 @@ static bool keep_token(char **tokens, size_t *count, char *token, path_form form
   return true;
 }
 
-/* Splitting makes an empty first string of a slash at the beginning, and none of one at the
-   end, which is a token in a pointer. */
+/* A slash at the beginning gives an empty first string, one at the end gives none. In a
+   pointer there is a token after it. */
 static char **split(const char *path, path_form form) {
   char **list = *path != '\0' ? sl_split(path, '/') : sl_new("");
   if (list == NULL || form != PATH_POINTER || !string_suffixed(path, "/"))
@@ -111,7 +111,6 @@ static bool read_index(const char *token, path_form form, size_t count, size_t *
   return valid;
 }
 
-/* The place of one token in a node. */
 static const char *find_child(place *p, node *parent, const char *token, path_form form) {
   *p = (place){.parent = parent, .key = token};
   if (node_is_object(parent)) {
@@ -119,18 +118,18 @@ static const char *find_child(place *p, node *parent, const char *token, path_fo
     return NULL;
   }
   if (!node_is_array(parent))
-    return "leads into a value that is neither object nor array";
+    return "leads into a value that is neither an object nor an array";
   if (!read_index(token, form, parent->child_count, &p->index))
     return "has a name where the array needs a position";
   p->present = node_array_get(parent, p->index);
-  return p->index > parent->child_count ? "leads behind the end of an array" : NULL;
+  return p->index > parent->child_count ? "leads past the end of an array" : NULL;
 }
 
 const char *place_find(place *p, node *root, char **tokens, path_form form, bool make) {
   *p = (place){.present = root};
   for (; *tokens != NULL; tokens++) {
     if (p->present == NULL && !make)
-      return "leads into a value that is not there";
+      return "leads into a value that does not exist";
     if (p->present == NULL) {
       node *made = node_new_object();
       if (made == NULL || !place_put(p, &root, made, false))
@@ -147,12 +146,12 @@ const char *place_find(place *p, node *root, char **tokens, path_form form, bool
 /* ---- Changing ---- */
 
 void replace_value(node *target, node *value) {
-  node_clear(target); /* what is null takes any other value over as it is */
+  node_clear(target); /* a null takes over any other value as it is */
   node_merge(target, value);
 }
 
-/* Moves elements from the front or the end of one array to that of another; the front turns
-   their order round. */
+/* Moves elements from the front or the end of one array to the same end of another. At
+   the front this reverses their order. */
 static void shift(node *to, node *from, size_t count, bool front) {
   node *child =
       front ? node_array_first(from) : node_array_get(from, from->child_count - count);
@@ -166,8 +165,8 @@ static void shift(node *to, node *from, size_t count, bool front) {
   }
 }
 
-/* The interface adds at the ends of an array only: what lies before the nearer one steps
-   aside. */
+/* The library adds only at the ends of an array, so the elements between the position
+   and the nearer end are moved aside. */
 static bool insert_element(node *array, size_t index, node *value) {
   node *aside = node_new_array();
   if (aside == NULL)
@@ -204,12 +203,12 @@ bool place_put(const place *p, node **root, node *value, bool insert) {
 }
 
 node *find_path(struct job *job, node *value, const char *path) {
-  static bool told; /* once is enough for all values */
+  static bool told; /* one report is enough for all values */
   if (!job->option[OPTION_POINTER])
     return node_lookup(value, path);
   char **tokens = path_tokens(path, PATH_POINTER);
   if (tokens == NULL && !told) {
-    complain(job, "%s: %s", path, errno == ENOMEM ? no_memory : "no JSON Pointer");
+    complain(job, "%s: %s", path, errno == ENOMEM ? no_memory : "not a JSON Pointer");
     told = true;
   }
   place p;

@@ -1,4 +1,4 @@
-/* One line on a terminal that tells how far a long input has been read. */
+/* A line on the terminal that shows how much of a long input has been read. */
 #include "tool.h"
 
 #include <sys/stat.h>
@@ -8,7 +8,7 @@
 static bool wanted;
 static bool shown;
 static double start, last; /* in seconds */
-static double total;       /* in bytes, 0 where nobody knows */
+static double total;       /* in bytes, 0 if unknown */
 
 static double now(void) {
   struct timespec t;
@@ -23,7 +23,7 @@ void progress_start(const struct stat *input) {
     return;
   total = S_ISREG(input->st_mode) ? (double)input->st_size : 0;
   start = now();
-  last = start + 1.8; /* so that the first line comes after two seconds */
+  last = start + 1.8; /* shows the first line after two seconds */
 }
 
 void progress_note(size_t bytes) {

@@ -8,12 +8,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-static char *target;    /* what is to be replaced, without symbolic links; NULL for none */
-static char *temporary; /* the new file, NULL when what is there is written itself */
-static struct stat old; /* the target at the beginning */
-static bool is_new;     /* there was none */
+static char *target; /* the file to replace, with symbolic links resolved; NULL for none */
+static char *temporary; /* the new file, NULL if the target itself is written */
+static struct stat old; /* the target before the replacement */
+static bool is_new;     /* there was no target */
 
-/* ---- Signals: a program that ends early leaves no file behind ---- */
+/* ---- Signals: a program that is ended leaves no temporary file ---- */
 
 static const int ending[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGPIPE, SIGXCPU, SIGXFSZ};
 enum { ENDING_COUNT = sizeof ending / sizeof *ending };
@@ -21,7 +21,7 @@ static struct sigaction before[ENDING_COUNT];
 
 static void remove_and_end(int number) {
   unlink(temporary);
-  raise(number); /* by default, as soon as this returns */
+  raise(number); /* with the default action, once the handler returns */
 }
 
 static void catch_signals(void) {
@@ -46,18 +46,18 @@ static void forget(void) {
   temporary = target = NULL;
 }
 
-/* The file that the name leads to; where there is none, the name itself. */
+/* The file that the name leads to; if there is none, the name itself. */
 static int find_target(const char *name) {
   target = realpath(name, NULL);
   is_new = target == NULL && errno == ENOENT;
-  if (is_new) /* a link that leads to nothing is not followed, but replaced */
+  if (is_new) /* a dangling link is replaced, not followed */
     target = strdup(name);
   if (target == NULL)
     return errno;
   return !is_new && stat(target, &old) != 0 ? errno : 0;
 }
 
-/* A name in the same folder, which is on the same file system. */
+/* A name in the same folder, so that rename() stays on one file system. */
 static char *name_beside(const char *path) {
   const char *slash = strrchr(path, '/');
   char *name = NULL;
@@ -65,8 +65,8 @@ static char *name_beside(const char *path) {
   return asprintf(&name, "%.*s.nodetree.XXXXXX", folder, path) < 0 ? NULL : name;
 }
 
-/* The rights of others are not widened: who may not give the file to its owner again does
-   not pass on what runs as that owner. */
+/* Without the old owner the set-ID bits are dropped, and without the old group also the
+   group's rights: nobody gains rights by the replacement. */
 static void take_after(int fd) {
   mode_t mask = umask(0);
   umask(mask);
@@ -128,7 +128,7 @@ bool replace_is_late(void) {
          now.st_mtim.tv_nsec != old.st_mtim.tv_nsec;
 }
 
-/* So that the new name survives a crash as well. Not all file systems can. */
+/* Makes the new name survive a crash. Not all file systems support this. */
 static void sync_folder(void) {
   char *slash = strrchr(target, '/');
   if (slash != NULL)

@@ -1,15 +1,15 @@
-/* The commands that make one tree of others. */
+/* The commands merge, filter, diff and patch. */
 #include "patch.h"
 
 #include <errno.h>
 #include <nodetree/stringlist.h>
 
-/* Empties the arrays of the target where the source has one at the same path, whose elements
-   would be appended otherwise. */
+/* Empties the arrays of the target where the source has one at the same path, so that
+   merging replaces their elements. */
 static void empty_arrays(node *target, const node *source) {
   walk w = walk_start(source, false);
-  node *at = target;  /* what stands at the path of w.at, or of what is above that */
-  size_t missing = 0; /* the steps of the path that the target does not have */
+  node *at = target;  /* the node at the path of w.at, or the nearest one above it */
+  size_t missing = 0; /* how many nodes of the path are missing from there on */
   do {
     bool below = w.at != source;
     if (!w.leaving) {
@@ -38,8 +38,8 @@ static void print_merged(struct job *job, char **files) {
     if (source != NULL)
       node_merge(target, source);
   }
-  job->input_format = format; /* that of the file that --in-place changes */
-  /* A result that lacks a part may be taken for the whole. */
+  job->input_format = format; /* for --in-place, which changes this file */
+  /* An incomplete result could be mistaken for a complete one. */
   if (!job->failed && print_value(job, "", target))
     job->found = true;
   node_free(target);
@@ -81,14 +81,14 @@ static void answer_filter(struct job *job, node *value) {
 
 void run_filter(struct job *job, char **files) {
   if (job->option['i'] && job->option[OPTION_REMOVED]) {
-    complain(job, "--removed prints paths, which are no change to a file");
+    complain(job, "--removed prints paths and changes no file");
     return;
   }
   input_answer(job, files, answer_filter);
 }
 
-/* The trees are compared in full: prepared hashes would only pay for more than one
-   comparison, and two values of the same hash would count as equal. */
+/* Without prepared hashes, which pay off only for several comparisons and would make two
+   values with the same hash count as equal. */
 static void print_difference(struct job *job, const node *from, const node *to) {
   errno = 0;
   node *difference = node_diff(from, to);
@@ -122,7 +122,8 @@ void run_diff(struct job *job, char **files) {
 
 static void answer_patch(struct job *job, node *value) {
   node *root = value;
-  node_ref(root); /* the caller keeps its own, also when the whole value is replaced */
+  node_ref(
+      root); /* the caller keeps its own reference, even if the whole value is replaced */
   bool patched = job->option[OPTION_MERGE] ? merge_patch_apply(job, &root, job->expression)
                                            : patch_apply(job, &root, job->expression);
   if (patched && print_value(job, "", root))
@@ -138,7 +139,7 @@ void run_patch(struct job *job, char **files) {
     input_answer(job, files + 1, answer_patch);
   } else {
     job->input = input_name(*files);
-    complain(job, "holds no JSON Patch, which is an array of operations");
+    complain(job, "is not a JSON Patch, which is an array of operations");
   }
   node_free(job->expression);
 }

@@ -1,4 +1,4 @@
-/* The command that makes values of the lines that "flat" has made of them. */
+/* The command unflat. */
 #include <errno.h>
 #include <nodetree/json.h>
 #include <nodetree/string.h>
@@ -10,12 +10,12 @@
 #include "place.h"
 #include "tool.h"
 
-/* What a node of the tree is while lines come in; counted in its references, of which it has
-   no other use for then. */
+/* The state of a node while lines are read. It is stored in the reference count, which
+   is not needed for anything else meanwhile. */
 enum {
-  IMPLIED = 1, /* lines give what is in it; an array where their labels are those of one */
-  IS_OBJECT,   /* a line says that it is an object, others may give what is in it */
-  IS_WHOLE     /* a line gives it with all that is in it */
+  IMPLIED = 1, /* lines give its contents; an array if the names are those of one */
+  IS_OBJECT,   /* a line says that it is an object; others may give its contents */
+  IS_WHOLE     /* a line gives it with its contents */
 };
 
 static bool is_open(const node *n) {
@@ -46,9 +46,9 @@ static void release(node *root) {
 
 /* ---- Lines ---- */
 
-/* Whether nothing stands outside of strings that is in no value, or only in a comment. Behind
-   a "=" that belongs to a key there is such a thing, the "=" before the value, or a quote that
-   is left over. */
+/* Whether the text contains, outside of strings, only characters that JSON values have
+   there. After a "=" that belongs to the key there is always another one: the "=" before
+   the value, or a quote without a counterpart. */
 static bool may_be_value(const char *text) {
   bool in_string = false;
   for (; *text != '\0'; text++) {
@@ -60,7 +60,7 @@ static bool may_be_value(const char *text) {
   return !in_string;
 }
 
-/* The value, which is cut off the path in front of it; NULL where there is none. */
+/* The value of the line, which is cut after its path; NULL if there is none. */
 static const char *cut_value(char *line) {
   for (char *sign = strchr(line, '='); sign != NULL; sign = strchr(sign + 1, '=')) {
     if (may_be_value(sign + 1)) {
@@ -87,13 +87,13 @@ static const char *find_place(place *p, node *root, char *path) {
         return no_memory;
     }
     if (!is_open(parent))
-      return "lies in a value that another line gives";
+      return "gives a part of a value that another line gives";
     *p = (place){.parent = parent, .key = key, .present = node_object_get(parent, key)};
   }
   return NULL;
 }
 
-/* Consumes the value. */
+/* Takes over the value. */
 static const char *add_value(node **root, char *path, node *value) {
   place p;
   bool is_empty_object = node_is_object(value) && value->child_count == 0;
@@ -103,7 +103,7 @@ static const char *add_value(node **root, char *path, node *value) {
     set_state(p.present, IS_OBJECT);
   } else if (reason == NULL && p.present != NULL &&
              (p.present->refcount != IMPLIED || p.present->child_count != 0)) {
-    reason = "other lines give this value or what is in it";
+    reason = "gives a value that other lines give, completely or in part";
   } else if (reason == NULL) {
     if (!place_put(&p, root, value, false))
       return no_memory;
@@ -117,14 +117,15 @@ static const char *add_value(node **root, char *path, node *value) {
 static const char *add_line(node **root, char *line) {
   const char *text = *line == '/' ? cut_value(line) : NULL;
   if (text == NULL)
-    return "is no PATH=VALUE";
+    return "is not PATH=VALUE";
   node *value = json_parse_string(text);
   if (value != NULL)
     return add_value(root, line, value);
-  char *told = messages_take(); /* of a value that is none it says no more, but quotes it */
+  char *told =
+      messages_take(); /* the reason is not repeated: it says little, and quotes the value */
   bool tried = told != NULL && !string_suffixed(told, "JSON: out of memory");
   free(told);
-  return tried ? "has a value that is no JSON" : no_memory;
+  return tried ? "has a value that is not JSON" : no_memory;
 }
 
 /* ---- The value ---- */
@@ -153,7 +154,7 @@ static bool sort_by_labels(node *object) {
   return sorted;
 }
 
-/* The container that is to hold what is in the object; NULL without memory. */
+/* A new container for the object's contents; NULL when memory runs out. */
 static node *new_container(node *object) {
   if (object->refcount != IMPLIED || !has_labels(object))
     return node_new_object();
@@ -168,8 +169,8 @@ static bool add_child(node *container, const char *key, node *child) {
   return false;
 }
 
-/* Moves the first child of one container to the other. One that has children itself is made
-   anew instead, for these to follow: `*from` and `*to` go down to the two. */
+/* Moves the first child of one container to the other. For a child with children of its
+   own, a new container is made, and `*from` and `*to` go down to these two. */
 static bool move_child(node **from, node **to) {
   node *child = node_container_first(*from);
   if (is_open(child) && child->child_count != 0) {
@@ -190,7 +191,7 @@ static bool move_child(node **from, node **to) {
   return moved;
 }
 
-/* Makes the value of the objects that the lines have made, which are empty then. */
+/* Turns the objects that the lines have made, which are emptied, into the value. */
 static node *build(node *root) {
   node *made = new_container(root);
   node *from = root;
@@ -217,7 +218,7 @@ static node *build(node *root) {
 
 static const char *check_line(char *line, size_t length) {
   if (strlen(line) != length)
-    return "has a NUL";
+    return "contains a NUL";
   line[strcspn(line, "\n")] = '\0';
   return NULL;
 }
@@ -231,10 +232,11 @@ typedef struct lines {
   char *line;
   size_t room;
   size_t number;
-  bool ended; /* nothing more can be read */
+  bool ended; /* at the end, or after a failure */
 } lines;
 
-/* Reads those of one value, which a blank one ends; false, with a report, for wrong ones. */
+/* Reads the lines of one value, which a blank one ends. False, with a report, for a
+   wrong line. */
 static bool read_lines(struct job *job, lines *l, node **root) {
   const char *reason = NULL;
   ssize_t length;
@@ -275,7 +277,7 @@ static void answer_lines(struct job *job, lines *l) {
   if (value != root)
     node_free(value);
   release(root);
-  output_flush(job); /* reading on may wait for long */
+  output_flush(job); /* the next read may block for long */
 }
 
 static void unflatten(struct job *job, const char *name) {

@@ -1,4 +1,4 @@
-/* Values in the form that the options ask for. */
+/* Prints values in the form that the options choose. */
 #include "tool.h"
 
 #include <errno.h>
@@ -14,7 +14,7 @@ void print_label(struct job *job) {
     fprintf(output, "%zu:", job->number);
 }
 
-/* The text of a result as it grows, with all that stands on its line. */
+/* The text of a result, with its prefix and newline. */
 static buffer line;
 
 static bool add_json(struct job *job, const node *value, bool compact) {
@@ -92,6 +92,6 @@ bool print_allowed(struct job *job) {
   if (job->to != NODE_STREAM_MSGPACK || job->option[OPTION_FORCE] ||
       !isatty(fileno(output)))
     return true;
-  complain(job, "MessagePack is nothing for a terminal; --force writes it there");
+  complain(job, "MessagePack is not written to a terminal without --force");
   return false;
 }

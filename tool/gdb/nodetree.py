@@ -1,10 +1,10 @@
-"""Shows nodes in gdb as the values that they hold:  (gdb) source nodetree.py"""
+"""Shows nodes in gdb as their values:  (gdb) source nodetree.py"""
 
 import gdb
 import gdb.printing
 
 KINDS = "null object array integer real string boolean link".split()
-CHILDREN_AT_MOST = 1000000  # of a damaged list, which has no end
+CHILDREN_AT_MOST = 1000000  # a damaged list may have no end
 
 
 class NodePrinter:
@@ -59,7 +59,7 @@ class Nothing:
 
 
 def handle(value):
-    """What a Node, View or Ref of C++ holds or borrows."""
+    """The node of a Node, View or Ref of C++."""
     return NodePrinter(value["raw_"].dereference()) if value["raw_"] else Nothing()
 
 
