@@ -7,9 +7,8 @@
 namespace nodetree {
 namespace {
 
-// What the handlers return to the parser. Where memory runs out they leave it by a jump to
-// what called it, so none of their frames, which stand between the two, may own anything
-// then.
+// The results of the handlers. When memory runs out a handler leaves the parser by a jump,
+// so no frame between the two may own anything at that point.
 constexpr int go_on = 1;
 constexpr int cancel = 0;
 
@@ -30,8 +29,7 @@ int place_top_level(json_stream *stream, node *value) {
   return go_on;
 }
 
-// Takes over a new value. One that cannot be a member has the pending key behind it, and so
-// it waits again.
+// Takes over a new value. One that cannot be added as a member stays pending with its key.
 int place(json_stream *stream, node *value) {
   if (stream->depth == 0)
     return place_top_level(stream, value);
@@ -57,15 +55,15 @@ json_stream *stream_of(void *context) {
   return static_cast<json_stream *>(context);
 }
 
-// The same at the end of a text or number. Behind it come brackets and literals at most until
-// the next such end, and those do not matter to what is unfinished.
+// The same at the end of a text or number. Until the next one only brackets and literals
+// follow, which do not matter for what is unfinished.
 json_stream *at_token_end(void *context) {
   json_stream *stream = stream_of(context);
   stream->token_end = yajl_get_bytes_consumed(stream->parser);
   return stream;
 }
 
-// The node of a value: the one that waits with its name.
+// The node for a value: the pending one of a member, otherwise a new one.
 node *make(json_stream *stream, node_type kind) {
   node *made = stream->pending;
   if (!made) {
@@ -119,7 +117,7 @@ int on_string(void *context, const unsigned char *bytes, size_t length) {
   return place(stream, value);
 }
 
-// A name waits behind the node that is to have it, which saves a copy.
+// A name is stored with the node that will get it, which saves a copy.
 int on_map_key(void *context, const unsigned char *bytes, size_t length) {
   json_stream *stream = at_token_end(context);
   auto *name = reinterpret_cast<const char *>(bytes);

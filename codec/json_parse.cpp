@@ -32,7 +32,7 @@ void fail(json_stream *stream) {
   stream->tail.end_token();
 }
 
-// False when memory runs out, which is the parser's end: all later calls say so.
+// False when memory runs out. The parser is then gone, and all later calls fail as well.
 template <class Enter>
 bool enter_parser(json_stream *stream, Enter enter) {
   if (stream->memory.run(enter))
@@ -42,7 +42,8 @@ bool enter_parser(json_stream *stream, Enter enter) {
   return false;
 }
 
-// Runs the parser where the decimal sign is a point: what it returns, false without memory.
+// Runs the parser in a locale whose decimal sign is a point. Returns its result; false when
+// memory runs out.
 template <class Run>
 bool run_parser(json_stream *stream, Run run) {
   CNumericLocale locale;
@@ -58,7 +59,6 @@ bool report(const char *reason) {
   return false;
 }
 
-// Reports why the parser has refused the text.
 bool report(json_stream *stream, const unsigned char *text, size_t size) {
   unsigned char *reason = nullptr;
   if (!stream->parser || !enter_parser(stream, [&] {
@@ -82,9 +82,9 @@ bool feed(json_stream *stream, const unsigned char *text, size_t size) {
   return report(stream, text, size);
 }
 
-// The parser overlooks what is unfinished behind a value. A newline it does not, where that
-// is a string, which may hold none; and where it takes a bracket as well, that is in a
-// comment, for anywhere else nothing but white space may come.
+// The parser does not notice what is unfinished after a value. An unfinished string makes
+// it refuse a newline. If it accepts a bracket, it is inside a comment, because only white
+// space may follow a value.
 bool is_complete(yajl_handle parser) {
   static const unsigned char newline[] = {'\n'};
   static const unsigned char bracket[] = {']'};
@@ -112,7 +112,7 @@ json_stream *json_stream_new(node_value_callback callback, void *user_data) {
 
 bool json_stream_parse(json_stream *stream, const void *bytes, size_t size) {
   if (stream->locale)
-    return false; // called back by the parser, which cannot be entered twice
+    return false; // a call from the callback: the parser cannot be entered twice
   auto *text = static_cast<const unsigned char *>(bytes);
   JsonTail &tail = stream->tail;
   if (tail.hold_back(text, size))
@@ -123,7 +123,7 @@ bool json_stream_parse(json_stream *stream, const void *bytes, size_t size) {
   stream->token_end = no_token;
   if (!feed(stream, text, size))
     return false;
-  size_t begin = 0; // of what ends no text or number
+  size_t begin = 0; // of the part after the last text or number
   if (stream->token_end != no_token) {
     tail.end_token();
     begin = stream->token_end;

@@ -1,5 +1,5 @@
-// The parser of JSON and what its two halves share: the handlers that make a tree of its
-// events, and what feeds it.
+// The JSON parser, shared by its two halves: the handlers that build a tree from events,
+// and the functions that feed it.
 #ifndef NODETREE_CODEC_JSON_STREAM_HPP
 #define NODETREE_CODEC_JSON_STREAM_HPP
 
@@ -13,19 +13,19 @@
 #include <yajl/yajl_parse.h>
 
 struct json_stream {
-  yajl_handle parser; // lives in `memory`; NULL once there was too little
+  yajl_handle parser; // lives in `memory`; NULL after memory has run out
   unsigned depth;     // containers open at this point of the text
-  node *root;         // the top-level value being built, or without a callback the last one
+  node *root;         // the top-level value being built; without a callback, the last one
   node *current;      // the innermost open container
-  char *pending_key;  // the member name that waits for its value, NULL when none does
+  char *pending_key;  // the name of the member whose value comes next, otherwise NULL
   node_value_callback callback;
   void *user_data;
-  // The fields above keep their places; new ones come below.
-  bool name_repeated; // the open object has the pending key already
+  // The fields above keep their offsets; new ones go below.
+  bool name_repeated; // the open object already has the pending key
   nodetree::YajlMemory memory;
-  node *pending; // the node with the pending key behind it, NULL when none waits
+  node *pending; // the node that is stored with the pending key, otherwise NULL
   nodetree::CNumericLocale *locale; // in force while the parser runs, otherwise NULL
-  nodetree::JsonTail tail;          // what the chunks so far leave unfinished
+  nodetree::JsonTail tail;          // the token that the chunks so far leave unfinished
   size_t token_end; // where in the chunk the last text or number ends, or no_token
 };
 
@@ -33,7 +33,7 @@ namespace nodetree {
 
 constexpr std::size_t no_token = SIZE_MAX;
 
-// The handlers; their context is the stream.
+// The context of the handlers is the stream.
 extern const yajl_callbacks json_handlers;
 
 } // namespace nodetree

@@ -17,8 +17,8 @@ using namespace nodetree;
 namespace nodetree {
 namespace {
 
-// The text so far, a short one without a block of its own. What is written once there is no
-// memory is dropped.
+// The text so far. A short one needs no block of its own. After memory has run out,
+// everything written is dropped.
 class Output {
 public:
   ~Output() {
@@ -34,7 +34,7 @@ public:
     }
   }
 
-  // The whole text, ended; NULL when there was no memory for it.
+  // The whole text with its final NUL; NULL if memory has run out.
   char *take() {
     if (failed_)
       return nullptr;
@@ -47,7 +47,7 @@ public:
   }
 
 private:
-  // Makes room for so many bytes and the end.
+  // Makes room for `size` bytes and the final NUL.
   bool grow(size_t size) {
     const size_t room = std::max(room_ * 2, length_ + size + 1);
     void *moved = nullptr;
@@ -73,7 +73,7 @@ class Generator {
 public:
   ~Generator() { memory_.release(); }
 
-  // NULL when memory runs out. The generator needs none later.
+  // NULL when memory runs out. The generator allocates nothing later.
   yajl_gen start(Output &output, bool compact) {
     yajl_gen generator = nullptr;
     yajl_alloc_funcs memory = memory_.functions();
@@ -94,7 +94,7 @@ yajl_gen_status write_text(yajl_gen generator, const char *text) {
                          std::strlen(text));
 }
 
-// The value itself; of a container, its opening.
+// Writes a value; for a container, only its beginning.
 yajl_gen_status write_value(yajl_gen generator, const node *n) {
   switch (n->type) {
   case NODE_OBJECT:
@@ -110,10 +110,10 @@ yajl_gen_status write_value(yajl_gen generator, const node *n) {
   case NODE_BOOLEAN:
     return yajl_gen_bool(generator, n->value.boolean);
   case NODE_NULL:
-  case NODE_LINK: // met only where it is dangling
+  case NODE_LINK: // a dangling one: the walk follows all others
     return yajl_gen_null(generator);
   }
-  return yajl_gen_in_error_state; // an unknown kind, as the report will tell
+  return yajl_gen_in_error_state; // an unknown kind, which the report names
 }
 
 yajl_gen_status write_entered(yajl_gen generator, const ExpandingWalk &walk) {
@@ -143,7 +143,7 @@ const char *reason_of(yajl_gen_status status) {
   }
 }
 
-// Why the walk cannot go on, NULL when it has come to its end. After the first refusal the
+// Returns why the tree cannot be written, NULL at its end. After the first refusal the
 // generator must not be called again: past its depth limit it would write outside its
 // state.
 const char *write_tree(yajl_gen generator, ExpandingWalk &walk) {

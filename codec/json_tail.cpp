@@ -7,7 +7,7 @@
 namespace nodetree {
 namespace {
 
-// Scanning a shorter token again costs less than holding would.
+// Rescanning a shorter token costs less than holding it back.
 constexpr std::size_t long_token = 32;
 
 bool is_digit(unsigned char byte) {
@@ -19,7 +19,8 @@ bool is_hex_digit(unsigned char byte) {
   return is_digit(byte) || (lower >= 'a' && lower <= 'f');
 }
 
-// Bytes that only continue a string. Most of what is held back are such, hence the table.
+// Bytes that only continue a string. A table, because most bytes that are held back are of
+// this kind.
 constexpr auto plain = [] {
   std::array<bool, 256> table{};
   for (unsigned byte = ' '; byte < table.size(); byte++)
@@ -75,7 +76,7 @@ bool JsonToken::read_byte(unsigned char byte) {
     return read_in_string(byte);
   case State::escape:
     return read_escape(byte);
-  case State::number: // its few other bytes are not worth telling from its end
+  case State::number: // its few other bytes may be treated like its end
     return is_digit(byte);
   case State::slash:
     return enter(byte == '*' ? State::block_comment : State::line_comment);
@@ -120,7 +121,7 @@ bool JsonTail::hold_back(const unsigned char *bytes, std::size_t size) {
   if (!held_)
     held_ = static_cast<unsigned char *>(std::malloc(fed));
   if (!held_)
-    return false; // slower, but it goes on
+    return false; // slower, but still correct
   std::copy_n(bytes, size, held_ + held_size_);
   held_size_ += size;
   token_ = next;

@@ -8,12 +8,12 @@
 
 namespace nodetree {
 
-/* The token or comment that stands unfinished where a text ends so far. What the parser
-   reports is not looked at here: an end that it reports by an event (that of every number
-   and string) or as an error is the caller's to tell. */
+/* The token or comment that is unfinished at the end of the text so far. What the parser
+   reports is not looked at here: an end that it reports by an event (that of every
+   number and string) or as an error is the caller's to tell. */
 struct JsonToken {
   enum class State : unsigned char {
-    none, // between tokens, or in a literal, which is never long
+    none, // between tokens, or in a literal, which is always short
     string,
     escape,
     number,
@@ -23,17 +23,17 @@ struct JsonToken {
     block_comment_star
   };
   State state;
-  unsigned char hex_digits; // still due of a \u escape
-  std::size_t length;       // how much of it has come
+  unsigned char hex_digits; // still missing from a \u escape
+  std::size_t length;       // the bytes of the token so far
 
-  // Reads the bytes up to the first that may end or break the token: whether there is none.
+  // Reads bytes until one may end or break the token; true if none does.
   bool is_continued_by(const unsigned char *bytes, std::size_t size) {
     return read(bytes, size, false);
   }
   void read_all(const unsigned char *bytes, std::size_t size) { read(bytes, size, true); }
 
 private:
-  // Each says whether the token goes on, as far as the bytes have been read.
+  // Each returns whether the token goes on after the bytes that it read.
   bool read(const unsigned char *bytes, std::size_t size, bool all);
   bool read_byte(unsigned char byte);
   bool read_in_string(unsigned char byte);
@@ -55,21 +55,21 @@ public:
     std::size_t size;
   };
 
-  // Whether the bytes are held back. Otherwise the parser is to get what take_held() returns,
+  // Whether the bytes are held back. Otherwise feed the parser what take_held() returns,
   // and then these bytes.
   bool hold_back(const unsigned char *bytes, std::size_t size);
   Held take_held();
 
-  // Notes bytes that the parser was given and that brought no event.
+  // Records bytes that the parser has read without an event.
   void note_fed(const unsigned char *bytes, std::size_t size) {
     token_.read_all(bytes, size);
   }
-  // An event, or the end of all parsing: no token is open.
+  // After an event, or at the end of parsing: no token is open.
   void end_token() { token_ = {}; }
 
 private:
   JsonToken token_;
-  unsigned char *held_; // has room for as much as the parser has of the token
+  unsigned char *held_; // as large as the part of the token that the parser has
   std::size_t held_size_;
 };
 

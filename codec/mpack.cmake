@@ -1,6 +1,6 @@
-# Where <mpack.h> comes from: our own layer, or an MPack that the builder names by its folder
-# (a source tree, an amalgamation or an installation). Another library installs a header of
-# the same name, so what it declares decides.
+# Where <mpack.h> comes from: our own layer, or an MPack whose folder the builder names (a
+# source tree, an amalgamation or an installation). Another library installs a header of the
+# same name, so the declarations are checked.
 set(NODETREE_MPACK_DIR "" CACHE PATH
   "Folder of an MPack source or installation to use instead of codec/mpack")
 
@@ -17,7 +17,7 @@ if(NOT mpack_include)
   message(FATAL_ERROR "NODETREE_MPACK_DIR: no mpack.h in ${NODETREE_MPACK_DIR}")
 endif()
 
-# Extensions are values like others for the codec; without this MPack refuses them.
+# The codec handles extensions like other values; without this MPack refuses them.
 set(mpack_definitions MPACK_EXTENSIONS=1)
 
 include(CheckCSourceCompiles)
@@ -42,7 +42,7 @@ endif()
 
 file(GLOB mpack_sources ${mpack_include}/mpack*.c)
 if(mpack_sources)
-  # Built as it comes, with warnings and visibility of its own.
+  # Built without our warning options, and with hidden symbols.
   add_library(nodetree_mpack OBJECT ${mpack_sources})
   set_target_properties(nodetree_mpack PROPERTIES
     POSITION_INDEPENDENT_CODE ON C_VISIBILITY_PRESET hidden)

@@ -6,7 +6,7 @@
 namespace nodetree {
 namespace {
 
-// The chunks that the reader has not asked for yet, one behind the other.
+// The bytes that the reader has not asked for yet.
 struct Chunks {
   char *bytes;
   std::size_t begin;
@@ -34,7 +34,7 @@ void release(mpack_tree_t *tree) {
   std::free(chunks_of(tree));
 }
 
-// Makes room for so many bytes behind those that wait.
+// Makes room for `size` more bytes.
 bool reserve(Chunks *chunks, std::size_t size) {
   if (chunks->begin == chunks->end)
     chunks->begin = chunks->end = 0;

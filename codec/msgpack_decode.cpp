@@ -9,7 +9,7 @@
 #include <nodetree/log.h>
 #include <nodetree/msgpack.h>
 
-#ifdef MPACK_VERSION // MPack's own header, which has no chunks
+#ifdef MPACK_VERSION // MPack's own header, without mpack_tree_add_chunk()
 #include "codec/mpack_chunks.hpp"
 #endif
 
@@ -19,8 +19,8 @@ struct msgpack_stream {
   mpack_tree_t tree;
   node_value_callback callback;
   void *user_data;
-  size_t decoded; // the bytes of all messages before the next
-  bool decoding;  // a call is under way
+  size_t decoded; // the size of all messages so far
+  bool decoding;  // inside msgpack_stream_decode()
 };
 
 namespace nodetree {
@@ -28,8 +28,8 @@ namespace {
 
 constexpr size_t longest_key = 127;
 
-// One message being turned into nodes. Containers wait on a stack for their children and go
-// into their own container when they have them all.
+// Turns one message into nodes. Incomplete containers are on a stack; a complete one is put
+// into its own container.
 class Conversion {
 public:
   explicit Conversion(mpack_tree_t *tree) : tree_(tree) {}
@@ -40,8 +40,8 @@ public:
   Conversion(const Conversion &) = delete;
   Conversion &operator=(const Conversion &) = delete;
 
-  // The whole tree; NULL where there is none or the message is refused, which is an error of
-  // its tree.
+  // The whole tree; NULL if the message has no node form or is refused. A refusal is an
+  // error of the MPack tree.
   node *run() {
     Value root = make(mpack_tree_root(tree_), "");
     if (root.children == 0)
@@ -69,7 +69,7 @@ public:
   }
 
 private:
-  // A new node, NULL for none, and how many children it is still to get.
+  // A new node, NULL for none, and the number of its children, which are not converted yet.
   struct Value {
     mpack_node_t source;
     node *made;
@@ -83,17 +83,17 @@ private:
     size_t next; // the child to convert next
   };
 
-  // What a member is held under.
+  // The key of a pair.
   struct Key {
     std::string_view text;
     bool is_text;
 
-    // As much of it as a name may have.
+    // Cut to the length limit of names.
     std::string_view name() const { return text.substr(0, longest_key); }
   };
 
-  // How far the children of a container are converted: up to one that has children itself,
-  // or all. (Or nobody will get any of them.)
+  // The state of a container: it has reached a child with children, it is complete, or the
+  // message is refused.
   enum class Progress { opened, complete, refused };
 
   bool failed() const { return mpack_tree_error(tree_) != mpack_ok; }
@@ -124,7 +124,7 @@ private:
     return Progress::complete;
   }
 
-  // Puts a finished value, the last one converted, into its container. False when the message
+  // Puts a finished value, the last one converted, into its container. False if the message
   // is refused.
   bool put(const Container &container, node *made) {
     if (container.made->type != NODE_ARRAY)
@@ -156,7 +156,7 @@ private:
     return {{mpack_node_str(source), mpack_node_strlen(source)}, true};
   }
 
-  // The node of a value, of a container an empty one; none too when the message is refused.
+  // The node for a value, empty for a container. Also none if the message is refused.
   Value make(mpack_node_t source, std::string_view name) {
     Value value{source, node_make(NODE_NULL, name), 0};
     if (!value.made)
@@ -167,7 +167,8 @@ private:
     return {source, nullptr, 0};
   }
 
-  // Gives a new node the value; false where it cannot have it, with nothing to release.
+  // Sets the value of a new node. False if it cannot have the value; there is then nothing
+  // to release.
   bool fill(Value &value) {
     node *made = value.made;
     mpack_node_t source = value.source;
@@ -179,7 +180,7 @@ private:
       made->type = NODE_BOOLEAN;
       return true;
     case mpack_type_int:
-    case mpack_type_uint: // which may be one that does not fit
+    case mpack_type_uint: // which may be too large for a node
       made->value.integer = mpack_node_i64(source);
       made->type = NODE_INTEGER;
       return !failed();
@@ -209,7 +210,7 @@ private:
     }
   }
 
-  // Takes a new node over until it has its children. False when memory runs out.
+  // Takes over a new node until it has all its children. False when memory runs out.
   bool open(const Value &value) {
     if (open_.push({value.source, value.made, value.children, 0}))
       return true;
@@ -218,7 +219,7 @@ private:
     return false;
   }
 
-  // Whether a text can be a name; one that cannot fails the message.
+  // Whether a text can be a name; if not, the message is refused.
   bool is_name(const Key &key) {
     if (key.text.size() > longest_key)
       mpack_tree_flag_error(tree_, mpack_error_too_big);
@@ -237,7 +238,7 @@ const char *error_text(mpack_tree_t *tree) {
   return mpack_error_to_string(mpack_tree_error(tree));
 }
 
-// Whether the bytes that have come could be read.
+// Decodes the available bytes. False, with a report, on errors.
 bool decode_available(msgpack_stream *stream) {
   while (mpack_tree_try_parse(&stream->tree)) {
     const size_t size = mpack_tree_size(&stream->tree);
@@ -274,7 +275,7 @@ msgpack_stream *msgpack_stream_new(node_value_callback callback, void *user_data
 
 bool msgpack_stream_decode(msgpack_stream *stream, const void *bytes, size_t size) {
   if (stream->decoding)
-    return false; // called back with a message of the tree that would be read over
+    return false; // a call from the callback: it would overwrite the message being delivered
   if (!mpack_tree_add_chunk(&stream->tree, static_cast<const char *>(bytes), size)) {
     log_msg(LOG_ERR, "Error adding MessagePack data to stream: %s\n",
             error_text(&stream->tree));

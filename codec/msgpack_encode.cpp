@@ -9,13 +9,13 @@ using namespace nodetree;
 namespace nodetree {
 namespace {
 
-// One tree being written.
+// Writes one tree.
 class Encoding {
 public:
   Encoding(const node *top, mpack_writer_t *writer)
       : walk_(const_cast<node *>(top), true, links_), writer_(writer) {}
 
-  // Whether all of it has a form in MessagePack.
+  // False, with a report, if some node has no MessagePack form.
   bool run() {
     for (;; walk_.advance()) {
       switch (walk_.step()) {
@@ -43,7 +43,7 @@ private:
     write_value(walk_.at());
   }
 
-  // The value itself; of a container, its head.
+  // Writes a value; for a container, only its head.
   void write_value(const node *n) {
     switch (n->type) {
     case NODE_OBJECT:
@@ -59,7 +59,7 @@ private:
     case NODE_BOOLEAN:
       return mpack_write_bool(writer_, n->value.boolean);
     case NODE_NULL:
-    case NODE_LINK: // met only where it is dangling
+    case NODE_LINK: // a dangling one: the walk follows all others
       return mpack_write_nil(writer_);
     }
     log_msg(LOG_ERR, "Unhandled node type for MessagePack encode: %s",
@@ -107,7 +107,7 @@ bool msgpack_encode(const node *n, char **data, size_t *size) {
   if (!Encoding(n, &writer).run())
     mpack_writer_flag_error(&writer, mpack_error_data);
   mpack_error_t error = mpack_writer_destroy(&writer);
-  if (error != mpack_ok && error != mpack_error_data) // which has been told
+  if (error != mpack_ok && error != mpack_error_data) // already reported
     log_msg(LOG_ERR, "Failed to encode MessagePack: %s", mpack_error_to_string(error));
   return error == mpack_ok;
 }

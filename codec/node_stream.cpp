@@ -4,7 +4,7 @@
 #include <nodetree/msgpack.h>
 #include <nodetree/node_stream.h>
 
-// At most one of the decoders exists; which one is the format.
+// At most one of the decoders exists, according to the format.
 struct node_stream {
   json_stream *json;
   msgpack_stream *msgpack;

@@ -5,7 +5,7 @@
 
 namespace nodetree {
 
-// A block that is in the list stays there when it cannot be resized.
+// A block that cannot be resized stays in the list.
 void *YajlMemory::resize(Block *block, std::size_t size) {
   void *resized = nullptr;
   if (size <= SIZE_MAX - sizeof(Block))

@@ -7,15 +7,16 @@
 
 namespace nodetree {
 
-/* The memory of one yajl parser or generator. yajl does not look whether it gets any, so
-   where there is none its call is left by a jump, and as what it was working on is not
-   whole then, everything it has is released here. Zero-filled holds nothing. */
+/* The memory of one yajl parser or generator. yajl does not check its allocations, so a
+   failed one leaves the call by a jump. What yajl was working on is then inconsistent,
+   so all its blocks are listed and released here. A zero-filled object holds nothing. */
 class YajlMemory {
 public:
   yajl_alloc_funcs functions() { return {allocate, reallocate, release_block, this}; }
 
-  // Runs `enter`, which calls yajl: false when memory ran out. No frame between it and what
-  // yajl calls may have to be left in order. yajl must not be called again then.
+  // Runs `enter`, which calls yajl. False when memory ran out: yajl must not be called
+  // again. A jump skips all frames between this one and yajl's callbacks, so none may need
+  // a destructor.
   template <class Enter>
   bool run(Enter enter) {
     if (setjmp(exit_) != 0)
@@ -24,16 +25,16 @@ public:
     return true;
   }
 
-  // For what yajl calls back: ends run(), where memory ran out.
+  // For yajl's callbacks: leaves run() because memory ran out.
   [[noreturn]] void run_out() { std::longjmp(exit_, 1); }
 
-  // What yajl has is gone.
+  // Releases all blocks of yajl.
   void release();
 
 private:
   struct alignas(std::max_align_t) Block {
     Block *next;
-    Block **place; // what points to this block
+    Block **place; // the pointer to this block
   };
 
   void *resize(Block *block, std::size_t size);

@@ -1,4 +1,4 @@
-// How the bytes of a MessagePack value begin.
+// The first bytes of MessagePack values.
 #ifndef NODETREE_CODEC_MPACK_FORM_HPP
 #define NODETREE_CODEC_MPACK_FORM_HPP
 
@@ -9,12 +9,12 @@
 
 namespace nodetree {
 
-// What a value's first byte says.
+// The meaning of a value's first byte.
 struct Form {
   mpack_type_t type;
-  std::uint8_t head;  // bytes before the value's body or children
-  std::uint8_t width; // of those the bytes of its number (or length)
-  std::int8_t number; // that number, when the width is 0
+  std::uint8_t head;  // the number of bytes before the value's body or children
+  std::uint8_t width; // how many of them hold its number or length
+  std::int8_t number; // the number itself if the width is 0
 };
 
 inline constexpr Form long_forms[] = {
@@ -54,9 +54,9 @@ inline constexpr auto forms = [] {
   return table;
 }();
 
-// The number behind a first byte, carrying its sign into all 64 bits where it has one.
+// The number after a first byte, sign-extended to 64 bits if it is signed.
 inline std::uint64_t number_at(const unsigned char *bytes, const Form &form) {
-  if (form.width == 8) // as that of every real
+  if (form.width == 8) // as the bits of a real with 64 bits
     return load_big_endian<std::uint64_t>(bytes);
   bool sign = form.type == mpack_type_int;
   switch (form.width) {

@@ -13,12 +13,12 @@ static_assert(sizeof(Waiting) == sizeof(Record)); // waiting children are copied
 
 constexpr std::size_t no_container = SIZE_MAX;
 
-// What a tree begins with, and how much of it may stay unused between messages.
+// The initial sizes, and how much unused memory may be kept between messages.
 constexpr std::size_t smallest_buffer = 4096;
 constexpr std::size_t fewest_records = 64;
 constexpr std::size_t most_spare_bytes = 65536;
 
-// Resizes a block of `room` items to hold `wanted` of them. False, with all as it was, when
+// Resizes a block of `room` items to `wanted` items. False, with nothing changed, when
 // memory runs out.
 template <class Item>
 bool resize(Item *&block, std::size_t &room, std::size_t wanted) {
@@ -30,8 +30,8 @@ bool resize(Item *&block, std::size_t &room, std::size_t wanted) {
   return true;
 }
 
-// Room for the children of a container in the newest page or, in proportion to what has been
-// read, a new one. NULL when memory runs out.
+// Takes room for the children of a container from the newest page, or from a new one whose
+// size is in proportion to the bytes read. NULL when memory runs out.
 Record *take_records(mpack_tree_t *tree, std::size_t count) {
   mpack_page_t *page = tree->pages;
   if (!page || page->room - page->count < count) {
@@ -55,8 +55,8 @@ void release_pages(mpack_page_t *pages) {
   }
 }
 
-// Reads on in the bytes that have come. The state that every value changes is kept here, at
-// hand, and put back into the tree at the end.
+// Reads the available bytes. State that every value changes is kept here, for speed, and
+// stored in the tree at the end.
 class Reading {
 public:
   explicit Reading(mpack_tree_t *tree)
@@ -83,8 +83,8 @@ private:
   std::size_t position() const { return static_cast<std::size_t>(at_ - start_); }
   std::size_t count() const { return static_cast<std::size_t>(next_ - tree_->waiting); }
 
-  // Reads the next value, of a container the head. False when that is not all there, at the
-  // end of the message and when there is an error.
+  // Reads the next value, for a container its head. False if bytes are missing, at the end
+  // of the message, and on errors.
   bool read_value() {
     const Form &form = forms[*at_];
     const mpack_type_t type = form.type;
@@ -117,7 +117,7 @@ private:
     return --missing_ != 0 || close_completed();
   }
 
-  // Notes how many bytes must have come before the next value can be read.
+  // Records how many bytes must be available to read the next value.
   bool wait_for(std::uint64_t size) {
     tree_->needed = position() + size;
     return false;
@@ -128,7 +128,7 @@ private:
     return false;
   }
 
-  // Room in proportion to what has been read, never to what that announces.
+  // The room is in proportion to the bytes read, never to the lengths that they announce.
   bool grow() {
     const std::size_t used = count();
     if (!resize(tree_->waiting, tree_->waiting_room,
@@ -139,7 +139,7 @@ private:
     return true;
   }
 
-  // The container just read misses so many children.
+  // Opens the container just read.
   bool open(std::uint64_t children) {
     next_[1].open = {open_, missing_};
     open_ = count();
@@ -148,8 +148,8 @@ private:
     return true;
   }
 
-  // Closes the containers that the value just read completes. False when it was the last one
-  // of the message, and without memory.
+  // Closes the containers that the value just read completes. False at the end of the
+  // message, and when memory runs out.
   bool close_completed() {
     do {
       if (open_ == no_container) {
@@ -175,14 +175,14 @@ private:
   const unsigned char *start_;
   const unsigned char *at_;
   const unsigned char *end_;
-  Waiting *next_; // where the next value goes
+  Waiting *next_; // the place of the next value
   Waiting *limit_;
   std::size_t open_;
   std::uint64_t missing_;
 };
 
-// Forgets the current message and begins the one behind it. A page as small messages need is
-// kept for that.
+// Drops the current message and begins the next one. One page of the usual size is kept for
+// it.
 void begin_message(mpack_tree_t *tree) {
   mpack_page_t *page = tree->pages;
   if (page && page->room * sizeof(Record) <= most_spare_bytes) {
@@ -202,15 +202,15 @@ void begin_message(mpack_tree_t *tree) {
   tree->missing = 1; // the message
 }
 
-// Moves what waits to the front of the buffer, which costs each byte one move at most: until
-// the message that it belongs to is complete it stays there.
+// Moves the unread message to the front of the buffer. Each byte is moved at most once,
+// because it stays there until its message is complete.
 void move_to_front(mpack_tree_t *tree) {
   if (tree->message != tree->buffer && tree->available != 0)
     std::memmove(tree->buffer, tree->message, tree->available);
   tree->message = tree->buffer;
 }
 
-// Gives most of a block back when it has become far too large for what is used of it.
+// Shrinks a block of which only a small part is used.
 template <class Item>
 void trim(Item *&block, std::size_t &room, std::size_t used, std::size_t fewest) {
   if (room * sizeof(Item) > most_spare_bytes && used < room / 4)

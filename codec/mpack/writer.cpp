@@ -29,7 +29,7 @@ bool grow(mpack_writer_t *writer, std::size_t count) {
   return true;
 }
 
-// Whether there is room for so many bytes more, which a writer with an error never has.
+// Makes room for `size` more bytes. Always false after an error.
 bool reserve(mpack_writer_t *writer, std::size_t count) {
   if (writer->error != mpack_ok)
     return false;
@@ -41,7 +41,7 @@ void put_byte(mpack_writer_t *writer, unsigned byte) {
   *writer->end++ = static_cast<char>(byte);
 }
 
-// The first byte of a form and the number behind it.
+// Writes the first byte of a form and the number after it.
 template <class Unsigned>
 void put(mpack_writer_t *writer, unsigned tag, Unsigned number) {
   put_byte(writer, tag);
@@ -49,8 +49,8 @@ void put(mpack_writer_t *writer, unsigned tag, Unsigned number) {
   writer->end += sizeof number;
 }
 
-// The first bytes of the forms that a length can have; `shortest` with lengths below `limit`
-// in it, `byte` 0 where there is no such form.
+// The first bytes of the forms for a length. `shortest` contains lengths below `limit`;
+// `byte` is 0 if there is no such form.
 struct LengthForms {
   unsigned shortest, limit, byte, two_bytes, four_bytes;
 };
@@ -58,7 +58,7 @@ constexpr LengthForms text_forms{0xa0, 32, 0xd9, 0xda, 0xdb};
 constexpr LengthForms array_forms{0x90, 16, 0, 0xdc, 0xdd};
 constexpr LengthForms map_forms{0x80, 16, 0, 0xde, 0xdf};
 
-// Needs room for the largest head.
+// There must be room for the largest head.
 void put_length(mpack_writer_t *writer, const LengthForms &forms, std::uint32_t length) {
   if (length < forms.limit)
     put_byte(writer, forms.shortest | length);
