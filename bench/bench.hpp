@@ -1,5 +1,5 @@
-// What the files of the benchmarks share: what a library under comparison offers, and how a
-// measurement is added.
+// The declarations shared by the benchmarks: the functions of a library under comparison,
+// and how to add a measurement.
 #pragma once
 
 #include <charconv>
@@ -15,30 +15,31 @@ struct json_t;
 
 namespace bench {
 
-// One function for each thing that is timed, on trees that only the library itself looks
-// into; NULL for what it takes no part in.
+// One function for each operation that is timed, on trees of the library's own type; NULL
+// if the library does not take part.
 struct library {
   const char *name;
   bool packed = false; // it reads and writes MessagePack, not JSON
   void *(*parse)(std::string_view text) = nullptr; // NULL when the text does not parse
   void (*release)(void *tree) = nullptr;
   std::size_t (*write)(void *tree) =
-      nullptr; // makes the compact text and drops it: its length
+      nullptr; // makes the compact text, drops it and returns its length
   bool (*lookup)(void *tree, const char *path) = nullptr; // "/member/0/..."
   void *(*copy)(void *tree) = nullptr;
   bool (*equal)(void *a, void *b) = nullptr;
-  // Parses a request, looks at its fields, makes the answer and drops both: its length.
+  // Parses a request, reads its fields, makes the answer and drops both. Returns the
+  // answer's length.
   std::size_t (*answer)(std::string_view request) = nullptr;
-  // Reads a text that arrives in pieces of that size; the values are dropped.
+  // Reads a text in pieces of this size and drops the values.
   bool (*stream)(std::string_view text, std::size_t piece) = nullptr;
 };
 
 extern const library nodetree_json, nodetree_msgpack, jansson, jsonc, cjson, nlohmann,
     msgpackc;
-extern const library floor_tree, floor_msgpack; // the least that any tree has to do
+extern const library floor_tree, floor_msgpack; // the least work that any tree has to do
 extern const library floor_events;              // yajl's parser alone
 
-// The thread's own time: what the machine does besides does not count.
+// The thread's own time, so that other load on the machine does not count.
 using seconds = std::chrono::duration<double>;
 inline seconds now() {
   timespec time{};
@@ -46,7 +47,7 @@ inline seconds now() {
   return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
-// The time that `count` runs take together; a run that gives false ends the measurement.
+// The total time of `count` runs. A run that returns false ends the measurement.
 template <typename Body>
 [[gnu::noinline]] seconds measured(std::size_t count, Body body) {
   const seconds start = now();
@@ -61,13 +62,13 @@ template <typename Body>
 void add(const std::string &document, const std::string &row, const std::string &column,
          std::function<seconds()> run);
 
-// The difference as node_diff() has it, of which nothing is copied.
+// The difference that node_diff() returns, with references instead of copies.
 json_t *jansson_diff(const json_t *from, json_t *to);
 
-// The work on whole trees: rules, merge, filter, difference.
+// The operations on whole trees: rules, merge, filter, difference.
 void add_tree_rows(const std::string &configuration);
 
-// The node at a path, in a library that has no lookup by path: `step` gives the child that a
+// The node at a path, for a library without lookup by path. `step` returns the child that a
 // segment names, or NULL.
 template <typename Tree, typename Step>
 Tree *find(Tree *top, std::string_view path, Step step) {

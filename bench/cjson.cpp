@@ -27,7 +27,7 @@ std::size_t stringify(void *tree) {
 
 bool lookup(void *tree, const char *path) {
   return find(tree_of(tree), path, [](const cJSON *at, std::string_view segment) {
-           static std::string name; // member names have to be terminated
+           static std::string name; // member names must end with a NUL
            name = segment;
            return cJSON_IsObject(at) != 0
                       ? cJSON_GetObjectItemCaseSensitive(at, name.c_str())

@@ -1,7 +1,7 @@
-// The floors of the comparison: yajl's parser alone, and the cheapest tree that its events can
-// be turned into and written from: one zeroed record of a full-featured tree's size a value,
-// one copy a name and a text, all linked in lists; no index, no labels, no checks. The same
-// tree is made of MessagePack.
+// The floors of the comparison: yajl's parser alone, and the cheapest tree that can be
+// built from its events and written. It has one zeroed record for each value, as large as
+// that of a full-featured tree, and one copy of each name and text, all linked in lists,
+// without index, labels or checks. The same tree is built from MessagePack.
 #include "bench.hpp"
 
 #include <bit>
@@ -21,14 +21,14 @@ enum class kind { null, boolean, integer, real, string, array, object };
 
 struct record {
   record *next, *first, *last, *parent;
-  char *name; // of a member
+  char *name;
   kind type;
   union {
     long long integer;
     double real;
     char *text;
   };
-  char rest[136]; // indexes and counters that a full-featured tree keeps
+  char rest[136]; // stands for the indexes and counters of a full-featured tree
 };
 
 char *copy_text(const void *text, std::size_t size) {
@@ -42,7 +42,7 @@ const unsigned char *bytes_of(const char *text) {
   return static_cast<const unsigned char *>(static_cast<const void *>(text));
 }
 
-// Each of its functions is a handler of yajl's events and gives 1 to go on.
+// The functions are handlers of yajl's events; 1 means go on.
 struct builder {
   record *root = nullptr, *current = nullptr; // the innermost open container
   char *next_name = nullptr;
@@ -73,7 +73,7 @@ struct builder {
   int close() { return current = current->parent, 1; }
 };
 
-// Every kind has its handler, or yajl would skip the conversion of numbers.
+// Every kind has a handler: without one yajl would not convert numbers.
 struct nothing {
   int scalar(kind, long long) { return 1; }
   int real(double) { return 1; }
@@ -137,7 +137,7 @@ void duplicate(const record *value, builder &out) {
   if (value->type == kind::string) {
     out.string(value->text, std::strlen(value->text));
   } else if (value->type < kind::array) {
-    out.scalar(value->type, value->integer); // a real's bits, too
+    out.scalar(value->type, value->integer); // also the bits of a real
   } else {
     out.open(value->type);
     for (const record *child = value->first; child != nullptr; child = child->next)
@@ -179,13 +179,13 @@ std::size_t stringify(void *tree) {
   const unsigned char *text = nullptr;
   std::size_t size = 0;
   yajl_gen_get_buf(generator, &text, &size);
-  std::free(copy_text(text, size)); // the caller's own
+  std::free(copy_text(text, size)); // the copy that the caller gets
   yajl_gen_free(generator);
   return size;
 }
 
-// The forms of MessagePack that JSON needs. Those with a number behind the tag stand in groups
-// by its width.
+// The MessagePack forms that JSON needs. Those with a number after the tag are grouped by
+// its width.
 struct unpacker {
   const char *at;
   builder &out;
@@ -216,7 +216,7 @@ struct unpacker {
 
   std::uint64_t number(unsigned width) {
     std::uint64_t bytes = 0;
-    std::memcpy(&bytes, at, sizeof bytes); // the text has room behind it
+    std::memcpy(&bytes, at, sizeof bytes); // there is room after the text
     at += width;
     return be64toh(bytes) >> (64 - 8 * width);
   }

@@ -55,7 +55,7 @@ std::size_t answer(std::string_view text) {
   return length;
 }
 
-// The difference of two trees as node_diff() has it, of which nothing is copied.
+// The difference that node_diff() returns, with references instead of copies.
 
 json_t *diff_child(const json_t *from, json_t *to) {
   if (from == nullptr)
@@ -63,7 +63,7 @@ json_t *diff_child(const json_t *from, json_t *to) {
   return to == nullptr ? json_null() : jansson_diff(from, to);
 }
 
-// Consumes the entry; NULL is none.
+// Takes over the entry; NULL adds nothing.
 void add_entry(json_t *&result, const char *key, json_t *entry) {
   if (entry == nullptr)
     return;

@@ -21,8 +21,8 @@ void release(void *tree) {
   json_object_put(tree_of(tree));
 }
 
-// The text stays with the tree and its buffer is used again, and a parsed real is written
-// as the text that it was parsed from: this library does less here than the others.
+// The tree keeps the buffer of the text and reuses it, and writes a parsed real as the text
+// it was parsed from. So this library does less work here than the others.
 std::size_t stringify(void *tree) {
   std::size_t length = 0;
   const char *text =

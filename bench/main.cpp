@@ -1,11 +1,11 @@
-// Compares nodetree with other libraries on the JSON files given as arguments. The machine's
-// speed is not of interest, only the ratios: all measurements are taken in turns, many times
-// over, and report.py compares their medians.
+// Compares nodetree with other libraries on the JSON files given as arguments. Only the
+// ratios matter, not the speed of the machine: all measurements are taken in turns, many
+// times, and report.py compares their medians.
 //
 //   nodetree_bench [OPTIONS OF GOOGLE BENCHMARK] CONFIGURATION [FILE...]
 //   nodetree_bench --once 'DOCUMENT|ROW|COLUMN' CONFIGURATION [FILE...]
 //
-// The second form runs one cell once, for a profiler: `measured` is the function to look at.
+// The second form runs one cell once, for a profiler; profile the function `measured`.
 #include "bench.hpp"
 
 #include <algorithm>
@@ -34,10 +34,10 @@ constexpr std::size_t network_piece = 1500;
 
 struct document {
   std::string name, text, packed;
-  std::vector<std::string> paths; // of leaves, evenly spread
+  std::vector<std::string> paths; // of evenly spread leaves
 };
 
-// Whether the path means the same in every library, each with its own escapes and steps.
+// Whether the path means the same in every library, whatever its escapes and special steps.
 bool is_plain(std::string_view path) {
   return path.find_first_of("~*.") == path.npos && path.find("//") == path.npos &&
          path.back() != '/';
@@ -56,7 +56,7 @@ document load(const std::string &path) {
   if (!tree || !msgpack_encode(tree.get(), &message, &size))
     throw std::runtime_error(path + " is not JSON");
   result.packed.assign(message, size);
-  result.packed.append(8, '\0'); // see the floor's unpacker
+  result.packed.append(8, '\0'); // room for the floor's unpacker
   std::free(message);
 
   std::vector<std::string> leaves;
@@ -96,7 +96,7 @@ private:
 
 void add_library(const document &doc, const library &lib) {
   const std::string &text = lib.packed ? doc.packed : doc.text;
-  // Small documents are taken several times over, for the clock's sake.
+  // Small documents are repeated, because the clock is too coarse for one run.
   const std::size_t count =
       std::max<std::size_t>(1, (512 << 10) / std::max<std::size_t>(1, text.size()));
   auto row = [&](const char *name, std::function<seconds()> run) {
@@ -137,7 +137,7 @@ void add_library(const document &doc, const library &lib) {
       return measured(count,
                       [&](std::size_t) { return lib.equal((*pair)[0], (*pair)[1]); });
     });
-  if (lib.stream) // of MessagePack beside the whole message at once
+  if (lib.stream) // for MessagePack in the same row as the whole message
     add(doc.name, lib.packed ? "decode" : "JSON in pieces",
         lib.packed ? "in pieces" : lib.name, [&] {
           return measured(1, [&](std::size_t) { return lib.stream(text, network_piece); });
@@ -218,8 +218,8 @@ void add(const std::string &document, const std::string &row, const std::string 
 
 int main(int argc, char **argv) {
   using namespace bench;
-  // Memory stays in the heap once it has been got. Otherwise a large share of every time
-  // would be the kernel's, for handing out and clearing pages.
+  // Keep freed memory in the heap. Otherwise a large part of every time would be the
+  // kernel's, for mapping and clearing pages.
   mallopt(M_MMAP_MAX, 0);
   mallopt(M_TRIM_THRESHOLD, INT_MAX);
   try {

@@ -6,7 +6,7 @@
 namespace bench {
 namespace {
 
-// Objects in a zone; texts are not copied, they point into the message.
+// Objects in a zone. Texts are not copied but point into the message.
 void *decode(std::string_view bytes) {
   auto result = std::make_unique<msgpack_unpacked>();
   msgpack_unpacked_init(result.get());

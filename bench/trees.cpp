@@ -1,6 +1,6 @@
-// Measures the work on whole trees, each piece against what one would write without it:
-// evaluation, merge, filter and difference on two configurations of about 1 MB that differ
-// in one leaf.
+// Measures the operations on whole trees, each against the code that one would write
+// without it: evaluation, merge, filter and difference, on two configurations of about 1 MB
+// that differ in one leaf.
 #include "bench.hpp"
 
 #include <cstdlib>
@@ -40,7 +40,7 @@ tree parse(const std::string &text) {
   return checked(tree(json_parse_buffer(text.data(), text.size())));
 }
 
-// A condition compiled once by jq, for the same input again and again.
+// A condition that jq compiles once and evaluates many times.
 struct jq_condition {
   jq_condition(const std::string &program, const std::string &text)
       : input(jv_parse_sized(text.data(), static_cast<int>(text.size()))) {
@@ -55,7 +55,7 @@ struct jq_condition {
   jv input;
 };
 
-// The two configurations in each library, and the paths in them that are asked for.
+// The two configurations in each library, and the paths that are looked up in them.
 struct inputs {
   explicit inputs(const std::string &configuration) : text(configuration), changed(text) {
     char &digit = changed.at(changed.find("\"port\": ", changed.size() / 2) + 8);

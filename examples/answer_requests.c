@@ -1,6 +1,5 @@
 /*
- * The answers of serve without its loop: standard input and output take the place of a
- * connection.
+ * The answers of serve without its loop: standard input and output replace the connection.
  *
  *     answer_requests examples/data/booking_rules.json < examples/data/bookings.json
  */
@@ -32,17 +31,18 @@ static bool write_out(output *out) {
   return written;
 }
 
-/* A request that the input ends inside of gets no answer. */
+/* A request that is cut short by the end of the input gets no answer. */
 static bool serve(int fd) {
   const limits at_most = {.value_bytes = 65536, .values_at_once = 4096};
   output out = {.bytes = NULL};
   talk *t = talk_new(&out, &at_most);
   bool served = t != NULL;
-  char chunk[4096]; /* read() fills in what has arrived, without waiting for more */
+  char chunk[4096]; /* read() returns what has arrived, without waiting for more */
   ssize_t size;
   while (served && (size = read(fd, chunk, sizeof chunk)) != 0) {
     if (size > 0) {
-      served = talk_take(t, chunk, (size_t)size); /* the log tells why not */
+      served =
+          talk_take(t, chunk, (size_t)size); /* the log contains the reason for a failure */
       served = write_out(&out) && served;
     } else if (errno != EINTR) {
       perror("standard input");

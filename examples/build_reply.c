@@ -5,9 +5,9 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-/* A container takes over what is put into it. If it refuses, because it has the key already
-   or memory ran out, the child is still ours. One helper takes care of that everywhere, and
-   of constructors that returned NULL. */
+/* A container takes over a child that is added. If it refuses the child, because it
+   already has the key or memory runs out, the child is still ours. This helper handles
+   that, and constructors that returned NULL. */
 static bool put(node *object, const char *key, node *child) {
   if (node_object_add(object, key, child))
     return true;
@@ -22,11 +22,11 @@ static bool append(node *array, node *child) {
   return false;
 }
 
-/* A link names its target by a path. This one starts at the root, which is what the empty
-   first segment says. JSON knows no links: it gets what the link leads to. */
+/* A link names its target by a path. The empty first segment makes this path start at
+   the root. JSON has no links: the target is written in place of the link. */
 static node *link_to_departure(const char *position) {
   char **path = sl_new("", "departures", position);
-  node *link = node_new_link(path); /* which holds a copy */
+  node *link = node_new_link(path); /* the link has a copy of the path */
   sl_free(path);
   return link;
 }
@@ -43,8 +43,8 @@ static node *departure(const char *harbour, int hour, int minute, int64_t seats)
 }
 
 static bool fill(node *reply) {
-  /* Put a container in first and fill it where it is: then the reply owns everything, and a
-     failure leaves only the reply to be freed. */
+  /* Add a container first and fill it afterwards: the reply then owns everything, and
+     after a failure only the reply has to be freed. */
   node *departures = node_new_array();
   return put(reply, "status", node_new_string("ok")) &&
          put(reply, "next", link_to_departure("1")) &&
@@ -62,7 +62,7 @@ int main(void) {
     return EXIT_FAILURE;
   }
 
-  /* A key that is taken is refused: replacing takes two steps. */
+  /* A key that is already there is refused, so replacing a member takes two steps. */
   if (put(reply, "status", node_new_string("late")))
     return EXIT_FAILURE;
   node_object_del(reply, "status");

@@ -1,5 +1,5 @@
 /*
- * Reads settings from a JSON file. Each has a default for files that do not mention it.
+ * Reads settings from a JSON file. Each has a default in case the file does not contain it.
  *
  *     read_config examples/data/service.json
  */
@@ -8,9 +8,9 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-/* A lookup finds a node or NULL, and a getter gives its default for a node of another kind.
-   So a setting is there, or it is not, or it is wrong: ask for its kind to tell the last
-   two apart. What is found stays in the tree: nothing here is to be freed. */
+/* A lookup returns a node or NULL, and a getter returns 0 or NULL for a node of another
+   kind. So a setting can be present, missing or wrong: ask for its kind to distinguish
+   the last two. The nodes stay in the tree; do not free them. */
 static const char *text_setting(const node *config, const char *path,
                                 const char *fallback) {
   const node *n = node_lookup(config, path);
@@ -34,7 +34,7 @@ static int64_t integer_setting(const node *config, const char *path, int64_t fal
   return node_get_integer(n);
 }
 
-/* JSON writes 2 and 2.0 alike to most people: where either will do, take both kinds. */
+/* Most people see no difference between 2 and 2.0 in JSON: accept both kinds. */
 static double seconds_setting(const node *config, const char *path, double fallback) {
   const node *n = node_lookup(config, path);
   if (n == NULL)
@@ -48,7 +48,8 @@ int main(int argc, char **argv) {
     return EXIT_FAILURE;
   }
 
-  /* The library is silent until a log is open. Debug output tells why a file was not read.
+  /*
+   * The library logs nothing until a log is open. The log says why a file was not read.
    */
   log_open_stderr();
   log_set_debug(true);
@@ -63,14 +64,14 @@ int main(int argc, char **argv) {
   printf("write timeout  %g s (default)\n",
          seconds_setting(config, "/server/timeouts/write", 10));
 
-  /* The children of a container, in the order of the file. A path may start at any node. */
+  /* Iterates in the order of the file. A path may start at any node. */
   const node *upstreams = node_lookup(config, "/upstreams");
   for (const node *n = upstreams != NULL ? node_container_first(upstreams) : NULL;
        n != NULL; n = node_container_next(upstreams, n))
     printf("upstream       %s, %" PRId64 " retries\n", text_setting(n, "name", "unnamed"),
            integer_setting(n, "retries/count", 0));
 
-  node_free(config); /* and everything in it */
+  node_free(config); /* with everything in it */
   log_close();
   return EXIT_SUCCESS;
 }

@@ -9,7 +9,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-/* The name is always there. Whatever else may be absent is a pointer, NULL if it is. */
+/* The name is always present. Optional fields are pointers, NULL if absent. */
 typedef struct ferry {
   char *name;
   char *remark;
@@ -19,8 +19,8 @@ typedef struct ferry {
   char **stops;
 } ferry;
 
-/* The operations of every type have the same shape, so one list of the fields will do for
-   all that goes through them. */
+/* Every type has the same operations, so one list of the fields is enough for all
+   functions. */
 #define FERRY_FIELDS(FIELD)                                                                \
   FIELD(str, name)                                                                         \
   FIELD(strn, remark)                                                                      \
@@ -49,8 +49,8 @@ static node *ferry_into_node(const ferry *f) {
   return NULL;
 }
 
-/* Fills a record that is all NULL. A member that is missing leaves its field so; each of a
-   wrong kind is reported, so we go on after the first. */
+/* Fills a record that is all NULL. A missing member leaves its field NULL. Every member
+   of a wrong kind is reported, so we go on after the first. */
 static bool ferry_from_node(ferry *f, const node *n) {
   bool sound = true;
   const node *member = NULL;
@@ -65,7 +65,7 @@ static bool ferry_from_node(ferry *f, const node *n) {
   return sound && f->name != NULL;
 }
 
-/* Also after a failure: a cell may have been made before its node proved wrong. */
+/* Also needed after a failure: fields before the wrong one are set. */
 static void ferry_deinit(ferry *f) {
   free(f->name);
   free(f->remark);
@@ -102,7 +102,7 @@ static void print(const ferry *f) {
 
 int main(int argc, char **argv) {
   log_open_stderr();
-  log_set_debug(true); /* the level of the reports about wrong kinds */
+  log_set_debug(true); /* wrong kinds are reported at debug level */
   node *n = argc > 1 ? json_parse_string(argv[1]) : example_node();
 
   ferry f = {.name = NULL};

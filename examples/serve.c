@@ -4,10 +4,11 @@
  *     serve --socket /run/bookings.sock --rules examples/data/booking_rules.json
  *     serve --port 7000 --rules rules.json --log syslog --lock /run/bookings.lock --user nobody
  *
- * Requests follow each other on a connection, in JSON or MessagePack, and are answered in the
- * same encoding and in order. Systemd may pass the listening socket (LISTEN_FDS). SIGHUP reads
- * the rules again; SIGTERM and SIGINT end the service once what has arrived is answered. All
- * that a client could use up has a limit: see usage() and serve.h.
+ * A connection carries any number of requests, in JSON or MessagePack, which are answered
+ * in the same encoding and in order. Systemd may pass the listening socket (LISTEN_FDS).
+ * SIGHUP reads the rules again. SIGTERM and SIGINT end the service after it has answered
+ * the requests that have arrived. Every resource that a client could exhaust has a limit:
+ * see usage() and serve.h.
  */
 #include "serve.h"
 
@@ -32,13 +33,12 @@
 #include <unistd.h>
 
 typedef struct connection {
-  struct connection *earlier, *later; /* in the order of the last activity */
-  talk *
-      talk; /* NULL when nothing more is taken in: what waits is written, then the end told */
+  struct connection *earlier, *later; /* in the order of their last activity */
+  talk *talk; /* NULL after the last input: what is left is written, then `end_told` */
   output out;
   int fd;
-  uint32_t events; /* what the loop waits for */
-  bool end_told;   /* what still comes is dropped until the client ends, too */
+  uint32_t events; /* the events that the loop waits for */
+  bool end_told;   /* shut down; input is dropped until the client closes too */
   time_t active;
 } connection;
 
@@ -48,9 +48,9 @@ typedef struct service {
   limits at_most;
   int epoll, listener, signals, lock_fd;
   size_t connections;
-  connection ring; /* its neighbours are the least and the most recently active */
+  connection ring;               /* between the least and the most recently active one */
   bool accepting, ending, bound; /* bound: the socket at the path is ours */
-  time_t warned, accept_again;   /* when descriptors had run out */
+  time_t warned, accept_again;   /* for the case that descriptors run out */
 } service;
 
 enum { MAX_EVENTS = 256, LAST_WORDS_SECONDS = 5 };
@@ -61,7 +61,7 @@ static time_t now(void) {
   return time.tv_sec;
 }
 
-/* ---- Bytes that wait ---- */
+/* ---- Bytes to be written ---- */
 
 bool output_append(output *out, const void *bytes, size_t size) {
   if (out->room - out->size < size) {
@@ -91,7 +91,7 @@ static bool write_out(connection *c) {
       return errno == EAGAIN;
     c->out.sent += (size_t)sent;
   }
-  free(c->out.bytes); /* thousands of connections are idle: they keep nothing */
+  free(c->out.bytes); /* thousands of idle connections keep no buffer */
   c->out = (output){.bytes = NULL};
   return true;
 }
@@ -112,7 +112,7 @@ static void touch(service *s, connection *c) {
 static void hang_up(service *s, connection *c) {
   c->earlier->later = c->later;
   c->later->earlier = c->earlier;
-  close(c->fd); /* which takes it out of the epoll set, too */
+  close(c->fd); /* also removes it from the epoll set */
   talk_free(c->talk);
   free(c->out.bytes);
   free(c);
@@ -120,10 +120,11 @@ static void hang_up(service *s, connection *c) {
   s->accept_again = 0;
 }
 
-/* Waits for what the connection needs next. False when it is over. */
+/* Selects the events that the connection needs next. False if it is finished. */
 static bool wait_for(const service *s, connection *c) {
   if (c->talk == NULL && !c->end_told && waiting(c) == 0) {
-    /* Closing now could take the last answer back, if something unread has come. */
+    /* Closing now would reset the connection if there is unread input, and the client
+       could lose the last answer. */
     if (shutdown(c->fd, SHUT_WR) != 0)
       return false;
     c->end_told = true;
@@ -143,7 +144,8 @@ static void end_talk(connection *c) {
   c->talk = NULL;
 }
 
-/* Takes in what has come, all of it when the service ends. False when the client is gone. */
+/* Reads what has arrived, all of it if the service is ending. False if the client is
+   gone. */
 static bool read_in(const service *s, connection *c) {
   static char bytes[16384];
   do {
@@ -154,14 +156,14 @@ static bool read_in(const service *s, connection *c) {
       return errno == EAGAIN;
     if (size == 0 && c->end_told)
       return false;
-    /* A client that has ended may still read. */
+    /* A client that has shut down its side may still read. */
     if (size == 0 || (c->talk != NULL && !talk_take(c->talk, bytes, (size_t)size)))
       end_talk(c);
   } while (s->ending && c->talk != NULL && waiting(c) <= s->at_most.waiting_bytes);
   return true;
 }
 
-/* False when the connection is over. */
+/* False if the connection is finished. */
 static bool take_in(service *s, connection *c, uint32_t events) {
   if ((events & (EPOLLIN | EPOLLHUP | EPOLLERR)) == 0 || read_in(s, c))
     return true;
@@ -169,7 +171,8 @@ static bool take_in(service *s, connection *c, uint32_t events) {
   return false;
 }
 
-/* Only a client that takes answers is active: a byte of a request now and then is not enough. */
+/* Only a client that takes answers counts as active; sending a byte now and then is not
+   enough. */
 static void give_out(service *s, connection *c) {
   size_t before = waiting(c);
   bool there = write_out(c) && wait_for(s, c);
@@ -232,7 +235,7 @@ static void accept_some(service *s) {
 static int listen_at(service *s) {
   const char *handed = getenv("LISTEN_FDS"), *pid = getenv("LISTEN_PID");
   if (handed != NULL && atoi(handed) == 1 && pid != NULL && atol(pid) == (long)getpid()) {
-    /* A socket that accepts nothing would be ready for ever, and the loop spin. */
+    /* While nothing can be accepted, the socket stays ready and the loop would spin. */
     int accepts = 0;
     socklen_t size = sizeof accepts;
     bool good = getsockopt(3, SOL_SOCKET, SO_ACCEPTCONN, &accepts, &size) == 0;
@@ -250,7 +253,8 @@ static int listen_at(service *s) {
   }
   if (local) {
     memcpy(path.sun_path, s->socket_path, strlen(s->socket_path) + 1);
-    /* Left by a service that was killed: the lock file tells whether one runs. */
+    /* A socket left by a service that was killed: the lock file shows whether one is
+       running. */
     struct stat left;
     if (lstat(path.sun_path, &left) == 0 && S_ISSOCK(left.st_mode))
       unlink(path.sun_path);
@@ -273,7 +277,7 @@ static int listen_at(service *s) {
 static void begin_to_end(service *s) {
   time_t enough = now() + LAST_WORDS_SECONDS;
   s->ending = true;
-  accept_some(s); /* what has connected may have asked, too */
+  accept_some(s); /* clients that have connected may already have sent requests */
   epoll_ctl(s->epoll, EPOLL_CTL_DEL, s->listener, NULL); /* systemd may keep it open */
   close(s->listener);
   s->listener = -1;
@@ -300,7 +304,7 @@ static void take_signals(service *s) {
     begin_to_end(s);
 }
 
-/* Ends what had been idle for too long at that time. */
+/* Ends the connections that had been idle for too long at this time. */
 static void end_idle(service *s, time_t time) {
   time_t allowed = s->ending ? LAST_WORDS_SECONDS : (time_t)s->at_most.idle_seconds;
   for (connection *c = s->ring.later; c != &s->ring; c = s->ring.later) {
@@ -317,19 +321,19 @@ static void run(service *s) {
       set_accepting(s, s->connections < s->at_most.connections && now() >= s->accept_again);
     int timeout = s->connections > 0 || s->accept_again != 0 ? 1000 : -1;
     int count = epoll_wait(s->epoll, events, MAX_EVENTS, timeout);
-    time_t heard = now(); /* a round may take long: who spoke up meanwhile is not idle */
+    time_t heard = now(); /* before the round: who is active during it is not idle */
     bool signalled = false;
     int served = 0;
     for (int i = 0; i < count; i++) {
       if (events[i].data.ptr == &s->signals)
-        signalled = true; /* last, as it may end connections that have events here */
+        signalled = true; /* last: it may end connections with events in this round */
       else if (events[i].data.ptr == &s->listener)
         accept_some(s);
       else if (take_in(s, events[i].data.ptr, events[i].events))
         events[served++].data.ptr = events[i].data.ptr;
     }
-    /* All answers of a round are written together: a client that waits for several is woken up
-       once, and the code that makes answers stays in the cache. */
+    /* All answers of a round are written together: a client that waits for several is
+       woken up once, and the code that makes answers stays in the cache. */
     for (int i = 0; i < served; i++)
       give_out(s, events[i].data.ptr);
     end_idle(s, heard);
@@ -346,7 +350,7 @@ static bool open_log(const char *name) {
   else if (strcmp(name, "syslog") == 0)
     log_open_syslog("serve", LOG_PID);
   else if (log_open_file(name, "a") != NULL)
-    setvbuf(log_file, NULL, _IOLBF, BUFSIZ); /* lines do not wait for others */
+    setvbuf(log_file, NULL, _IOLBF, BUFSIZ); /* writes each line at once */
   else {
     fprintf(stderr, "serve: %s: %s\n", name, strerror(errno));
     return false;
@@ -366,7 +370,7 @@ static int start(service *s) {
   sigaddset(&signals, SIGTERM);
   sigaddset(&signals, SIGINT);
   sigprocmask(SIG_BLOCK, &signals, NULL);
-  signal(SIGPIPE, SIG_IGN); /* of a log that nobody reads */
+  signal(SIGPIPE, SIG_IGN); /* the log may go to a pipe that nobody reads */
   if (s->lock != NULL) {
     errno = EWOULDBLOCK;
     if (file_write_is_locked(s->lock) || (s->lock_fd = file_write_lock(s->lock)) == -1)
@@ -410,7 +414,6 @@ static int usage(FILE *out) {
   return out == stdout ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
-/* A number of 1 or more. */
 static bool read_number(const char *text, size_t *number) {
   int value = 0;
   bool good = string_to_int(text, &value) && value > 0;
@@ -446,7 +449,7 @@ int main(int argc, char **argv) {
                        &s.at_most.idle_seconds};
   bool good = true;
   enum { TEXTS = sizeof texts / sizeof *texts };
-  int index = 0; /* of the option: first come the texts, then the numbers */
+  int index = 0; /* of the option: first those with texts, then those with numbers */
   for (int kind; (kind = getopt_long(argc, argv, "", options, &index)) != -1;)
     if (kind == 'h')
       return usage(stdout);

@@ -1,6 +1,6 @@
 /*
- * The two halves of serve: serve.c moves bytes and enforces the limits, a handler understands
- * the bytes. serve_bookings.c is the handler of this example.
+ * The two halves of serve: serve.c moves bytes and enforces the limits, a handler
+ * interprets the bytes. serve_bookings.c is the handler of this example.
  */
 #ifndef SERVE_H
 #define SERVE_H
@@ -8,32 +8,32 @@
 #include <stdbool.h>
 #include <stddef.h>
 
-/* Bytes that wait to be written: from `sent` to `size` of them. */
+/* Bytes to be written: those from `sent` to `size` are left. */
 typedef struct output {
   char *bytes;
   size_t sent, size, room;
 } output;
 
-/* False when memory runs out; then nothing has been appended. */
+/* False, with nothing appended, when memory runs out. */
 bool output_append(output *out, const void *bytes, size_t size);
 
 typedef struct limits {
-  size_t value_bytes;    /* of one value, to within the bytes that one read() gives */
-  size_t values_at_once; /* that one read() completes */
-  size_t waiting_bytes;  /* answers that wait; while there are more nothing is read */
+  size_t value_bytes;    /* of one value; may be exceeded by the bytes of one read() */
+  size_t values_at_once; /* completed by one read() */
+  size_t waiting_bytes;  /* unsent answers; nothing is read while there are more */
   size_t connections;
-  size_t idle_seconds; /* without an answer that the client takes */
+  size_t idle_seconds; /* without taking an answer */
 } limits;
 
-/* Reads the rules, at the start and again at SIGHUP. False, with the old ones in force, where
-   that fails. NULL releases them. */
+/* Reads the rules, at the start and at SIGHUP. On failure returns false and keeps the
+   old rules. NULL releases them. */
 bool handler_load(const char *rules);
 
-/* What the handler knows of one connection, whose answers go to `out`. NULL when memory runs
-   out. */
+/* The handler's state of one connection. Answers go to `out`. NULL when memory runs out. */
 typedef struct talk talk;
 talk *talk_new(output *out, const limits *at_most);
-/* Takes bytes in. False ends the connection once its answers have been written. */
+/* Processes received bytes. False ends the connection after its answers have been
+   written. */
 bool talk_take(talk *t, const char *bytes, size_t size);
 void talk_free(talk *t);
 

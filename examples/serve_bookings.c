@@ -1,7 +1,7 @@
 /*
- * The answers of serve: requests to book a passage are checked by rules, moved into a record and
- * answered in the encoding that they came in. The answer names the faults of a request. A fault
- * of the connection ends it, after an answer that says why.
+ * The answers of serve: requests to book a passage are checked by rules, moved into a
+ * record and answered in their own encoding. The answer names the faults of a request. A
+ * fault of the connection ends it, after an answer that says why.
  */
 #include "serve.h"
 
@@ -13,14 +13,14 @@ struct talk {
   node_stream *stream;
   output *out;
   const limits *at_most;
-  size_t pending; /* bytes since the last value was complete */
-  size_t values;  /* that the bytes at hand have completed */
-  bool failed;    /* an answer could not be given */
+  size_t pending; /* bytes since the last complete value */
+  size_t values;  /* completed by the current bytes */
+  bool failed;    /* an answer could not be written */
 };
 
 typedef struct booking {
   char *from, *to;
-  int64_t *seats; /* may be absent */
+  int64_t *seats; /* NULL if absent */
 } booking;
 
 static node *rules;
@@ -52,7 +52,7 @@ static bool tell(node *errors, const char *message) {
   return false;
 }
 
-/* False when memory runs out, here and below; an error that got lost would let the request
+/* False when memory runs out, here and below: if an error were lost, the request would
    pass. */
 static bool check(node *request, node *errors) {
   bool told = true;
@@ -68,7 +68,7 @@ static bool check(node *request, node *errors) {
   return told;
 }
 
-/* What is wrong with the fields, or NULL. */
+/* Returns what is wrong with the fields, or NULL. */
 static const char *take_fields(const node *request, booking *b) {
   const node *seats = node_object_get(request, "seats");
   if (!str_from_node(&b->from, node_object_get(request, "from")))
@@ -102,13 +102,13 @@ static bool send_answer(talk *t, const node *answer) {
   if (!node_stream_encode(t->stream, answer, &data, &size))
     return false;
   if (is_json)
-    data[size++] = '\n'; /* in the place of the NUL, which belongs to the buffer */
+    data[size++] = '\n'; /* replaces the NUL, which is inside the buffer */
   bool sent = output_append(t->out, data, size);
   free(data);
   return sent;
 }
 
-/* An answer with what is wrong with the connection. */
+/* Sends what is wrong with the connection. */
 static void send_error(talk *t, const char *message) {
   node *answer = node_new_object(), *errors = node_new_array();
   if (put(answer, "errors", errors) && tell(errors, message))
@@ -117,13 +117,12 @@ static void send_error(talk *t, const char *message) {
   log_msg(LOG_INFO, "a connection ends: %s", message);
 }
 
-/* Runs inside node_stream_decode() with a request's last byte. The request is ours. */
+/* Called by node_stream_decode() when a request is complete. The request is ours. */
 static void answer_request(node *request, void *user_data) {
   talk *t = user_data;
   t->pending = 0;
   if (++t->values <= t->at_most->values_at_once && !t->failed) {
-    errno =
-        0; /* a rule or a conversion without memory looks like one that fails otherwise */
+    errno = 0; /* later ENOMEM if a rule or a conversion ran out of memory */
     node *answer = node_new_object(), *errors = node_new_array();
     bool done = put(answer, "errors", errors);
     if (done && !node_is_object(request))

@@ -3,9 +3,9 @@
  *
  *     settings_c examples/data/service.json /server/port=9443 /limits/burst
  *
- * PATH=VALUE sets the value at the path, and makes it if it is missing; a value that is not JSON
- * is a text. PATH alone removes the value. With -w as the first argument the file itself is
- * changed.
+ * PATH=VALUE sets the value at the path and creates it if it is missing; a value that is
+ * not JSON is taken as a string. PATH alone removes the value. With -w as the first
+ * argument the file itself is changed.
  */
 #include <nodetree.h>
 #include <stdio.h>
@@ -17,7 +17,7 @@ static int complain(const char *what, const char *why) {
   return EXIT_FAILURE;
 }
 
-/* One change, which is cut in two; false for what cannot be made. */
+/* Makes one change, whose text is cut in two. False on failure. */
 static bool edit(node *config, char *change) {
   char *sign = strchr(change, '=');
   if (sign == NULL) {
@@ -36,7 +36,7 @@ static bool edit(node *config, char *change) {
     node_free(value);
     return false;
   }
-  node_clear(at); /* or an object would be folded into the one that is there */
+  node_clear(at); /* otherwise an object would be merged into the present one */
   node_merge(at, value);
   return true;
 }
@@ -47,14 +47,14 @@ static int run(node *config, const node *before, const char *file, char **change
     if (!edit(config, *changes))
       return complain(*changes, "cannot be changed");
 
-  const node *port = node_lookup(config, "/server/port"); /* perhaps nothing */
+  const node *port = node_lookup(config, "/server/port"); /* may be NULL */
   const int64_t number = port == NULL ? 80 : node_get_integer(port);
   if (port != NULL && (!node_is_integer(port) || number < 0 || number > UINT16_MAX))
     return complain("/server/port", "not the number of a port");
 
   node *difference = node_diff(before, config);
   if (difference != NULL)
-    node_fprint(difference, stdout); /* nothing stands for what was removed */
+    node_fprint(difference, stdout); /* removed values are not in the difference */
   node_free(difference);
   const node *host = node_lookup(config, "/server/host");
   printf("listens on %s port %d\n",

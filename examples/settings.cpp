@@ -3,9 +3,9 @@
  *
  *     settings_cpp examples/data/service.json /server/port=9443 /limits/burst
  *
- * PATH=VALUE sets the value at the path, and makes it if it is missing; a value that is not JSON
- * is a text. PATH alone removes the value. With -w as the first argument the file itself is
- * changed.
+ * PATH=VALUE sets the value at the path and creates it if it is missing; a value that is
+ * not JSON is taken as a string. PATH alone removes the value. With -w as the first
+ * argument the file itself is changed.
  */
 #include <cstdio>
 #include <cstdlib>
@@ -18,7 +18,7 @@ static int complain(const char *what, const char *why) {
   return EXIT_FAILURE;
 }
 
-// One change; false for what cannot be made.
+// Makes one change. False on failure.
 static bool edit(Node &config, std::string_view change) {
   const std::size_t sign = change.find('=');
   const std::string_view path = change.substr(0, sign);
@@ -46,13 +46,13 @@ int main(int argc, char **argv) {
     if (!edit(*config, argv[i]))
       return complain(argv[i], "cannot be changed");
 
-  const nodetree::View port = config->lookup("/server/port"); // perhaps nothing
+  const nodetree::View port = config->lookup("/server/port"); // may have no node
   if (port && !port.value<std::uint16_t>())
     return complain("/server/port", "not the number of a port");
 
   const Node difference = before.diff(*config);
   if (difference)
-    difference.fprint(stdout); // nothing stands for what was removed
+    difference.fprint(stdout); // removed values are not in the difference
   std::printf("listens on %s port %d\n",
               config->lookup("/server/host").value_or("localhost").data(),
               port.value_or(80));

@@ -1,5 +1,5 @@
 /*
- * Validates a configuration by rules that are in a file of their own, not in the program.
+ * Validates a configuration by rules that are in a file, not in the program.
  *
  *     validate examples/data/rules.json examples/data/service.json
  *
@@ -13,11 +13,11 @@
 enum { STATUS_VALID = 0, STATUS_BROKEN = 1, STATUS_TROUBLE = 2 };
 
 static bool holds(node *rule, node *config) {
-  char *error = NULL; /* a message that is left here is ours, with or without a result */
+  char *error = NULL; /* a message is ours, with or without a result */
   node *result = expr_eval(rule, config, &error);
-  bool valid = expr_coerce_bool(result); /* a NULL is not true */
+  bool valid = expr_coerce_bool(result); /* false for NULL */
   if (!valid) {
-    /* A message begins with the path of the operation that failed, and so with the name of
+    /* A message begins with the path of the failed operation, and so with the name of
        the rule. */
     if (error != NULL)
       puts(error);

@@ -1,18 +1,18 @@
 /*
- * Finds the values that a pattern matches and walks through everything below them.
- * A pattern is a path in which "*" stands for every child.
+ * Finds the values that a pattern matches and walks through their subtrees. In a pattern,
+ * "*" stands for every child.
  */
 #include <nodetree.h>
 #include <stdio.h>
 #include <stdlib.h>
 
-/* Prints the leaves at and below a node. The walk visits the node itself first, then
-   whatever has no children. It keeps no state but the cursor, at any depth. */
+/* Prints the leaves at and below a node. The iteration visits the node itself first,
+   then all nodes without children. Its only state is the cursor, at any depth. */
 static bool print_leaves(node *top) {
   for (node *n = top; n != NULL; n = node_iterate_within(top, n)) {
     if (node_is_container(n))
       continue;                /* the top, or an empty container */
-    char *path = node_path(n); /* made for us, so ours to free */
+    char *path = node_path(n); /* a new text, ours to free */
     if (path == NULL)
       return false;
     printf("  %s (%s)\n", path, node_type_to_string(n));
@@ -32,8 +32,8 @@ int main(int argc, char **argv) {
   if (tree == NULL)
     return EXIT_FAILURE;
 
-  /* The list is ours, the nodes in it belong to the tree. No match is no list, and no list
-     is an empty one. */
+  /* The list is ours, the nodes in it belong to the tree. Without a match there is no
+     list (NULL), which reads like an empty one. */
   void **matches = node_lookup_glob(tree, argv[2]);
   printf("%zu matches\n", vl_len(matches));
   bool printed = true;

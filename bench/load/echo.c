@@ -1,4 +1,4 @@
-/* The floor of serve: what comes goes back as it is. */
+/* The floor of serve: sends back what it receives. */
 #include "serve.h"
 
 #include <stdlib.h>

@@ -1,5 +1,5 @@
-/* What serve answers, on jansson: the rules are written out in C, as it has none. JSON only; an
-   object that has not come whole is parsed again with what comes next. */
+/* The answers of serve, with jansson. It has no rules, so they are written out in C.
+   JSON only; an incomplete object is parsed again when more bytes arrive. */
 #include "serve.h"
 
 #include <jansson.h>
@@ -8,7 +8,7 @@
 
 struct talk {
   output *out;
-  char *bytes; /* that no object has been made of yet */
+  char *bytes; /* not parsed yet */
   size_t size;
 };
 

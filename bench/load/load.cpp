@@ -1,9 +1,10 @@
-// Loads a service: keeps a number of requests under way on each of many connections for a time.
+// Puts load on a service: keeps a number of requests pending on each of many connections.
 //
 //   load SOCKET CONNECTIONS PIPELINED SECONDS < REQUEST
 //
-// All requests are the same, so are the answers; how long one is, the first tells. Prints requests
-// a second and the latencies that half, 99 % and 99.9 % of them stay below, in microseconds.
+// All requests are the same, and so are the answers; the length is that of the first
+// answer. Prints the requests per second and the latencies of the 50th, 99th and 99.9th
+// percentile in microseconds.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -41,7 +42,7 @@ int connect_to(const char *path) {
 struct client {
   int fd = -1;
   std::deque<steady_clock::time_point> under_way;
-  std::size_t received = 0; // of the answer that comes
+  std::size_t received = 0; // bytes of the current answer
 };
 
 class load {
@@ -73,7 +74,7 @@ public:
   }
 
 private:
-  // Sends one request and waits until no more of its answer comes.
+  // Sends one request and reads until no more of its answer arrives.
   std::size_t measure(int fd) const {
     if (send(fd, request_.data(), request_.size(), 0) == -1)
       fail("send");

@@ -5,23 +5,34 @@
  * operation. Its first element is a string, the name; the others are the operands, which
  * are expressions themselves:
  *
- *   ["eq", a, b, ...]        whether all operands equal the first, by node_equals()
- *   ["and", a, b, ...]       whether all operands are true; stops at the first false one
- *   ["or", a, b, ...]        whether an operand is true; stops at the first true one
- *   ["not", a]               whether the operand is false
- *   ["atom", x]              x itself, not evaluated; so an array is written as data
- *   ["assert", a]            a if it is true, otherwise a failure
- *   ["assert", a, message]   the same; the failure has the string of the message operand
- *   ["get", path...]         the node at the paths, the first from the context, each other
- *                            from the node that the one before found. A link there is
- *                            replaced by its target. "value" is another name for "get"
- *   ["path", path...]        the absolute path of that node
- *   ["exists", path...]      whether there is such a node; false for failures
- *   ["length", path...]      the number of its children; fails for scalars
- *   ["range", low, high, path...]   whether every number found at the paths, each from the
- *                            context, lies within the bounds, which are included
- *   ["regex", pattern, flags, text] whether the PCRE2 pattern matches; flags are "" or "i"
- *   ["unique", ...]          true; the operands are not evaluated
+ *   ["eq", a, b, ...]       whether all operands equal the first, by
+ *                           node_equals()
+ *   ["and", a, b, ...]      whether all operands are true; stops at the
+ *                           first false one
+ *   ["or", a, b, ...]       whether an operand is true; stops at the first
+ *                           true one
+ *   ["not", a]              whether the operand is false
+ *   ["atom", x]             x itself, not evaluated; so an array is written
+ *                           as data
+ *   ["assert", a]           a if it is true, otherwise a failure
+ *   ["assert", a, message]  the same; the failure has the string of the
+ *                           message operand
+ *   ["get", path...]        the node at the paths, the first from the
+ *                           context, each other from the node that the one
+ *                           before found. A link there is replaced by its
+ *                           target. "value" is another name for "get"
+ *   ["path", path...]       the absolute path of that node
+ *   ["exists", path...]     whether there is such a node; false for
+ *                           failures
+ *   ["length", path...]     the number of its children; fails for scalars
+ *   ["range", low, high, path...]
+ *                           whether every number found at the paths, each
+ *                           from the context, lies within the bounds, which
+ *                           are included
+ *   ["regex", pattern, flags, text]
+ *                           whether the PCRE2 pattern matches; flags are ""
+ *                           or "i"
+ *   ["unique", ...]         true; the operands are not evaluated
  *
  * Numbers in "range" are integers, or strings as atof() reads them in the "C" locale. A
  * bound of "" or "nan" excludes nothing. Path operands that fail, and paths to nothing,

@@ -10,7 +10,7 @@
 
 namespace nodetree {
 
-/// A node, or the reason why there is none:
+/// A node, or the reason why there is none. For example:
 ///
 ///     auto config = nodetree::parse_json(text);
 ///     if (!config)
