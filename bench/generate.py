@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """usage: generate.py [SERVICES] > FILE
 
-A configuration as services have them, of 830 bytes a service; the same every time."""
+Writes a typical configuration of services, 830 bytes for each; the same every time."""
 
 import json
 import random
@@ -25,7 +25,7 @@ def scalar():
 
 
 def options(levels):
-    # Numbered, so that no name comes twice.
+    # Numbered, so that no name is repeated.
     return {f"{word()}_{i}": options(levels - 1) if levels and choose.random() < 0.2 else scalar()
             for i in range(choose.randrange(3, 9))}
 

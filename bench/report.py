@@ -12,11 +12,11 @@ import sys
 import matplotlib
 
 matplotlib.use("svg")
-matplotlib.rcParams["svg.fonttype"] = "none"  # text stays text
-from matplotlib import pyplot  # noqa: E402, after the choice of what it draws with
+matplotlib.rcParams["svg.fonttype"] = "none"  # keep text as text
+from matplotlib import pyplot  # noqa: E402, after the choice of the backend
 
-# Of each row the column that stands for 1, what nodetree is meant to reach of it, and what is
-# measured; "best" is the fastest of the other libraries.
+# For each row: the column that counts as 1, the ratio that nodetree should reach, and what
+# is measured. "best" is the fastest of the other libraries.
 AIMS = {
     "parse": ("floor", 1.3, "a JSON text into a tree"),
     "release": ("floor", 1.2, "all nodes of a tree"),

@@ -1,6 +1,6 @@
-# What `cmake --install` puts where: the libraries, headers, tool and manual pages, and the two
-# files by which other builds find the library. Inside another project nothing of ours is
-# installed. The components are the parts that a distribution may want in packages of their own.
+# Installs the libraries, headers, tool and manual pages, and the two files by which other
+# builds find the library. Inside another project nothing is installed. The components are
+# the parts that a distribution may put into separate packages.
 if(NOT PROJECT_IS_TOP_LEVEL)
   return()
 endif()
@@ -18,8 +18,8 @@ function(install_man component page)
 endfunction()
 install_man(devel nodetree.3)
 install_man(devel nodetree-expressions.7)
-# The pages of the families and their functions are made of the headers, by the build: an
-# installation as root is to leave nothing behind.
+# The manual pages of the families and functions are generated from the headers. The build
+# does that, so that an installation as root leaves no files in the build folder.
 find_package(Python3 COMPONENTS Interpreter)
 if(Python3_FOUND)
   file(GLOB headers CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/include/nodetree/*.h)
@@ -34,7 +34,7 @@ if(Python3_FOUND)
   install(DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/man3 DESTINATION ${CMAKE_INSTALL_MANDIR}
     COMPONENT devel)
 endif()
-# Where gdb looks for what belongs to a shared object, by the object's full name.
+# gdb finds the printers of a shared object here, by the object's full name.
 install(FILES tool/gdb/nodetree.py COMPONENT devel
   DESTINATION ${CMAKE_INSTALL_DATADIR}/gdb/auto-load${CMAKE_INSTALL_FULL_LIBDIR}
   RENAME libnodetree.so.${PROJECT_VERSION}-gdb.py)
@@ -46,7 +46,7 @@ if(TARGET nodetree_tool)
     INSTALL_RPATH "$ORIGIN/${libdir_from_bindir}")
   install(TARGETS nodetree_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
   install_man(tool nodetree.1)
-  # Where the shells look without being told; only zsh has a folder of its own for packages.
+  # The shells search these folders by default; only zsh has a separate one for packages.
   set(NODETREE_ZSH_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING
     "Where the completion for zsh is installed")
   install(FILES tool/completion/nodetree
@@ -67,9 +67,9 @@ install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/nodetreeConfigVersion.cmake
   DESTINATION ${NODETREE_CMAKE_DIR} COMPONENT devel)
 
-# pkg-config: written when it is installed, as the prefix may be chosen then. What the library
-# itself needs is told for --static only, and by flags: users of the shared object need not
-# have it installed.
+# pkg-config: written at installation, because the prefix can be chosen then. The library's
+# own dependencies are only for --static, and given as flags, because users of the shared
+# object need not have them installed.
 get_target_property(NODETREE_PC_PRIVATE nodetree_static INTERFACE_LINK_LIBRARIES)
 list(JOIN NODETREE_PC_PRIVATE " " NODETREE_PC_PRIVATE)
 foreach(dir IN ITEMS LIBDIR INCLUDEDIR)

@@ -1,5 +1,5 @@
-# A program of the guide or an example, named after its source and built as a user would: plain
-# C11 or C++17 on the public headers.
+# Adds a program of the guide or an example, named after its source and built as users build
+# theirs: plain C11 or C++17 with the public headers.
 function(nodetree_lesson target source)
   add_executable(${target} ${source} ${ARGN})
   get_filename_component(name ${source} NAME_WE)

@@ -1,5 +1,5 @@
-# What every target of this repository is compiled with: warnings, hardening, and the
-# instrumentation of the sanitizer and coverage builds.
+# The flags of every target of this repository: warnings, hardening, and the instrumentation
+# of the sanitizer and coverage builds.
 add_library(nodetree_build_flags INTERFACE)
 
 target_compile_options(nodetree_build_flags INTERFACE
@@ -9,12 +9,12 @@ target_compile_options(nodetree_build_flags INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wextra-semi -Wnon-virtual-dtor>
   $<$<BOOL:${NODETREE_WERROR}>:-Werror>)
 
-# Files beyond 2 GiB, inodes and times of 64 bits, on machines of 32 bits too. Nothing of them is
-# in the public interface.
+# Files beyond 2 GiB and 64-bit inodes and times, also on 32-bit machines. The public
+# interface contains none of these types.
 target_compile_definitions(nodetree_build_flags INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 
-# What attackers of a C program have to get past, as Debian builds its packages. The checks of
-# _FORTIFY_SOURCE need an optimising build; sanitizers have better ones of their own.
+# Hardening, as in Debian's packages. The checks of _FORTIFY_SOURCE need an optimising
+# build; sanitizers have better checks of their own.
 if(NODETREE_HARDEN AND NOT NODETREE_SANITIZE AND NOT NODETREE_SANITIZE_THREADS)
   include(CheckCXXCompilerFlag)
   target_compile_options(nodetree_build_flags INTERFACE -fstack-protector-strong

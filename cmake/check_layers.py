@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks that each family includes only families that it may stand on."""
+"""Checks that each family includes only the families below it."""
 
 import pathlib
 import re
@@ -19,7 +19,7 @@ MAY_INCLUDE = {
 MAY_INCLUDE["expr"] = {"string", "node"}
 MAY_INCLUDE["codec"] = set(MAY_INCLUDE) - {"process", "expr"}
 MAY_INCLUDE["convert"] = {"stringlist", "log", "node"}
-# What they share stands on nothing.
+# The shared code includes no family.
 for family in MAY_INCLUDE:
     MAY_INCLUDE[family].add("shared")
 MAY_INCLUDE["shared"] = set()
@@ -46,7 +46,7 @@ def families_included(path):
         elif folder in MAY_INCLUDE:
             yield number, target, folder
         elif folder.startswith("nodetree"):
-            yield number, target, None  # the umbrella header, or one nobody owns
+            yield number, target, None  # the umbrella header, or one of no family
 
 
 def main():

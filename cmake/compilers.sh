@@ -1,6 +1,6 @@
 #!/bin/sh
 # usage: [TESTS="NAME..."] compilers.sh COMPILER:FORM [CTEST ARGUMENT...]
-# Builds by another compiler, as gcc or clang-16, in build/compilers, and runs the tests. The form
+# Builds with a compiler, such as gcc or clang-16, in build/compilers, and runs the tests. The form
 # is `release`, `asan`, or `debian`: with the flags that dpkg-buildflags gives to packages.
 set -eu
 cd "$(dirname "$0")/.."
@@ -19,7 +19,7 @@ debian:*) packages="$packages dpkg-dev" ;;
 release:*) ;;
 *) echo "compilers.sh: no such form: $form" >&2; exit 2 ;;
 esac
-# shellcheck disable=SC2086 # one word a package
+# shellcheck disable=SC2086 # one word for each package
 cmake/install-packages.sh $packages cmake make pkg-config libyajl-dev libpcre2-dev libgtest-dev \
   locales python3 binutils mandoc bash
 

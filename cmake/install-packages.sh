@@ -1,6 +1,6 @@
 #!/bin/sh
 # usage: install-packages.sh PACKAGE...
-# Installs those of the Debian packages that are missing; silent when none is.
+# Installs the Debian packages that are missing. Prints nothing if all are installed.
 set -eu
 
 if ! command -v dpkg-query >/dev/null; then
@@ -30,8 +30,8 @@ apt() {
   $as_root env DEBIAN_FRONTEND=noninteractive \
     apt-get -qq -y -o DPkg::Lock::Timeout=120 -o Dpkg::Use-Pty=0 "$@" </dev/null
 }
-# The lists are fetched only when they are absent or too old to be of use.
-# shellcheck disable=SC2086 # one word a package
+# Fetches the package lists only if they are missing or too old. shellcheck disable=SC2086 #
+# one word for each package
 if apt-get -qq --simulate install $missing >/dev/null 2>&1; then
   apt install --no-install-recommends $missing && exit 0
 fi

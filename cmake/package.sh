@@ -1,6 +1,6 @@
 #!/bin/sh
 # usage: package.sh DIR
-# Builds the Debian packages into DIR, from a copy of this tree, so that nothing is written
+# Builds the Debian packages into DIR from a copy of this tree, so that nothing is written
 # beside it. The same commit gives the same bytes.
 set -eu
 top=$(cd "$(dirname "$0")/.." && pwd)

@@ -1,9 +1,9 @@
 #!/bin/sh
 # usage: [TESTS="NAME..."] port.sh i386|arm64|s390x [CTEST ARGUMENT...]
-# Builds for another machine by Debian's cross compiler and runs the tests there by qemu-user,
-# in build/ports/MACHINE. The libraries come from Debian's packages of that machine, unpacked
-# into a sysroot: nothing of this machine's own set of packages changes but for the compilers.
-# Exits with 75 when they cannot be fetched.
+# Builds for another machine with Debian's cross compiler, in build/ports/MACHINE, and runs the
+# tests with qemu-user. The libraries come from Debian's packages for that machine, unpacked into
+# a sysroot; on this machine only the compilers and qemu are installed. Exits with 75 if the
+# packages cannot be fetched.
 set -eu
 cd "$(dirname "$0")/.."
 machine=$1
@@ -28,7 +28,7 @@ if [ ! -f "$sysroot/complete" ]; then
       -o APT::Sandbox::User=root -o Dir::State="$build/apt" -o Dir::State::status="$build/apt/status" \
       -o Dir::Cache="$build/apt/cache" "$@"
   }
-  apt update || : # one list less is no harm where the packages are found all the same
+  apt update || : # a list that cannot be fetched is not needed if the packages are found
   (cd "$build/apt" && apt download libc6 libgcc-s1 libstdc++6 libyajl2 libyajl-dev libpcre2-8-0 \
     libpcre2-dev libgtest-dev) || {
     echo "port.sh: the packages of $machine cannot be fetched" >&2

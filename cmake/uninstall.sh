@@ -1,6 +1,6 @@
 #!/bin/sh
 # usage: uninstall.sh MANIFEST DESTDIR
-# Removes the files that MANIFEST names, it too, and those of their folders that are ours.
+# Removes the files that MANIFEST names, MANIFEST itself, and the folders that only we use.
 set -eu
 manifest=$1
 files=$(cat "$manifest")

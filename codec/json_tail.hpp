@@ -8,9 +8,9 @@
 
 namespace nodetree {
 
-/* The token or comment that is unfinished at the end of the text so far. What the parser
-   reports is not looked at here: an end that it reports by an event (that of every
-   number and string) or as an error is the caller's to tell. */
+/* The token or comment that is unfinished at the end of the text so far. The parser's
+   results are not known here: the caller reports the ends that the parser signals by an
+   event, as for every number and string, and errors. */
 struct JsonToken {
   enum class State : unsigned char {
     none, // between tokens, or in a literal, which is always short
@@ -44,10 +44,10 @@ private:
   std::size_t skip_plain(const unsigned char *bytes, std::size_t size);
 };
 
-/* Keeps a parser that scans an unfinished token again from its start with every chunk from
-   taking quadratic time: bytes that only continue a long token are held back until they
-   would double what the parser has of it. Such bytes can neither complete a value nor be
-   an error, so nothing is reported later than it would have been. Zero-filled is empty. */
+/* With every chunk the parser scans an unfinished token again from its start. To avoid
+   quadratic time, bytes that only continue a long token are held back until they would
+   double the part that the parser has. Such bytes can neither complete a value nor be an
+   error, so nothing is reported later than it would have been. Zero-filled is empty. */
 class JsonTail {
 public:
   struct Held {

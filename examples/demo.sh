@@ -1,5 +1,5 @@
 #!/bin/sh
-# Shows the nodetree program and some examples at work on a service's configuration.
+# Runs the nodetree program and some examples on the configuration of a service.
 # Usage: demo.sh BUILD_DIR
 set -eu
 

@@ -13,10 +13,10 @@ struct item {
       : key(value), entry{&entry, &entry, &entry, &entry, &entry, &key, 7, false} {}
   item(const item &) = delete;
   int key;
-  avl_node entry; // an insertion finds nothing useful in it but the key
+  avl_node entry; // before an insertion only the key in it is valid
 };
 
-// `searched` points to the key that has to come first, if to any.
+// If `searched` points to a key, that must be the first argument.
 int compare_ints(const void *a, const void *b, void *searched) {
   const void *first = searched ? *static_cast<const void **>(searched) : nullptr;
   EXPECT_TRUE(first == nullptr || a == first);
@@ -100,7 +100,7 @@ TEST(AvlStrcmp, OrdersTextsByUnsignedBytes) {
   EXPECT_EQ(avl_strcmp("a", std::string("a").c_str(), nullptr), 0);
 }
 
-TEST(AvlComparison, InsertAsksTheNeighbourOnceMore) {
+TEST(AvlComparison, InsertComparesTheNeighbourAgain) {
   int calls = 0;
   avl_tree tree;
   avl_init(

@@ -1,9 +1,8 @@
 #!/bin/sh
 # usage: check_consumer.sh BUILD_DIR CONSUMER_DIR
-# Installs the build below a DESTDIR, moves the result, and builds and runs a program in C and
-# one in C++ against it: found through pkg-config and through CMake, linked to the shared
-# library, with and without PIE, and to the static one. Installs it once more and uninstalls
-# it.
+# Installs the build below a DESTDIR and moves the result. Then builds and runs a program in C
+# and one in C++ with it: found through pkg-config and through CMake, linked to the shared
+# library, with and without PIE, and to the static one. Finally installs and uninstalls.
 set -eu
 build=$1
 consumer=$2
@@ -28,7 +27,7 @@ run() {
 
 build_by_pkg_config() { # name, flags
   flags="-Wall -Wextra -Werror $2 ${LDFLAGS:-}"
-  # shellcheck disable=SC2086 # one word a flag
+  # shellcheck disable=SC2086 # one word for each flag
   ${CC:-cc} -std=c11 "$consumer/main.c" -o "$work/$1_c" $flags
   # shellcheck disable=SC2086
   ${CXX:-c++} -std=c++17 "$consumer/main.cpp" -o "$work/$1_cpp" $flags
@@ -49,7 +48,7 @@ build_by_pkg_config fixed "$shared -fno-pie -no-pie"
 
 run "$work"/shared_c* "$work"/fixed_c* "$work"/cmake/shared_c*
 
-# The installed command, where the build has one, finds the library beside it.
+# The installed command, if the build has one, finds the library beside it.
 if [ -x "$prefix/bin/nodetree" ]; then
   result=$(echo '{"a":[1,2]}' | $launcher "$prefix/bin/nodetree" get /a/1)
   [ "$result" = 2 ] || fail "nodetree get printed: $result"
@@ -61,7 +60,7 @@ for name in nodetree node_lookup sl_new; do
   [ -s "$prefix/share/man/man3/$name.3" ] || fail "$name.3 is not installed"
 done
 
-# Without the shared library the linker takes the other, and what it has made needs neither.
+# Without the shared library the linker takes the static one, and the program needs neither.
 rm "$libdir"/libnodetree.so*
 build_by_pkg_config static "$(pkg_config --cflags --static --libs)"
 build_by_pkg_config alone "-static $(pkg_config --cflags --static --libs)"

@@ -21,7 +21,7 @@ def declared():
     names = set()
     mark = r'__attribute__\s*\(\(visibility\("default"\)\)\)'
     for declaration in re.findall(mark + r"([^;{]*);", source):
-        head = declaration.split("(")[0]  # a function's name ends there, a variable's at the end
+        head = declaration.split("(")[0]  # the end of a function's name; a variable's ends with the declaration
         names.add(re.findall(r"\w+", head)[-1])
     return names
 

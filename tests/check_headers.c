@@ -1,4 +1,4 @@
-/* What C programs write that must compile without a warning. */
+/* C code that must compile without a warning. */
 #include <nodetree.h>
 
 struct record {

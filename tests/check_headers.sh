@@ -1,7 +1,7 @@
 #!/bin/sh
 # usage: check_headers.sh INCLUDE_DIR
-# Every public header compiles on its own, without a warning, in each language it promises,
-# and so does what C programs write.
+# Every public header compiles on its own, without a warning, in each language it supports,
+# and so does check_headers.c.
 set -u
 include=$1
 failed=0

@@ -1,7 +1,7 @@
 #!/bin/sh
 # usage: check_mpack.sh SOURCE_DIR
-# A folder that the builder names for MPack is refused where it holds none, or the header of
-# another library of that name.
+# A folder named for MPack is refused if it does not contain MPack, or only the header of another
+# library with that name.
 set -eu
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT

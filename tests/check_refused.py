@@ -1,4 +1,4 @@
-"""Of a source, exactly the lines that say "refused" do not compile.
+"""Checks that exactly the lines of a source that say "refused" do not compile.
 
 Usage: check_refused.py COMPILER INCLUDE_DIR SOURCE
 """

@@ -69,7 +69,7 @@ void Convert::check_cells(const cell<Value> &type, Value value, const std::strin
                type.equals(&none, &made) || type.equals(&made, &none) ||
                type.equals(&field, &made));
   for (const node *n : children(kinds.get())) {
-    type.deinit(&field); // also without a cell
+    type.deinit(&field); // also for NULL
     EXPECT_EQ(field, nullptr);
     const bool null = node_is_null(n);
     if (null || strcmp(n->key, type.kind) == 0)
@@ -87,7 +87,7 @@ void Convert::check_cells(const cell<Value> &type, Value value, const std::strin
   free(kept); // was not released
 }
 
-TEST_F(Convert, CellsKeepTheirPlaceAndTellWrongKinds) {
+TEST_F(Convert, CellsAreReusedAndWrongKindsReported) {
   check_cells<int>({"int_ptr_from_node", "integer", int_new, int_ptr_into_node,
                     int_ptr_from_node, int_ptr_equals, int_ptr_fprint, int_ptr_deinit},
                    INT_MIN, "-2147483648", "0");
@@ -117,12 +117,12 @@ TEST_F(Convert, AnyByteButZeroIsTrue) {
   memset(two, 2, 1);
   EXPECT_EQ(printed<bool *const *>(bool_ptr_fprint, &two), "&true");
   EXPECT_TRUE(node_get_boolean(tree(bool_ptr_into_node(&two, nullptr)).get()));
-  EXPECT_FALSE(bool_ptr_equals(&one, &two)); // bytes are compared
+  EXPECT_FALSE(bool_ptr_equals(&one, &two)); // the bytes are compared
   bool_ptr_deinit(&one);
   bool_ptr_deinit(&two);
 }
 
-TEST_F(Convert, TextsAreCopiedAndMayBeAbsentInOneType) {
+TEST_F(Convert, TextsAreCopiedAndOptionalInOneType) {
   const struct {
     const char *function, *wanted;
     node *(*into_node)(char *const *, node *);
@@ -136,7 +136,7 @@ TEST_F(Convert, TextsAreCopiedAndMayBeAbsentInOneType) {
     EXPECT_EQ(type.into_node(&field, kinds.get()), nullptr);
     const tree n(type.into_node(&field, nullptr));
     EXPECT_STREQ(node_get_string(n.get()), text);
-    EXPECT_TRUE(type.from_node(&field, n.get())); // what was there is not released
+    EXPECT_TRUE(type.from_node(&field, n.get())); // the old value is not released
     EXPECT_NE(field, node_get_string(n.get()));
     EXPECT_EQ(test::take(field), text);
     for (const node *other : children(kinds.get()))
@@ -155,7 +155,7 @@ TEST_F(Convert, TextsAreCopiedAndMayBeAbsentInOneType) {
   EXPECT_EQ(log.fresh(), "");
 }
 
-TEST_F(Convert, ListsFillATargetWhereTheyCan) {
+TEST_F(Convert, ListsFillATargetIfPossible) {
   char a[] = "a", b[] = "b, c", *two[] = {a, b, nullptr}, **field = two, **none = nullptr,
        **empty = two + 2;
   EXPECT_EQ(show(tree(sl_into_node(&field, nullptr))), "['a','b, c']");
@@ -175,7 +175,7 @@ TEST_F(Convert, ListsFillATargetWhereTheyCan) {
   }
 }
 
-TEST_F(Convert, ListsAreReadWholeOrNotAtAll) {
+TEST_F(Convert, ListsAreReadCompletelyOrNotAtAll) {
   char *own[] = {nullptr}, **field = own;
   for (const node *other : children(kinds.get()))
     if (!node_is_array(other)) {

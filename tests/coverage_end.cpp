@@ -1,5 +1,5 @@
-// Stands before the calls by which a child process ends without exit handlers, and so
-// without writing its coverage counters. One that has given up root may not write them.
+// Wraps the calls by which a child process ends without exit handlers, and so without
+// writing its coverage counters. A child that has given up root cannot write them.
 #include <unistd.h>
 
 extern "C" {
@@ -10,7 +10,7 @@ int __real_execvp(const char *file, char *const arguments[]);
 int __wrap_execvp(const char *file, char *const arguments[]);
 [[noreturn]] void __wrap__exit(int status);
 
-// Of the program that makes calls fail: they are to succeed from here on.
+// Defined in the program that makes calls fail: all calls succeed from here on.
 [[gnu::weak]] void stop_failing_calls();
 }
 
@@ -26,7 +26,7 @@ static void write_counters() {
 int __wrap_execvp(const char *file, char *const arguments[]) {
   write_counters();
   int result = __real_execvp(file, arguments);
-  __gcov_reset(); // what is counted from here on is written by the next call
+  __gcov_reset(); // the next call writes what is counted from here on
   return result;
 }
 

@@ -1,4 +1,4 @@
-"""What is written down for users holds. Usage: docs_test.py TOOL SOURCE CC LIBRARY
+"""Checks the manual pages, the help and the completions. Usage: docs_test.py TOOL SOURCE CC LIBRARY
 
 The manual pages are sound and tell every command and option that the help does, and so do the
 completions; the examples of the pages give what they say.
@@ -26,9 +26,9 @@ def words(text):
 
 
 def page(name, section=None):
-    """A manual page, or a section of it, as it is read, but in long lines."""
+    """The printed text of a manual page, or of a section of it, in long lines."""
     printed = run("mandoc", "-Tascii", "-Owidth=1000", pathlib.Path(SOURCE, "docs/man", name)).stdout
-    text = re.sub(r".\x08", "", printed)  # without what makes it bold
+    text = re.sub(r".\x08", "", printed)  # without overstriking for bold
     if section:
         text = re.search(rf"^{section}\n((?:(?: .*)?\n)*)", text, re.MULTILINE)[1]
     return text
@@ -39,7 +39,7 @@ def options_in(text):
 
 
 def helps():
-    """What the program says of each command."""
+    """The help of each command."""
     names = re.findall(r"^  ([a-z]+) ", run(TOOL, "--help").stdout, re.MULTILINE)
     return {name: run(TOOL, "help", name).stdout for name in names}
 
@@ -58,7 +58,7 @@ class Pages(unittest.TestCase):
                             f"{SOURCE}/include/nodetree", folder], check=True)
             self.assertEqual(names - {path.stem for path in pathlib.Path(folder).iterdir()}, set())
             families = [*pathlib.Path(folder).glob("nodetree_*.3")]
-            for family in families:  # each has the end of every comment for users
+            for family in families:  # each contains the end of every public comment
                 header = f"{SOURCE}/include/nodetree/{family.stem.removeprefix('nodetree_')}.h"
                 shown, comments = words(page(family)), pathlib.Path(header).read_text(encoding="utf-8")
                 for comment in re.findall(r"^/\*(?! In C )(.*?)\*/", comments, re.DOTALL | re.M):

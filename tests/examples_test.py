@@ -19,7 +19,7 @@ def data(name="service.json"):
 
 class Examples(unittest.TestCase):
     def expect(self, call, text, status, out, error=""):
-        """Patterns that all of standard output and of standard error match."""
+        """The patterns must match all of standard output and of standard error."""
         done = subprocess.run([os.path.join(BUILD, call[0]), *call[1:]], input=text,
                               capture_output=True, encoding="utf-8", timeout=60)
         with self.subTest(call=call, text=text):
@@ -104,7 +104,7 @@ class Examples(unittest.TestCase):
                     re.escape(broken))
 
     def serve(self, requests, chunk, rules="booking_rules.json", stdout=subprocess.PIPE):
-        """What answer_requests does with bytes that arrive so many at a time."""
+        """Runs answer_requests with input in pieces of this size."""
         with subprocess.Popen([os.path.join(BUILD, "answer_requests"), data(rules)],
                               stdin=subprocess.PIPE, stdout=stdout,
                               stderr=subprocess.PIPE) as program:

@@ -58,7 +58,7 @@ const char data[] = R"({'a':10,'b':{'c':3,'d':[1,2,3]},'s':'text','e':'','n':nul
   'self':'->/self','in':'->/in/x','ln':'->/n','p':'->/q','q':'->/p','u':'->/w/1',
   'w':'->/u/1'})";
 
-TEST(Expr, LogicGoesNoFurtherThanItNeeds) {
+TEST(Expr, LogicStopsEarly) {
   EXPECT_EQ(eval(nullptr, make(data).get()), outcome("NULL", ""));
   check(data, R"(
     null | 7 | 1.5 | 'x' | true | {'x':['no-such-op']} | '->/l' | '->/gone' => expr /
@@ -126,7 +126,7 @@ TEST(Expr, WrongExpressionsFailWithTheirMessage) {
   )");
 }
 
-TEST(Expr, PathsLeadFromOneToTheNext) {
+TEST(Expr, PathsStartAtTheNodeOfTheOneBefore) {
   check(data, R"(
     ['get'] => context /
     ['get','b/c'] | ['get','b','c'] | ['get',['get','key']] | ['get','b',['get','last']]
@@ -171,7 +171,7 @@ const char ranges[] = R"(
   ['range',1,2,['get','x'],['get','y'],'a'] => false ! /4 (/): 'get' path y did not resolve to data in the context.
 )";
 
-TEST(Expr, RangeComparesTheNumbersItFindsInEveryLocaleAlike) {
+TEST(Expr, RangeIsIndependentOfTheLocale) {
   check(data, ranges);
   const test::german_locale german;
   check(data, ranges);
@@ -179,7 +179,7 @@ TEST(Expr, RangeComparesTheNumbersItFindsInEveryLocaleAlike) {
         "['range','3.5',4,'y'] | ['range','1.5','1.6','v'] => false");
 }
 
-TEST(Expr, AMessageLeftBehindGivesWayToTheNextOrIsCleared) {
+TEST(Expr, ALaterMessageReplacesOrClearsAnEarlierOne) {
   check(data, R"(
     ['and',['range',1,20,['get','x'],'a'],['get','y']] => ! /2 (/): 'get' path y did not resolve to data in the context.
     ['eq',['range',1,20,['get','x'],'a'],true,['not',['range',1,20,['get','y'],'a']]] => false ! /3/1/3 (/): 'get' path y did not resolve to data in the context.
@@ -206,7 +206,7 @@ TEST(Expr, TheCallersMessageIsLeftReplacedOrReleased) {
     node_unref(expr_eval(make(row.expr).get(), context.get(), &error));
     EXPECT_EQ(error == before, row.kept) << row.expr;
     EXPECT_TRUE(error == nullptr || row.expr[2] == 'g') << row.expr;
-    if (!row.released) // or else a leak or a double release shows
+    if (!row.released) // otherwise there is a leak or a double release
       free(before);
     if (!row.kept)
       free(error);
@@ -223,7 +223,7 @@ TEST(Expr, RegularExpressionsSearchBytes) {
   )");
 }
 
-TEST(Expr, MessagesNameTheOperationAndTheContextWhereverTheyStand) {
+TEST(Expr, MessagesNameTheOperationAndTheContext) {
   const tree t = make(R"({'a':[['not']],'k':['and',1,['or',0,[9]]],'c':2,'lk':'->/c',
     'sub':{'l':'->/c','b':[{}]},'get':['get','c'],'up':['get','../c'],'path':['path'],
     'range':['range',1,2,'/c','l'],'length':['length'],'me':['assert',['get','me']],
@@ -247,7 +247,7 @@ TEST(Expr, MessagesNameTheOperationAndTheContextWhereverTheyStand) {
               outcome(r.result, r.message));
 }
 
-TEST(Expr, TruthOfEveryKindAndOfLinksToTheirEnd) {
+TEST(Expr, TruthOfEveryKindAndOfLinkTargets) {
   const tree t =
       make(R"({'true':[true,-1,4294967296,1e-300,'0','false',[],{},'->/o','->/2'],
     'false':[null,false,0,0.0,-0.0,'','->/e','->/le','->o','->/gone/x','->/self','->/p'],
@@ -274,7 +274,7 @@ tree nested(const char *name, size_t levels, int pad = 0,
   return tree(inner);
 }
 
-TEST(Expr, NestingEndsInAMessageAndNotInTheStack) {
+TEST(Expr, DeepNestingFailsWithAMessage) {
   const std::pair<const char *, int> paddings[] = {
       {"length", 0}, {"eq", 1},     {"and", 1},   {"or", 1},   {"get", 1},
       {"path", 1},   {"exists", 1}, {"range", 2}, {"regex", 2}};
@@ -290,7 +290,7 @@ TEST(Expr, NestingEndsInAMessageAndNotInTheStack) {
     for (const auto &[name, pad] : paddings) {
       eval(nested(name, test::deep_levels / 100, pad).get(), context.get());
 #if defined __OPTIMIZE__ && !defined __SANITIZE_ADDRESS__
-      // What the regular expression takes to compile comes on top of the deepest nesting.
+      // Compiling the regular expression needs stack in addition to the deepest nesting.
       node *groups = make("['regex','" + test::repeat("(", 249) + test::repeat(")", 249) +
                           "','i','a']")
                          .release();
@@ -298,8 +298,8 @@ TEST(Expr, NestingEndsInAMessageAndNotInTheStack) {
 #endif
     }
   });
-  // Siblings do not add up; what is not evaluated does no harm, and nothing goes on
-  // without an operand that is nested too deep.
+  // Siblings do not add up, and operands that are not evaluated do not count, but an
+  // operand that is nested too deep fails the whole evaluation.
   const tree wide = make("['and']");
   for (int i = 0; i < 300; i++)
     node_array_append(wide.get(), nested("not", 198).release());
@@ -333,7 +333,7 @@ TEST(Expr, ManyAndLongOperandsTakeLinearTime) {
     const std::string text(1 << 20, 'a');
     EXPECT_EQ(eval(make("['assert',0,'" + text + "']").get(), context.get()).second,
               "/ (/): " + text);
-    const tree holder = make("{'text':'" + text + "'}"); // one message is made of them all
+    const tree holder = make("{'text':'" + text + "'}"); // one message contains them all
     EXPECT_EQ(
         eval(make("['range',1,2" +
                   test::repeat(",['assert',0,['get','text']]", test::wide_count) + "]")

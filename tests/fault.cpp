@@ -12,19 +12,19 @@
 
 namespace {
 
-// What happens to the call that is chosen, and to those after it.
+// What happens to the chosen call and to those after it.
 enum class Mode {
   once,    // it fails
   lasting, // it fails, and so do all later ones
-  hindered // a signal interrupts it; what is read or written goes in small portions
+  hindered // a signal interrupts it; files are read and written in small portions
 };
 
 // Plain thread-locals of the program itself: reading them never allocates.
 thread_local Mode mode = Mode::once;
-thread_local long countdown = LONG_MAX; // the library's calls until the one that is chosen
+thread_local long countdown = LONG_MAX; // the library's calls until the chosen one
 thread_local long live = 0;             // blocks allocated and not released by this thread
 
-// Shared with child processes, whose calls are chosen too.
+// Shared with child processes, whose calls can be chosen too.
 struct Outcome {
   bool chosen, failed;
 };
@@ -37,8 +37,8 @@ bool is_library(const void *caller) {
          strstr(place.dli_fname, "libnodetree.so") != nullptr;
 }
 
-// Counts a call that `caller` makes: true when it is one to fail. An error of 0 stands for a
-// call that only signals can disturb.
+// Counts a call that `caller` makes. True if it must fail. An error of 0 means that only
+// signals can disturb the call.
 bool fails(const void *caller, int error, bool interruptible = false) {
   const bool hindered = mode == Mode::hindered;
   if (!(hindered ? interruptible : error != 0) || !is_library(caller) || --countdown != 0)
@@ -50,12 +50,13 @@ bool fails(const void *caller, int error, bool interruptible = false) {
   return true;
 }
 
-// How much of `size` bytes is read or written.
+// How many of `size` bytes are read or written.
 size_t portion(const void *caller, size_t size) {
   return mode == Mode::hindered && size > 3 && is_library(caller) ? 3 : size;
 }
 
-// What libc calls by the name of `own`: where files are large that is not what the source says.
+// The libc function that `own` replaces. With large-file support its name differs from the
+// one in the source.
 template <class Function>
 Function *next(Function *own) {
   Dl_info place;
@@ -71,8 +72,8 @@ extern "C" {
 
 #ifndef __SANITIZE_ADDRESS__
 
-// The C library's own names for what this file replaces; dlsym() could not be used to find
-// them, because it allocates.
+// libc's own names for the functions that this file replaces. dlsym() cannot find them,
+// because it allocates.
 void *__libc_malloc(size_t size);
 void *__libc_calloc(size_t count, size_t size);
 void *__libc_realloc(void *block, size_t size);
@@ -105,14 +106,14 @@ void free(void *block) {
 
 #endif
 
-// Calls that do nothing but fail when they are chosen. Those that allocate do it inside
-// libc, where the request no longer tells who made it.
+// Calls that only fail when they are chosen. Those that allocate do it inside libc, where
+// the caller is no longer known.
 #define CALL(Result, name, parameters, arguments, failure, ...)                            \
   Result name parameters {                                                                 \
     return fails(CALLER, __VA_ARGS__) ? failure : next<Result parameters>(name) arguments; \
   }
 
-// What a coverage build calls before a child writes its counters.
+// A coverage build calls this before a child writes its counters.
 void stop_failing_calls();
 void stop_failing_calls() {
   countdown = LONG_MAX;
@@ -124,8 +125,8 @@ using Order = int(const dirent **, const dirent **);
 CALL(char *, strdup, (const char *text), (text), nullptr, ENOMEM)
 CALL(char *, strndup, (const char *text, size_t size), (text, size), nullptr, ENOMEM)
 CALL(int, vasprintf, (char **out, const char *format, va_list list), (out, format, list),
-     -1, ENOMEM) // and *out stays undefined
-// The same as a hardened build calls it.
+     -1, ENOMEM) // *out is undefined
+// The same in a hardened build.
 CALL(int, __vasprintf_chk, (char **out, int flag, const char *format, va_list list),
      (out, flag, format, list), -1, ENOMEM)
 CALL(int, setenv, (const char *name, const char *value, int over), (name, value, over), -1,
@@ -155,17 +156,17 @@ CALL(pid_t, waitpid, (pid_t pid, int *status, int options), (pid, status, option
 pid_t fork() {
   const pid_t pid = fails(CALLER, EAGAIN) ? -1 : next(fork)();
   if (pid == 0 && mode == Mode::hindered)
-    countdown = LONG_MAX; // nothing that a new child does waits for anything
+    countdown = LONG_MAX; // no call of a new child fails
   return pid;
 }
 
-// Closes all the same, as what it would leave open could not be closed any more.
+// Closes the file even when it fails: nobody could close it later.
 int fclose(FILE *file) {
   const int result = next(fclose)(file);
   return fails(CALLER, EIO) ? EOF : result;
 }
 
-// As libc itself does, these take an argument that may not be there.
+// As in libc, these read an argument that may not have been passed.
 
 int open(const char *path, int flags, ...) {
   va_list list;

@@ -1,5 +1,5 @@
 // Every function that allocates or calls the system, with each of these calls failing in
-// turn: nothing leaks (for_each_failure() sees to that), arguments are as they were, and the
+// turn. Nothing leaks (for_each_failure() checks that), arguments are unchanged, and the
 // result is either the right one or the failure that the function's comment names.
 #include "fault.hpp"
 #include "tree.hpp"
@@ -55,7 +55,7 @@ struct Row {
       : expected(result), make([=] { return take(call()); }), otherwise(others) {}
   std::string expected;
   std::function<std::string()> make;
-  std::vector<std::string> otherwise; // all that it makes where a call has failed
+  std::vector<std::string> otherwise; // all allowed results after a failure
 };
 
 void check(const std::vector<Row> &rows) {
@@ -97,14 +97,14 @@ void **values() {
   return granted([] { return vl_new(a, b); });
 }
 
-// What `grow` makes of a list, which is as it was when an allocation fails.
+// The list after `grow`; unchanged if an allocation fails.
 template <class List, class Grow, class... Arguments>
 std::string grown(List *list, Grow grow, Arguments... arguments) {
   List *result = grow(list, arguments...);
   return take(result != nullptr ? result : list);
 }
 
-// A list by another, which is given up when it was taken.
+// Adds one list to another; it is released only if it was taken over.
 template <class List>
 std::string joined(List *list, List *other, List *(*concat)(List *, List *)) {
   List *result = concat(list, other);
@@ -127,7 +127,7 @@ std::string streamed_text() {
   return take(stringstream_take_data(stream.get()));
 }
 
-TEST_F(Fault, TextsAndListsAreWholeOrAsTheyWere) {
+TEST_F(Fault, TextsAndListsAreCompleteOrUnchanged) {
   const test::list_owner list(sl_new("a", "b", "c"));
   const test::values_owner elements(vl_new(a, b, c));
   const char *const more[] = {c, nullptr, d};
@@ -137,7 +137,7 @@ TEST_F(Fault, TextsAndListsAreWholeOrAsTheyWere) {
       {"port-1", [] { return string_printf("%s-%d", "port", 1); }},
       {"along textc own", [] { return replaced("b", "long text"); }, unchanged},
       {"abc abc own", [] { return replaced("own"); }, unchanged},
-      {"1 own", [] { return replaced("abc", "1"); }, {}}, // its block cut down or not
+      {"1 own", [] { return replaced("abc", "1"); }, {}}, // its block is shrunk or not
       {"ext", streamed_text, {"NULL", "text"}},
       {"/a", [] { return path_dirname("/a/b"); }},
       {"/a/c", [] { return path_normalize("/a//b/../c"); }},
@@ -164,14 +164,14 @@ TEST_F(Fault, TextsAndListsAreWholeOrAsTheyWere) {
   });
 }
 
-// Texts given byte by byte to a stream; what was complete has been delivered.
+// Feeds a text byte by byte to a stream; complete values are delivered.
 std::string streamed(const char *text) {
   test::json_decoder stream;
   const bool good = stream.stream != nullptr && stream.feed(text, 1);
   return good ? granted([&] { return stream.text(); }) : "NULL";
 }
 
-// The tree of a JSON text, or what the log says without one.
+// The tree of a JSON text, or the log if there is none.
 std::string parsed(const std::string &text) {
   auto log = granted([] { return test::log_reader(); });
   node *n = json_parse_string(text.c_str());
@@ -187,13 +187,13 @@ node *decoded(const std::string &message) {
   return n;
 }
 
-// What the message of a tree is decoded to.
+// Encodes and decodes a tree.
 node *through_message(const node *n) {
   const std::string bytes = test::message(n);
   return bytes != "failed" ? granted([&] { return decoded(bytes); }) : nullptr;
 }
 
-// The message of an evaluation, or else its result.
+// The message of an evaluation, otherwise its result.
 std::string evaluated(const char *text, node *context) {
   const tree expr = make(text);
   char *message = nullptr;
@@ -223,7 +223,7 @@ constexpr char links[] =
     R"(,"leaf":"->/d","list":"->/a/a long key","via":"->/list/0","nowhere":"->/none")";
 constexpr char followed[] = R"(,"leaf":2.5,"list":[10,{"c":"text"},null],"via":10)";
 
-TEST_F(Fault, TreesAreWholeOrNotThere) {
+TEST_F(Fault, TreesAreCompleteOrNotMade) {
   const std::string all = plain;
   const tree sample = make((all + links + "}").c_str()),
              big = make(("[\"" + std::string(600, 'x') + "\",1]").c_str());
@@ -255,7 +255,7 @@ TEST_F(Fault, TreesAreWholeOrNotThere) {
       {all + "}", [=] { return node_copy(root, 2); }},
       {before, [=] { return json_stringify(root, true); }},
       {json, [&] { return parsed(json); }, no_memory},
-      {"42", [&] { return parsed("42"); }, no_memory}, // made of the text's end
+      {"42", [&] { return parsed("42"); }, no_memory}, // decoded at the end of the text
       {R"({"a":[1,"two"]})", [] { return json_parse_filename("file"); }},
       {"[1] {\"a\":\"b\"} 7 ", [] { return streamed(R"([1]{"a":"b"} 7 )"); }},
       {json_of(big) + " ", [&] { return streamed(json_of(big).c_str()); }},
@@ -309,7 +309,7 @@ std::string merged() {
   return json_of(target);
 }
 
-// Without memory nothing is left of a hash that is not finished.
+// When memory runs out, no unfinished hash is kept.
 std::string hashed() {
   const tree t = make(R"({"a":{"b":1},"l":"->/a"})");
   const uint32_t hash = node_prepare_diff_hash(t.get());
@@ -339,7 +339,7 @@ std::string printed() {
   return take(data);
 }
 
-// What is excluded or not included never stays.
+// Excluded or not included nodes never stay.
 void check_filter() {
   char in[] = "/a/*", out[] = "*/*/secret", *include[] = {in, nullptr},
        *exclude[] = {out, nullptr}, **removed = nullptr;
@@ -352,7 +352,7 @@ void check_filter() {
       << left << paths;
 }
 
-TEST_F(Fault, TreesAreChangedOrTheRestIsIntact) {
+TEST_F(Fault, FailedChangesLeaveTreesIntact) {
   const tree from = make(R"({"a":{"b":1},"l":"->/a"})"),
              to = make(R"({"a":{"b":2},"l":"->/a"})");
   check({
@@ -363,7 +363,7 @@ TEST_F(Fault, TreesAreChangedOrTheRestIsIntact) {
       {"/a/b=text\n", printed, {"=text\n"}},
       {R"({"a":[0,1],"l":[0,1]})", merged, {R"({"a":[0,1],"l":1})"}},
       {"hash", hashed},
-      {R"({"a":{"b":2},"l":{"b":2}})", // what there is no memory for is null, or left out
+      {R"({"a":{"b":2},"l":{"b":2}})", // parts without memory are null or left out
        [&] { return node_diff(from.get(), to.get()); },
        {"NULL", "null", R"({"l":{"b":2}})", R"({"a":{"b":2}})"}},
   });
@@ -391,9 +391,9 @@ TEST_F(Fault, TheCppFaceChangesOrRefuses) {
   fault::for_each_failure(body, fault::allocations ? 20 : 0);
 }
 
-// A decoder that could not be made is made by the next call; what could be made delivers
-// whole values, as many as came before the failure.
-TEST_F(Fault, StreamsDeliverWholeValues) {
+// A decoder that could not be made is made by the next call. Only complete values are
+// delivered, those before the failure.
+TEST_F(Fault, StreamsDeliverCompleteValues) {
   const std::string json = R"({"a":"b"}[1,{}])", msgpack = "\x81\xa1\x61\xa1\x62\x92\1\x80";
   const std::tuple<node_stream_format, node_stream_format, std::string> rows[] = {
       {NODE_STREAM_AUTO, NODE_STREAM_JSON, json},
@@ -414,7 +414,7 @@ TEST_F(Fault, StreamsDeliverWholeValues) {
       EXPECT_TRUE(!good || node_stream_get_format(stream.stream) == format);
       const bool failed = !good && stream.stream != nullptr &&
                           node_stream_get_format(stream.stream) == format;
-      for (int i = 0; failed && i < 3; i++) // for good, and each call says so
+      for (int i = 0; failed && i < 3; i++) // for good: each later call fails too
         EXPECT_TRUE(!stream.feed("{}") && granted([&] { return log.fresh(); }) != "");
       return granted([&] { return stream.text(); }) + (good ? "" : "failed");
     };
@@ -464,7 +464,7 @@ std::string dumped() {
   return test::without_lines(test::file_content("log"));
 }
 
-TEST_F(Fault, FilesAreWholeOrNotThere) {
+TEST_F(Fault, FilesAreCompleteOrNotThere) {
   const std::string content = test::file_content("file"), dump = "DEBUG: log_debug_hex: ",
                     bytes = "0x00000000: 61 62" + std::string(46, ' ') + "ab\n\n\n";
   const std::string large(1100, 'x');
@@ -479,7 +479,7 @@ TEST_F(Fault, FilesAreWholeOrNotThere) {
       {"made", directory_made},
       {"dir/to/file.txt;dir/sub/file.txt;dir/a.txt;",
        [] { return path_search("dir", "*.txt"); },
-       // What cannot be looked at is passed over.
+       // Files that cannot be examined are skipped.
        {"NULL", "dir/to/file.txt;", "dir/to/file.txt;dir/a.txt;",
         "dir/to/file.txt;dir/sub/file.txt;", "dir/sub/file.txt;dir/a.txt;"}},
       {dump + bytes, dumped, {"NULL", dump + "no memory for the dump of 2 bytes\n"}},
@@ -511,7 +511,7 @@ TEST_F(Fault, ChildrenRunWithTheirStreamsOrEndWithStatusOne) {
   const std::string call = "DEBUG: process_spawn_", full = " pipe: Too many open files\n";
   check({{"0 value\nerror\n",
           piped,
-          {"1 ", "0 \nerror\n", // a variable that cannot be set is passed over
+          {"1 ", "0 \nerror\n", // a variable that cannot be set is skipped
            call + "pipe: Failed to create stdin" + full,
            call + "pipe: Failed to create stdout" + full,
            call + "pipe: Failed to create stderr" + full,

@@ -25,7 +25,7 @@ protected:
   std::ptrdiff_t descriptors = 0;
 };
 
-TEST_F(File, IsReadWhole) {
+TEST_F(File, IsReadCompletely) {
   for (const size_t size : {0u, 1u, 1023u, 1024u, 1025u, 100'000u}) {
     std::string data(size, '\0');
     std::generate(data.begin(), data.end(), [i = 0]() mutable { return char(i++ / 7); });
@@ -78,7 +78,7 @@ TEST_F(File, IsMappedUnlessEmpty) {
   }
 }
 
-TEST_F(File, IsWrittenOverAndReportedWhenItCannotBe) {
+TEST_F(File, IsOverwrittenOrTheFailureIsReported) {
   for (const char *text : {"long text", "short"}) {
     EXPECT_TRUE(file_write_string("out", text));
     EXPECT_EQ(file_content("out"), text);
@@ -86,13 +86,13 @@ TEST_F(File, IsWrittenOverAndReportedWhenItCannotBe) {
   const char *const cases[][2] = {
       {"no/out", "open file no/out for writing: No such file or directory"},
       {"read_only", "open file read_only for writing: Permission denied"},
-      // Too short a text to leave any buffer before the file is closed.
+      // The text is short: it stays in the buffer until the file is closed.
       {"/dev/full", "write file /dev/full: No space left on device"}};
   write_file("read_only", "");
   fs::permissions("read_only", fs::perms(0444));
   fs::permissions(".", fs::perms(0777));
   const uid_t user = geteuid();
-  ASSERT_EQ(seteuid(user == 0 ? 65534 : user), 0); // root may write all
+  ASSERT_EQ(seteuid(user == 0 ? 65534 : user), 0); // root can write everything
   for (const auto &[path, message] : cases) {
     EXPECT_FALSE(file_write_string(path, "x"));
     EXPECT_EQ(log.fresh(),
@@ -117,7 +117,7 @@ TEST_F(File, LocksExcludeEachOther) {
   EXPECT_EQ(locked(), std::pair(false, false));
   const int held = file_write_lock("lock");
   EXPECT_EQ(locked(), std::pair(true, true));
-  fs::remove("lock"); // what is locked is the file, not its name
+  fs::remove("lock"); // the file is locked, not its name
   EXPECT_EQ(locked(), std::pair(false, false));
   const int other = file_write_lock("lock"); // does not wait
   file_unlock(held);
@@ -132,7 +132,7 @@ TEST_F(File, LocksExcludeEachOther) {
   EXPECT_FALSE(file_write_is_locked("pipe"));
 }
 
-TEST_F(File, LocksEndAlthoughAChildHasInheritedThem) {
+TEST_F(File, LocksEndEvenIfAChildInheritsThem) {
   const test::list_owner command(sl_new("true"));
   std::atomic<bool> done = false;
   std::thread spawner([&] {

@@ -1,4 +1,4 @@
-"""How gdb shows nodes. Usage: gdb_test.py GDB PRINTERS COMMAND PROGRAM, a nodetree and the lesson
+"""Tests how gdb shows nodes. Usage: gdb_test.py GDB PRINTERS COMMAND PROGRAM, a nodetree and the lesson
 on C++ with debug information. Exits with 77 where gdb may not run programs."""
 
 import os

@@ -1,4 +1,4 @@
-"""The pages of the guide show the programs beside them step by step, and what those print.
+"""Checks that the pages of the guide show their programs step by step, with the right output.
 
 Usage: guide_test.py BUILD_FOLDER SOURCE_FOLDER
 """
@@ -31,7 +31,7 @@ class Guide(unittest.TestCase):
             self.assertEqual((done.returncode, done.stdout), (0, "".join(blocks(page, "text"))), program)
 
     def test_index_and_links(self):
-        """Every page is in the index and leads to the one after it, and every link to a file."""
+        """Every page is in the index and links to the next one, and every link leads to a file."""
         index = re.findall(r"\((\w+\.md)\)", (SOURCE / "README.md").read_text(encoding="utf-8"))
         for page in SOURCE.glob("*.md"):
             text = re.sub(r"^```.*?^```$", "", page.read_text(encoding="utf-8"), flags=re.M | re.S)

@@ -5,7 +5,7 @@
 using namespace nodetree;
 
 [[maybe_unused]] static void mistakes(Node n, const Node fixed, View v, Ref r, char *text) {
-  // What would outlive a temporary.
+  // Borrowing from a temporary.
   std::string_view s1 = n.to_json();                        // refused
   std::string_view s2 = n["a"].path();                      // refused
   std::string_view s3 = n.to_msgpack();                     // refused
@@ -34,7 +34,7 @@ using namespace nodetree;
   for (auto [key, value] : n.members())
     (void)key, (void)value;
 
-  // What would change a const tree.
+  // Changing a const tree.
   (void)fixed.add("a", 1);    // refused
   (void)fixed["a"].assign(1); // refused
   fixed.del("a");             // refused
@@ -44,7 +44,7 @@ using namespace nodetree;
   View v5 = fixed["a"];
   Ref r2 = n["a"];
 
-  // What would lose a refusal, or a Node.
+  // Ignoring a refusal, or losing a Node.
   n.add("a", 1);          // refused
   r.append(Node::null()); // refused
   n.set("a", {1});        // refused
@@ -56,7 +56,7 @@ using namespace nodetree;
   Node copied = n.clone();
   (void)n.add("a", std::move(copied));
 
-  // What would not be the number that was meant.
+  // Conversions to an unintended value.
   (void)Node::integer(3.7);    // refused
   (void)Node::integer(true);   // refused
   (void)Node::boolean("");     // refused

@@ -1,4 +1,4 @@
-// The C++ face: who owns what, what borrows, what goes in and out as text, callbacks.
+// The C++ face: ownership, borrowing, conversions and callbacks.
 #include <nodetree.hpp>
 
 #include <gtest/gtest.h>
@@ -41,10 +41,9 @@ unsigned references(View n) {
   return n.get()->refcount;
 }
 
-// What owners hold after std::move() is a part of what is tested.
-// NOLINTBEGIN(bugprone-use-after-move)
+// The state of owners after std::move() is tested. NOLINTBEGIN(bugprone-use-after-move)
 
-// What is released twice or never shows under AddressSanitizer and valgrind.
+// AddressSanitizer and valgrind detect double releases and leaks.
 TEST(Owner, MovesAndReleasesOnce) {
   Node a = Node::integer(1), b = std::move(a);
   EXPECT_EQ(json(a) + json(b), "nothing1");
@@ -98,7 +97,7 @@ TEST(Owner, ShareAndDetach) {
   EXPECT_FALSE(shared.parent());
 }
 
-TEST(Owner, MergeTakesTheSourceWhereverItStands) {
+TEST(Owner, MergeTakesTheSourceOutOfItsContainer) {
   Node target = Node::from_json(R"({"a":1,"o":{"x":1}})");
   EXPECT_TRUE(target.merge(Node::from_json(R"({"a":2,"b":[3]})")));
   Node other = Node::from_json(R"({"part":{"o":{"y":"text"}}})");
@@ -171,8 +170,8 @@ TEST(Views, Ranges) {
   EXPECT_EQ(json(tree["b"]) + json(kept), "[20][10,30]");
 }
 
-// Whatever is asked of nothing, at the end of a chain of lookups that found nothing.
-TEST(Views, OfNothingAnswerAndRefuse) {
+// Every question and change on a view without a node.
+TEST(Views, WithoutANodeAnswerAndRefuse) {
   Node tree = Node::object(), none;
   Ref n = tree["none"]["deeper"][0][-1];
   EXPECT_FALSE(n || n.is_null() || n.is_container() || n.coerce_bool() || n.get_boolean());
@@ -268,7 +267,7 @@ static_assert(is_view<decltype(View().members())> && is_view<decltype(Ref().elem
               is_view<Strings>);
 #endif
 
-TEST(Texts, OfEveryKindNameTheSame) {
+TEST(Texts, OfEveryTypeNameTheSameMember) {
   Node tree = Node::object();
   for (const std::size_t size : {0U, 1U, 127U, 128U, 5000U}) {
     const std::string name(size, 'k'), longer = name + "tail";
@@ -281,7 +280,7 @@ TEST(Texts, OfEveryKindNameTheSame) {
   EXPECT_FALSE(tree[static_cast<const char *>(nullptr)]);
 }
 
-// A text with a NUL is not taken for what stands before the NUL.
+// A text with a NUL is not cut at the NUL.
 TEST(Texts, WithANulNameNothing) {
   Node tree = Node::from_json(R"({"a":1,"":2})");
   EXPECT_FALSE(tree["a\0b"s] || tree.lookup("a\0b"sv) || Node::read_json("\0"sv));
@@ -315,7 +314,7 @@ TEST(Lists, OwnAndIterate) {
   EXPECT_EQ(sum, 3);
 }
 
-// Ten thousand levels above a hundred thousand leaves would take minutes if a step climbed.
+// If every step climbed to the root, this would take minutes.
 TEST(Views, WalkInLinearTime) {
   Node top = Node::array();
   Ref at = top;
@@ -352,7 +351,7 @@ TEST(Trees, GoToStreamsAndHashes) {
   EXPECT_TRUE(n == same && set.count(same) == 1 && set.count(n["a"]) == 0);
 }
 
-TEST(System, OwnersGiveBackWhatTheyHold) {
+TEST(System, OwnersReleaseTheirResources) {
   const std::string file = testing::TempDir() + "nodetree_hpp_system";
   {
     FileLock lock = FileLock::write(file), moved = FileLock::write(file + "2");
@@ -465,7 +464,7 @@ struct Counter {
   }
 };
 
-TEST(Streams, CallWhatTheyOwnOrRefer) {
+TEST(Streams, CallOwnedAndReferencedCallbacks) {
   int calls = 0;
   NodeStream owning(NODE_STREAM_JSON, Counter{&calls, {}});
   EXPECT_TRUE(owning.decode("{\"a\":") && owning.decode("1}[2] ") && owning.decode(""));
@@ -480,7 +479,7 @@ TEST(Streams, CallWhatTheyOwnOrRefer) {
   EXPECT_EQ(calls, 5);
 }
 
-TEST(Streams, TellWhetherTheInputEndedInsideAValue) {
+TEST(Streams, DetectInputThatEndsInsideAValue) {
   for (const auto format : {NODE_STREAM_JSON, NODE_STREAM_MSGPACK}) {
     const bool json = format == NODE_STREAM_JSON;
     const auto whole = json ? std::vector{""s, "1"s, "[2] "s, "{} // x"s}
@@ -503,8 +502,8 @@ TEST(Streams, TellWhetherTheInputEndedInsideAValue) {
   EXPECT_TRUE(unused.finish());
 }
 
-// And cannot be fed by what they call.
-TEST(Streams, AnswerInKind) {
+// A callback cannot feed its own stream.
+TEST(Streams, AnswerInTheSameFormat) {
   for (const auto bytes : {"{\"a\":1}{\"b\":[1]}"sv, "\x81\xa1\x61\x01\x80"sv}) {
     std::string answers;
     NodeStream stream(NODE_STREAM_AUTO, [&answers](Node value, auto &self) {

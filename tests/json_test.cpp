@@ -14,7 +14,7 @@ const std::string failed = "ERROR: Failed to parse JSON: ",
 
 // ---- Text ----
 
-// Compact texts that are written as they are read.
+// Compact texts that are written back unchanged.
 const std::vector<std::string> documents = {
     "-17",
     "[]",
@@ -57,7 +57,7 @@ TEST(JsonText, IsReadAndWritten) {
   }
 }
 
-TEST(JsonErrors, AreReportedToTheLetter) {
+TEST(JsonErrors, AreReportedExactly) {
   const std::string parse = failed + "parse error: ",
                     refused = parse + "client cancelled parse via callback return value\n";
   // How the log begins.
@@ -112,7 +112,7 @@ TEST(JsonStream, WithoutCallbackChecksAndDrops) {
   json_stream_free(nullptr);
 }
 
-TEST(JsonStream, ValuesAreDeliveredWithTheirLastByteHoweverTheyAreCut) {
+TEST(JsonStream, ValuesAreDeliveredAtTheirLastByte) {
   const std::string escapes = '"' + repeat(R"(\"/*\\//\u0041*/ \/)", 100) + "\\\\\"",
                     plain = '"' + std::string(9000, 'x') + '"',
                     number = "-0." + repeat("12", 900) + "e-" + repeat("0", 700) + "1";
@@ -125,12 +125,13 @@ TEST(JsonStream, ValuesAreDeliveredWithTheirLastByteHoweverTheyAreCut) {
                               "//" + repeat("\" /* */ \\", 200) + "\n"};
   std::mt19937 random(1);
   std::string all, expected;
-  std::vector<size_t> due; // how much has been fed when each value is delivered
+  std::vector<size_t> due; // the number of bytes after which each value is delivered
   while (due.size() < 80) {
     const std::string &value = values[random() % values.size()];
     all += value;
     expected += compact(make(value).get()) + " ";
-    due.push_back(all.size() + (std::isdigit(value.back()) ? 1 : 0)); // may go on
+    due.push_back(all.size() +
+                  (std::isdigit(value.back()) ? 1 : 0)); // a number may continue
     all += gaps[random() % std::size(gaps)];
   }
   for (size_t size : {size_t{1}, size_t{7}, size_t{1000}, all.size()}) {
@@ -186,7 +187,7 @@ TEST(JsonLocale, NumbersHaveAPointAndCallbacksRunUnderTheCallersLocale) {
   s.wanted = plain;
   EXPECT_TRUE(json_stream_parse_string(stream, "[3.5] [4.5] "));
   EXPECT_EQ(uselocale(nullptr), plain) << "the callback's choice was undone";
-  s.wanted = german.handle; // the thread's own locale rather than the program's
+  s.wanted = german.handle; // the locale of the thread, not of the program
   EXPECT_FALSE(json_stream_parse_string(stream, "5.5 6.5 ]"));
   EXPECT_EQ(uselocale(nullptr), german.handle);
   EXPECT_EQ(s.seen, ",1.5,[2.5],[3.5].[4.5].5.5,6.5");
@@ -195,9 +196,9 @@ TEST(JsonLocale, NumbersHaveAPointAndCallbacksRunUnderTheCallersLocale) {
   freelocale(plain);
 }
 
-// ---- What has no JSON form ----
+// ---- Values without a JSON form ----
 
-// The first of so many levels, each of two links to the next.
+// A chain of levels, each with two links to the next.
 tree doubling(size_t levels) {
   std::string text = "{";
   for (size_t i = 1; i < levels; i++) {
@@ -213,7 +214,7 @@ void expect_failure(const node *n, const std::string &report) {
   EXPECT_EQ(log.fresh().rfind("ERROR: " + report, 0), 0u);
 }
 
-TEST(JsonText, FailsWhereThereIsNone) {
+TEST(JsonText, FailsForValuesWithoutAForm) {
   const std::string begin = "Failed to stringify JSON: ";
   for (double v : {double{NAN}, -HUGE_VAL}) {
     const tree t = make("[{}]");
@@ -235,7 +236,7 @@ TEST(JsonText, FailsWhereThereIsNone) {
 
 // ---- Files ----
 
-TEST(JsonFile, HoldsExactlyTheText) {
+TEST(JsonFile, ContainsExactlyTheText) {
   workplace place;
   const tree t = make(R"({"a":[1]})");
   for (bool dense : {false, true}) { // the shorter text replaces the longer
@@ -278,7 +279,7 @@ TEST(JsonSize, DepthNeedsNoStack) {
   });
 }
 
-TEST(JsonSize, ATokenThatComesByteByByteCostsLinearTime) {
+TEST(JsonSize, ATokenFedByteByByteCostsLinearTime) {
   const char *rows[][2] = {
       {"\"", "x"}, {"\"", "\\u0041\\n"}, {"0.", "1"}, {"/*", "*\""}, {"//", "\""}};
   for (const auto &[start, rest] : rows)

@@ -20,7 +20,7 @@ protected:
     log_close();
     log_set_debug(false);
   }
-  // What `action` writes to file descriptor 2.
+  // The bytes that `action` writes to file descriptor 2.
   static std::string stderr_of(const std::function<void()> &action) {
     fflush(stderr);
     FILE *file = fopen("stderr", "w");
@@ -40,7 +40,7 @@ protected:
   test::workplace place;
 };
 
-TEST_F(Log, StandardErrorTakesALineWithThePrefixOfItsLevel) {
+TEST_F(Log, StandardErrorGetsLinesWithTheirLevel) {
   EXPECT_EQ(stderr_of_message(), "") << "no log is open yet";
   log_open_stderr();
   EXPECT_FALSE(log_get_debug());
@@ -72,7 +72,7 @@ TEST_F(Log, FileIsOpenedWithTheModeGivenAndClosed) {
   EXPECT_EQ(written(), "ERROR: in mode w\nERROR: in mode a\n");
 }
 
-TEST_F(Log, AFileThatCannotBeOpenedLeavesTheSinkAsItWas) {
+TEST_F(Log, AFileThatCannotBeOpenedKeepsTheDestination) {
   const auto fail = [] {
     errno = 0;
     EXPECT_EQ(log_open_file("no/log", "w"), nullptr);
@@ -90,7 +90,7 @@ TEST_F(Log, AFileThatCannotBeOpenedLeavesTheSinkAsItWas) {
   EXPECT_EQ(written(), "");
 }
 
-TEST_F(Log, SyslogTakesIdentOptionsAndLevel) {
+TEST_F(Log, SyslogGetsIdentOptionsAndLevel) {
   log_open_syslog("log-test", LOG_PERROR);
   const std::string text = stderr_of([] {
     errno = EACCES;
@@ -105,8 +105,7 @@ TEST_F(Log, SyslogTakesIdentOptionsAndLevel) {
 }
 
 TEST_F(Log, KeepsTheErrnoOfTheCaller) {
-  // Unbuffered, so that every write of a message clobbers errno, as a fresh stream on a
-  // terminal or a pipe may.
+  // Unbuffered, so that every write changes errno, as it may on a terminal or a pipe.
   std::string text;
   cookie_io_functions_t io = {};
   io.write = [](void *cookie, const char *bytes, size_t count) {

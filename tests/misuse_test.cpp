@@ -1,12 +1,12 @@
-// What functions make of every kind of node that they are not for, and of NULL where the
-// headers allow it: nothing is found and nothing changes.
+// Functions called with nodes of every wrong kind, and with NULL where the headers allow
+// it: they find nothing and change nothing.
 #include "tree.hpp"
 
 using namespace test;
 
 namespace {
 
-// A call, true where it finds something, and the first letters of the kinds it is for.
+// A call, true if it finds something, and the first letters of the kinds that it accepts.
 #define CALL(right_kinds, call)                                                            \
   row {                                                                                    \
     right_kinds, #call, []([[maybe_unused]] node *n) -> bool { return call; }              \

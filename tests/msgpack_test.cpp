@@ -13,7 +13,7 @@ std::string hex(const std::string &digits) {
   return bytes;
 }
 
-// What an MPack that the builder names does otherwise; told in docs/design.md.
+// Another MPack behaves differently in some cases, see docs/design.md.
 const bool other_mpack = std::getenv("NODETREE_OTHER_MPACK") != nullptr;
 const bool errors_come_late = other_mpack, announced_sizes_are_reserved = other_mpack,
            large_messages_stay = other_mpack;
@@ -23,7 +23,7 @@ std::string head(const char *form, size_t length) {
   return hex(take(string_printf("%s%08zx", form, length)));
 }
 
-// `used` becomes the size written back.
+// `used` is set to the size that the decoder returns.
 tree decoded(const std::string &bytes, size_t *used = nullptr) {
   size_t size = bytes.size();
   const std::unique_ptr<char[]> memory(new char[size]); // the bytes end where it does
@@ -41,7 +41,7 @@ const std::string one_shot = "ERROR: Failed to decode MessagePack: ",
 
 // ---- Forms ----
 
-// Bytes that are written for a value and read as it, and other forms that are read.
+// For each value the bytes that are written, and other forms that are read.
 const char written[] = R"(
       c0 null  c2 false  c3 true  00 0  7f 127  cc80 128  ccff 255  cd0100 256  cdffff 65535
       ce00010000 65536  ceffffffff 4294967295  cf0000000100000000 4294967296
@@ -58,7 +58,8 @@ const char read[] = R"(
       ca3fc00000 1.5  ca80000000 -0.0  d900 ""  da000161 "a"  db0000000161 "a"  dc000107 [7]
       dd0000000107 [7]  dd00000000 []  df00000000 {}  de0001d9016101 {"a":1}
       df00000002da00016101db000000016202 {"a":1,"b":2}  a56162006364 "ab")";
-// NaN with its bits, infinities, the smallest and the largest; what is written for them.
+// NaN with its bits, infinities, the smallest and the largest real, and the bytes written
+// for them.
 const char reals[] = R"(
       cb7ff8000000000001 same  cbfff8000000000000 same  cb7ff0000000000000 same
       cbfff0000000000000 same  cb7fefffffffffffff same  cb0000000000000001 same
@@ -77,7 +78,7 @@ TEST(MsgpackForms, ShortestAreWrittenAndAllAreRead) {
   for (const auto &row : table(reals, 2))
     EXPECT_EQ(message(decoded(hex(row[0])).get()), hex(row[1] == "same" ? row[0] : row[1]));
   EXPECT_EQ(shown(decoded("\xa4\xff\xa1\xc3\x7f").get()), "\"\xff\xa1\xc3\x7f\"");
-  // The second text needs more than twice the room that the first has taken.
+  // The second text needs more than twice the room of the first.
   const tree texts = make("[\"" + repeat("x", 200) + "\",\"" + repeat("x", 400) + "\"]");
   EXPECT_EQ(shown(decoded(message(texts.get())).get()), compact(texts.get()));
 }
@@ -120,7 +121,7 @@ std::string reports(const std::string &brief) {
   return all;
 }
 
-TEST(MsgpackReports, WhatHasNoNodeFormIsLeftOut) {
+TEST(MsgpackReports, ValuesWithoutANodeFormAreLeftOut) {
   const char brief[] = R"(
       c400 NULL 8  c5000161 NULL 8  c60000000161 NULL 8  c70001 NULL 11
       c8000105ff NULL 11  c90000000105ff NULL 11  d40100 NULL 11  d5010000 NULL 11
@@ -154,7 +155,7 @@ TEST(MsgpackReports, WhatHasNoNodeFormIsLeftOut) {
   }
 }
 
-TEST(MsgpackReports, FailuresDeliverWhatCameBeforeAndLast) {
+TEST(MsgpackReports, FailuresArePermanentAndEarlierMessagesDelivered) {
   const char brief[] = R"(
       c1 - invalid  9201c1 - invalid  81a161c1 - invalid  81c101 - invalid
       ddffffffffc1 - invalid  cf8000000000000000 - type  9301cfffffffffffffffffc400 - type
@@ -248,8 +249,8 @@ size_t bytes_in_use() {
   return pages * 4096;
 }
 
-// Runs `body` with little more memory than there is in use, unless under a tool that needs
-// much itself.
+// Limits the memory for `body` to little more than is in use, except under tools that need
+// much memory themselves.
 void with_little_memory(const std::function<void()> &body) {
   rlimit before = {};
   getrlimit(RLIMIT_AS, &before);
@@ -259,7 +260,7 @@ void with_little_memory(const std::function<void()> &body) {
   setrlimit(RLIMIT_AS, &before);
 }
 
-TEST(MsgpackSize, WhatIsOnlyAnnouncedOrPastTakesNoMemory) {
+TEST(MsgpackSize, AnnouncedSizesAndPastMessagesTakeNoMemory) {
   for (const char *start : {"dbffffffff", "c6ffffffff", "c9ffffffff01", "ddffffffff",
                             "81dbffffffff", "dfffffffffa161"})
     for (const std::string &bytes :

@@ -20,7 +20,7 @@ TEST(Containers, RefusalsChangeNothing) {
   check_tree(o.get());
 }
 
-TEST(MoveChildren, LeavesANullAndTiesNoTreeToItself) {
+TEST(MoveChildren, LeavesANullAndMakesNoCircle) {
   const struct {
     const char *tree, *destination, *source, *after;
   } rows[] = {
@@ -53,7 +53,7 @@ TEST(Containers, AgreeWithVectorsUnderRandomUse) {
   list members, elements;
   const auto steps = static_cast<int64_t>(scaled(5000));
   for (int64_t step = 0; step < steps && !testing::Test::HasFailure(); step++) {
-    // Short keys are kept elsewhere than long ones.
+    // Short keys are stored differently from long ones.
     const std::string key =
         std::to_string(random() % 40) + (random() % 2 == 0 ? "" : "-abcdef");
     const auto found = std::find_if(members.begin(), members.end(),
@@ -124,7 +124,7 @@ TEST(Iterate, VisitsTheRootAndThenTheLeavesInDocumentOrder) {
 
 TEST(Iterate, NeedsNoStackAndLinearTime) {
   on_small_stack([] {
-    tree comb(node_new_array()); // two children a level: the next level and a leaf behind
+    tree comb(node_new_array()); // two children at each level: the next level and a leaf
     for (size_t level = 1; level < deep_levels; level++) {
       tree outer(node_new_array());
       node_array_append(outer.get(), comb.release());

@@ -15,7 +15,7 @@ std::string dump(const node *n) {
   return take(text);
 }
 
-// A copy as text; also checks that it stands on its own.
+// A copy as text; also checks that it is independent of the original.
 std::string copied(const node *n, int links) {
   const tree copy(node_copy(n, links));
   if (copy != nullptr) {
@@ -40,9 +40,9 @@ TEST(Copy, KeepsEverythingButThePlace) {
   EXPECT_STREQ(node_array_first(copy.get())->key, "0") << "labels are made anew";
 }
 
-// A copy leaves out the links that lead nowhere or back; JSON has null for the former, and
-// there is none with the latter.
-TEST(Links, BecomeWhatTheyLeadToInCopiesAndJson) {
+// Dangling links are left out of a copy and are null in JSON. Circular links are left out
+// of a copy and fail in JSON.
+TEST(Links, AreReplacedByTargetsInCopiesAndJson) {
   const struct {
     const char *source, *start, *copy, *json = copy;
   } rows[] = {
@@ -114,7 +114,7 @@ TEST(Equals, ComparesStructureAndValues) {
                node_equals(no_path.get(), make("'->'").get()));
 }
 
-TEST(Print, WritesOneLineALeafInEveryLocaleAlike) {
+TEST(Print, WritesOneLineForEachLeafInAnyLocale) {
   const std::pair<const char *, const char *> rows[] = {
       {"{'a':1,'b':{'c':'x'},'d':[],'e':null,'f':2.5,'g':true}",
        "/a=1\n/b/c=x\n/e=\n/f=2.500000\n/g=true\n"},

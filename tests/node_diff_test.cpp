@@ -6,7 +6,7 @@ using namespace test;
 
 namespace {
 
-// The difference as text; it stands on its own, and neither tree is changed.
+// The difference as text; it is independent of the trees, and neither is changed.
 std::string diff(const tree &from, const tree &to) {
   const std::string before = show(from) + show(to);
   const tree found(node_diff(from.get(), to.get()));
@@ -18,7 +18,7 @@ std::string diff(const tree &from, const tree &to) {
   return show(found);
 }
 
-TEST(Hash, OfNodesIsTheAgreedNumber) {
+TEST(Hash, HasTheDocumentedValue) {
   const char rows[] = R"(
       {} 0  [] 0  '' 0  0 0  0.0 0  null 0  '->/gone' 0  [[],null] 0  true 1  false 2
       1 2735845823  -0.0 128  'ab' 6363201  [true] 780587199
@@ -36,10 +36,10 @@ TEST(Hash, OfNodesIsTheAgreedNumber) {
   EXPECT_EQ(hash_sdbm("\xff\0", 2, 0), 255u * 65599u);
 }
 
-TEST(Hash, IsCachedInEveryNodeAndStays) {
+TEST(Hash, IsCachedInEveryNode) {
   const tree t = make("{'o':{'n':null,'t':true},'l':[2.5,[],'->/o','ä'],'d':'->/l'}");
   const uint32_t root = node_prepare_diff_hash(t.get());
-  for (const node *n : all_nodes(t.get())) // as if it stood alone, without links
+  for (const node *n : all_nodes(t.get())) // as if it were a root, without links
     EXPECT_EQ(n->diff_hash, node_prepare_diff_hash(tree(node_copy(n, 1)).get()))
         << where(n);
   node_object_add(t.get(), "new", node_new_integer(5));
@@ -56,7 +56,7 @@ TEST(Hash, OfALinkIsWhatItOrALinkOnTheWayKeeps) {
   EXPECT_EQ(node_prepare_diff_hash(node_lookup(t.get(), "/e")), b);
 }
 
-TEST(Diff, HoldsWhatDiffers) {
+TEST(Diff, ContainsTheDifferences) {
   const struct {
     const char *from, *to, *difference, *prepared = difference;
   } rows[] = {
@@ -127,7 +127,7 @@ tree links(size_t levels, size_t width, const char *leaf) {
   return t;
 }
 
-TEST(DiffLimits, LinksThatFanOutComeToAnEnd) {
+TEST(DiffLimits, LinksThatFanOutAreBounded) {
   for (const char *leaf : {"1", "null"}) {
     const tree from = links(8, 2, leaf), to = links(8, 2, "'new'");
     const tree found(node_diff(from.get(), to.get()));
@@ -138,7 +138,7 @@ TEST(DiffLimits, LinksThatFanOutComeToAnEnd) {
     EXPECT_EQ(leaves, 256u);
     EXPECT_EQ(node_prepare_diff_hash(node_object_get(from.get(), "0")) == 0, *leaf == 'n');
   }
-  // Every way through these is another one, so that nothing found on one serves another.
+  // Every path through these is different, so results for one cannot be reused for another.
   const tree fan = fan_out(12), same = fan_out(12), none = make("{}");
   EXPECT_EQ(diff(fan, same), "NULL");
   if (!to_the_limit)
@@ -150,7 +150,7 @@ TEST(DiffLimits, LinksThatFanOutComeToAnEnd) {
   EXPECT_EQ(node_copy(wide.get(), 1), nullptr);
 }
 
-TEST(DiffLimits, WhatIsKnownIsNotComparedAgain) {
+TEST(DiffLimits, KnownResultsAreReused) {
   const size_t n = wide_count;
   tree sides[2];
   for (tree &side : sides) {
@@ -176,7 +176,7 @@ TEST(DiffLimits, WhatIsKnownIsNotComparedAgain) {
   EXPECT_NE(node_prepare_diff_hash(sides[0].get()), 0u);
 }
 
-TEST(DiffLimits, LinksThatLeadOnAndOnNeedNoStackAndLinearTime) {
+TEST(DiffLimits, LongLinkChainsNeedNoStackAndLinearTime) {
   on_small_stack([] {
     const tree from = links(wide_count, 1, "1"), to = links(wide_count, 1, "2");
     node *a = node_object_get(from.get(), "0"), *b = node_object_get(to.get(), "0");

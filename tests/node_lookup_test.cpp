@@ -33,9 +33,9 @@ TEST(Paths, NameEveryNodeByItsKeys) {
   EXPECT_EQ(take(node_path_sl(odd)) + " " + take(node_path_sl(t.get())), ";;x/y; ;");
 }
 
-// What each way of looking up makes of the same path. Plain steps take a link's target only
-// to go down from it, lenient ones before every step and stop where it ends, and so do
-// those of a pattern.
+// The result of each kind of lookup for the same path. Plain steps follow a link only to go
+// down from its target. Lenient steps and those of a pattern follow links before every
+// step.
 TEST(Lookup, FindsWhatThePathNames) {
   const tree t = make("{'a':[{'b':1},{'b':2}],'l':'->/a','ll':'->/l','lll':'->/ll',"
                       "'d':{'k':'->/a/0'},'n':[{'b':1},null,{'c':0}],"
@@ -77,7 +77,7 @@ TEST(LookupCreate, MakesMissingObjectsOnly) {
               {"{'l':'->/o/x','o':{'x':{}}}", "/", "/l/../y", "/o/y",
                "{'l':'->/o/x','o':{'x':{},'y':{}}}"},
               {"{'l':'->/o','o':{}}", "/", "/l/./x", "/o/x", "{'l':'->/o','o':{'x':{}}}"},
-              // is not found again, yet in the way
+              // created, but not found again by the path
               {"{}", "/", "/../x", "/../x", "{'..':{'x':{}}}"},
               {"{'..':{'x':{}}}", "/", "/../x", "NULL", "{'..':{'x':{}}}"}};
   for (const auto &row : rows)
@@ -105,7 +105,7 @@ TEST(Links, LeadFromTheRootOrTheirOwnPlaceAndEnd) {
               {"{'a':1,'l':'->./a'}", "/l", "NULL", "NULL"},
               {"{'a':1,'l':'->a'}", "/l", "NULL", "NULL"},
               {"{'l':'->.'}", "/l", "NULL", "NULL"},
-              // back to themselves
+              // links to themselves
               {"{'l':'->/l'}", "/l", "/l", "/l"},
               {"{'l':'->/l/x'}", "/l", "NULL", "/l"},
               {"{'a':'->/b/x','b':'->/a/x'}", "/a", "NULL", "/b"},
@@ -127,7 +127,7 @@ TEST(Links, LeadFromTheRootOrTheirOwnPlaceAndEnd) {
   EXPECT_EQ(where(node_lookup(around.get(), "/o/l/l/l/l/x")), "/o/x");
 }
 
-TEST(Links, KeepNothingOfAResolution) {
+TEST(Links, StoreNothingWhenResolved) {
   const tree t = make("{'a':0,'l':'->/a'}"), l(node_lookup(t.get(), "/l"));
   for (int round = 0; round < 2; round++) {
     EXPECT_EQ(where(node_follow_link(l.get())), "/a");
@@ -139,7 +139,7 @@ TEST(Links, KeepNothingOfAResolution) {
   EXPECT_EQ(node_follow_link(l.get()), nullptr);
 }
 
-// Link i passes `times` times through link i + 1, the last leads to the root.
+// Link i passes `times` times through link i + 1; the last one leads to the root.
 tree nested_links(size_t levels, size_t times) {
   tree root(node_new_object());
   for (size_t i = 0; i <= levels; i++) {
@@ -173,7 +173,8 @@ TEST(LinkLimits, NestedResolutionNeedsNoStack) {
     first = node_object_get(deep.get(), "0");
     EXPECT_EQ(node_follow_link(first), deep.get());
     EXPECT_EQ(taken(node_lookup_glob(deep.get(), "/0/0")), nodes{first});
-    EXPECT_EQ(show(tree(node_copy(deep.get(), 1))), "{}"); // all lead to what holds them
+    EXPECT_EQ(show(tree(node_copy(deep.get(), 1))),
+              "{}"); // all lead to their own containers
   });
 }
 

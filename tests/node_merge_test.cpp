@@ -4,8 +4,8 @@ using namespace test;
 
 namespace {
 
-// References to every node of a tree; what is no longer below `top` has to be whole and
-// nobody else's.
+// Holds a reference to every node of a tree. Nodes that are no longer below `top` must be
+// intact and have no other owner.
 class holder {
 public:
   holder(node *from, const node *living) : nodes(all_nodes(from)), top(living) {
@@ -32,7 +32,8 @@ private:
 
 TEST(Merge, CombinesContainersAndReplacesTheRest) {
   const struct {
-    const char *target, *source, *merged, *consumed = "null"; // what is left of the source
+    const char *target, *source, *merged,
+        *consumed = "null"; // `consumed`: what is left of the source
   } rows[] = {
       {"{'o':{'x':1},'l':[5]}", "{'o':{'y':['deep']},'n':{'m':2},'l':[7,'s']}",
        "{'o':{'x':1,'y':['deep']},'l':[5,7,'s'],'n':{'m':2}}"},
@@ -66,7 +67,7 @@ TEST(Merge, MovesNodesAndTextsAndLabelsElements) {
   node *to = node_lookup(t.get(), "to"), *from = node_lookup(t.get(), "from");
   const node *n = node_lookup(from, "n");
   const char *text = node_get_string(node_lookup(from, "s"));
-  node_array_del(node_lookup(to, "l"), 0); // labels count the elements, however called
+  node_array_del(node_lookup(to, "l"), 0); // labels are the positions, not the old keys
   node_merge(to, from);
   EXPECT_EQ(show(t), "{'to':{'l':[1:6,7],'s':'new','n':{}}}");
   EXPECT_EQ(node_lookup(to, "n"), n);
@@ -120,13 +121,13 @@ TEST(Filter, KeepsTheIncludedAndReleasesTheExcluded) {
       {"{'a':{'c':2,'b':1}}", "/", "a/b a", "", "{'a':{'b':1,'c':2}}", ""},
       {"{'a':{'x':1,'y':[2]},'b':3}", "/", "", "a", "{'b':3}", "/a/x /a/y/0"},
       {"5", "/", "a", "", "{}", ""},
-      // what is kept of an array or under a name that paths give a meaning, and replaced
+      // arrays, and names that have a meaning in paths
       {"{'..':{'x':1,'y':2}}", "/", "*/*", "", "{'..':{'x':1}}", "/../y"},
       {"{'l':{'a':[1,[2]]}}", "/", "l/a/1 l", "", "{'l':{'a':[1]}}", ""},
       {"[1,2]", "/", "1 .", "", "[1]", ""},
       {"[1,2]", "/", "0", "", "{'0':1}", ""},
       {"{'a':1,'b':{},'.':[3]}", "/", "*", "", "[3]", ""},
-      // the tree itself, what holds it and what stands beside it
+      // the node itself, its container and its siblings
       {"{'b':1,'a':2,'c':3}", "/", "a . b", "", "{'a':2,'b':1,'c':3}", ""},
       {"'text'", "/", ". /", "", "'text'", ""},
       {"{'p':5,'t':{'a':1,'b':2}}", "/t", "a", "", "{'p':5,'t':{'t':{'a':1}}}", "/t/b"},
@@ -136,7 +137,7 @@ TEST(Filter, KeepsTheIncludedAndReleasesTheExcluded) {
       {"{'p':5,'t':{'a':1}}", "/t", "", "*/.. /t", "{'p':5,'t':null}", "/t/a /t"},
       {"{'a':{'x':1},'b':{'y':2}}", "/", "*/..", "", "{'a':{'x':1},'b':{'y':2}}", ""},
       {"{'a':{'x':1},'b':{'y':2}}", "/", "", "*/.. a", "null", "/a/x /b/y"},
-      // one node, or one inside the other, from one pattern
+      // one pattern matches a node twice, or two nested ones
       {"{'a':{'x':1,'y':2},'b':{'z':3}}", "/", "", "*/../*/../*/../*/z",
        "{'a':{'x':1,'y':2},'b':{}}", "/b/z"},
       {"{'a':{'x':1,'y':2},'b':3}", "/", "a/*/..", "", "{'a':{'x':1,'y':2}}", "/b"},
@@ -152,8 +153,8 @@ TEST(Filter, KeepsTheIncludedAndReleasesTheExcluded) {
     check_filter(row);
 }
 
-// Each place is visited once, by however many ways it can be come to.
-TEST(Filter, DecidesWhereWaysMultiply) {
+// Each place is visited once, however many paths lead to it.
+TEST(Filter, VisitsEachPlaceOnce) {
   tree t = make("{'o':{}}");
   for (size_t i = 0; i < wide_count; i++)
     node_object_add(t.get(), std::to_string(i).c_str(), new_link("/o"));

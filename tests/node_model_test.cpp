@@ -50,7 +50,7 @@ TEST(NodeValues, TextsAndPathsAreCopiedUpToTheirLengthOrNul) {
 TEST(NodeValues, RecordsAreZeroWhereNothingIsSet) {
   auto *used = static_cast<volatile unsigned char *>(std::malloc(sizeof(node) + 8));
   std::fill_n(used, sizeof(node) + 8, 0xff);
-  std::free(const_cast<unsigned char *>(used)); // for the next node
+  std::free(const_cast<unsigned char *>(used)); // reused by the next node
   const tree n(node_new_null());
   n->refcount--;
   const auto *byte = reinterpret_cast<const unsigned char *>(n.get());
@@ -58,7 +58,7 @@ TEST(NodeValues, RecordsAreZeroWhereNothingIsSet) {
   n->refcount++;
 }
 
-TEST(NodeReferences, FreeLeavesTheContainerButUnrefStaysInIt) {
+TEST(NodeReferences, FreeTakesTheNodeOutAndUnrefDoesNot) {
   const tree root = make("{'a':1,'b':[2],'c':3}");
   node *a = node_object_get(root.get(), "a"), *b = node_object_get(root.get(), "b");
   node_ref(a);
@@ -68,14 +68,15 @@ TEST(NodeReferences, FreeLeavesTheContainerButUnrefStaysInIt) {
   node_free(a);
   check_free(a);
   EXPECT_EQ(a->refcount, 1u);
-  EXPECT_FALSE(node_unref(b)); // the container's own reference: destroyed and taken out
+  EXPECT_FALSE(
+      node_unref(b)); // drops the container's reference: the node is removed and destroyed
   EXPECT_EQ(show(root), "{'c':3}");
   check_tree(root.get());
   EXPECT_FALSE(node_unref(a));
 }
 
-// Every set of nodes that may be kept, under every way of releasing the tree above them:
-// what is kept lives on, whole and in its place below what lives too.
+// Every set of nodes that may be kept, with every way to release the tree above them: kept
+// nodes live on, intact, and below kept ancestors.
 TEST(NodeReferences, KeptNodesSurviveAnyRelease) {
   void (*const ways[])(node * holder) = {
       [](node *) {},
@@ -121,7 +122,7 @@ TEST(NodeClear, MakesANullInPlace) {
     node_ref(child);
     node_clear(child);
     EXPECT_TRUE(child->child_count == 0 && child->refcount == 2);
-    node_clear(child); // again: nothing is released twice
+    node_clear(child); // the second call releases nothing twice
     node_unref(child);
   }
   EXPECT_EQ(show(root), "{'a':null,'b':null,'c':null,'d':null,'e':null}");

@@ -15,7 +15,7 @@ std::string encoded(const any_decoder &stream, const tree &value) {
   });
 }
 
-TEST(NodeStream, TheFirstBytesSettleTheFormatOfBothDirections) {
+TEST(NodeStream, TheFirstBytesSetTheFormatOfBothDirections) {
   const struct {
     node_stream_format asked;
     std::string first, second, delivered;
@@ -48,7 +48,7 @@ TEST(NodeStream, TheFirstBytesSettleTheFormatOfBothDirections) {
   }
 }
 
-TEST(NodeStream, WhatHasNoFormFails) {
+TEST(NodeStream, ValuesWithoutAFormFail) {
   const tree nan(node_new_real(NAN)), odd = make("[1]");
   node_array_first(odd.get())->type = static_cast<node_type>(8);
   for (const auto format : {json, msgpack}) {
@@ -58,7 +58,7 @@ TEST(NodeStream, WhatHasNoFormFails) {
   }
 }
 
-TEST(NodeStream, FailsForGoodAndReportsAsItsCodec) {
+TEST(NodeStream, FailuresArePermanentAndReportedByTheCodec) {
   const std::string rows[][3] = {
       {"{}[1]2 [{\"a\":3]", "{} [1] 2 ", "ERROR: Failed to parse JSON: parse error"},
       {" {\xc1}", "32 123 ", "ERROR: Error parsing MessagePack stream: "}};
@@ -76,7 +76,7 @@ TEST(NodeStream, FailsForGoodAndReportsAsItsCodec) {
   }
 }
 
-// What it does with one is told in the tests of the C++ face.
+// With a callback, the stream is tested by the tests of the C++ face.
 TEST(NodeStream, NeedsACallback) {
   for (const auto format : {automatic, json, msgpack, unknown})
     EXPECT_EQ(node_stream_new(format, nullptr, nullptr), nullptr);

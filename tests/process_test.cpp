@@ -23,7 +23,7 @@ list_owner shell(const char *script) {
   return list_owner(sl_new("sh", "-c", script));
 }
 
-// A program that reads and writes no more than its pipes hold.
+// A program whose input and output fit into its pipes.
 struct Child {
   explicit Child(const list_owner &command, char **environment = nullptr,
                  const char *user = nullptr)
@@ -41,7 +41,7 @@ struct Child {
   pid_t pid;
 };
 
-// Runs `body` in a process of its own, which it may spoil, standard output included.
+// Runs `body` in a process of its own, whose state it may change.
 void isolated(const std::function<void()> &body) {
   fflush(nullptr);
   const pid_t pid = fork();
@@ -60,7 +60,7 @@ void isolated(const std::function<void()> &body) {
 class Process : public testing::Test {
 protected:
   void SetUp() override {
-    for (int fd = 3; fd < 1024; ++fd) // what the test itself was started with
+    for (int fd = 3; fd < 1024; ++fd) // inherited by the test itself
       fcntl(fd, F_SETFD, FD_CLOEXEC);
     descriptors = test::open_descriptors();
   }
@@ -107,20 +107,21 @@ TEST_F(Process, EmptyCommandsAreRefused) {
   }
 }
 
-TEST_F(Process, OtherDescriptorsStayOutOfTheProgram) {
+TEST_F(Process, OtherDescriptorsAreNotInherited) {
   const list_owner cat(sl_new("cat")), ls(sl_new("ls", "/proc/self/fd"));
-  const Child other(cat); // lives on meanwhile
+  const Child other(cat); // keeps running meanwhile
   for (const int end : {other.in, other.out, other.err})
     EXPECT_EQ(fcntl(end, F_GETFD), FD_CLOEXEC);
   ASSERT_TRUE(log_open_file("log", "a"));
-  EXPECT_EQ(Child(ls).end(), "0 0\n1\n2\n3\n|"); // 3 is what it reads
+  EXPECT_EQ(Child(ls).end(), "0 0\n1\n2\n3\n|"); // 3 is the folder that ls reads
   log_close();
   EXPECT_EQ(other.end("still there"), "0 still there|");
 }
 
-// Every way to hand 0 to 3 and the null device over, with every choice of those open. In
-// the parent all are close-on-exec, and each is a file of its own. What the program has is
-// told by the place and the rights of its links: 500 to read, 300 to write, 700 for both.
+// Every way to pass the descriptors 0 to 3 and the null device, with every subset of them
+// open. In the parent all are close-on-exec, and each is a different file. The program's
+// descriptors are checked by the targets and modes of their links: 500 for reading, 300 for
+// writing, 700 for both.
 TEST_F(Process, DescriptorsMayBePermutedAndMissing) {
   const list_owner find(sl_new("find", "/proc/self/fd", "(", "-name", "[012]", "-o",
                                "-lname", "*/file?", ")", "-fprintf", "report",
@@ -130,7 +131,8 @@ TEST_F(Process, DescriptorsMayBePermutedAndMissing) {
   const auto check = [&](int open_ones, const std::vector<int> &streams) {
     for (int fd = 0; fd < 4; ++fd)
       close(fd);
-    for (const char *path : {"file0", "file1", "file2", "file3"}) // as their descriptors
+    for (const char *path :
+         {"file0", "file1", "file2", "file3"}) // the number is the descriptor
       open(path, O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     bool possible = true;
     std::string expected;
@@ -157,7 +159,7 @@ TEST_F(Process, DescriptorsMayBePermutedAndMissing) {
   });
 }
 
-TEST_F(Process, PipesStayClearOfClosedStandardStreams) {
+TEST_F(Process, PipesAvoidClosedStandardStreams) {
   for (int closed = 0; closed < 8; ++closed)
     isolated([=] {
       for (int fd = 0; fd < 3; ++fd)
@@ -171,7 +173,7 @@ TEST_F(Process, PipesStayClearOfClosedStandardStreams) {
     });
 }
 
-TEST_F(Process, WaitGoesOnThroughSignals) {
+TEST_F(Process, WaitContinuesAfterSignals) {
   const list_owner cat(sl_new("cat"));
   int in = -1;
   const pid_t pid = process_spawn_pipe(cat.get(), nullptr, nullptr, &in, nullptr, nullptr);
@@ -185,7 +187,7 @@ TEST_F(Process, ChildThatFailsReportsAndEndsWithStatusOne) {
   log_open_stderr();
   EXPECT_EQ(Child(missing).end(),
             "1 |ERROR: Failed to exec ./missing: No such file or directory\n");
-  // Messages without a reader, before and after the attempt.
+  // Messages that nobody reads, before and after the attempt.
   log_set_debug(true);
   const list_owner good = shell("exit 7"), half_pair(sl_new("NAME"));
   int ends[2];
@@ -197,7 +199,7 @@ TEST_F(Process, ChildThatFailsReportsAndEndsWithStatusOne) {
   EXPECT_EQ(spawn(good.get(), ends[1]), 7);
   EXPECT_EQ(spawn(missing.get(), ends[1]), 1);
   close(ends[1]);
-  // A stream that cannot be had. The log is a file, which the child writes too.
+  // A stream that cannot be opened. The log is a file, which the child also writes.
   ASSERT_NE(log_open_file("log", "we"), nullptr);
   EXPECT_EQ(spawn(good.get(), 999), 1);
   log_close();
@@ -206,7 +208,7 @@ TEST_F(Process, ChildThatFailsReportsAndEndsWithStatusOne) {
             "file descriptor\n");
 }
 
-TEST_F(Process, ChildThatFailsKeepsOffWhatTheParentHasBuffered) {
+TEST_F(Process, FailedChildDoesNotFlushTheParentsBuffers) {
   isolated([this] {
     const int saved = dup(1), out = open("out", O_WRONLY | O_CREAT, 0600);
     dup2(out, 1);
@@ -231,12 +233,12 @@ TEST_F(Process, ChildThatFailsKeepsOffWhatTheParentHasBuffered) {
   });
 }
 
-TEST_F(Process, NothingOfTheCallersRunsInTheChild) {
+TEST_F(Process, NoHandlerOfTheCallerRunsInTheChild) {
   const list_owner grep(sl_new("grep", "Sig[BI]", "/proc/self/status")),
       seven = shell("exit 7");
   isolated([&] {
     atexit([] { test::write_file("handler", "ran"); });
-    // A signal that comes right behind fork(), in the second child only.
+    // A signal that arrives right after fork(), in the second child only.
     signal(SIGUSR1, [](int) { test::write_file("handler", "ran"); });
     static bool armed = false;
     pthread_atfork(nullptr, nullptr, [] { armed &&raise(SIGUSR1); });
@@ -252,7 +254,7 @@ TEST_F(Process, NothingOfTheCallersRunsInTheChild) {
       int state = 0;
       pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
       EXPECT_EQ(state, PTHREAD_CANCEL_ENABLE);
-      // What the program has is what the caller has.
+      // The program inherits these from the caller.
       const std::string status = file_content("/proc/self/status"), end = child.end();
       EXPECT_NE(status.find(end.substr(2, end.size() - 3)), status.npos) << end;
       EXPECT_EQ(process_wait(pid), 7);
@@ -291,12 +293,12 @@ TEST_F(Process, EnvironmentIsAddedTo) {
                 "no value associated with last name in env list\n");
   EXPECT_STREQ(getenv("REPLACED"), "old");
   ASSERT_NE(log_open_file("log", "we"),
-            nullptr); // in a buffer, which the program does not write
+            nullptr); // in a buffer that the program must not flush
   EXPECT_EQ(Child(command, list_owner(sl_new("LAST")).get()).end(),
             "0 old old unset unset\n|");
   EXPECT_NE(file_content("log"), "");
 
-  // The program is looked up along the new PATH.
+  // The program is searched for in the new PATH.
   test::write_file("own_program", "#!/bin/sh\necho found\n");
   fs::permissions("own_program", fs::perms::owner_all);
   const list_owner path(sl_new("PATH", place.path.c_str())), own(sl_new("own_program"));
@@ -317,7 +319,7 @@ std::string dropped(const char *user) {
   return (result ? "true " : "false ") + ids() + log.fresh();
 }
 
-TEST_F(Process, PrivilegesThatAreNotThereAreNotDropped) {
+TEST_F(Process, MissingPrivilegesAreNotDropped) {
   isolated([] {
     EXPECT_TRUE(process_drop_privilege(nullptr));
     EXPECT_NE(getuid(), 0U);
@@ -327,7 +329,7 @@ TEST_F(Process, PrivilegesThatAreNotThereAreNotDropped) {
   });
 }
 
-// Takes a capability from root.
+// Drops a capability of root.
 void renounce(unsigned capability) {
   __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
   __user_cap_data_struct data[2] = {};
@@ -350,7 +352,7 @@ TEST_F(Process, RootBecomesTheUserOrStaysRoot) {
   const struct {
     const char *user;
     std::string outcome;
-    unsigned renounced = CAP_SYS_BOOT; // which no one needs here
+    unsigned renounced = CAP_SYS_BOOT; // not needed here
   } cases[] = {
       {"root", "true 0 0 "},
       {nullptr, "true " + uid + " " + gid + " " + changed},

@@ -1,4 +1,4 @@
-"""Programs that a test starts: by the launcher, where the tests need one."""
+"""The programs that a test starts, with a launcher if the tests need one."""
 
 import os
 import tempfile
@@ -7,7 +7,7 @@ _scripts = tempfile.TemporaryDirectory()
 
 
 def launched(folder):
-    """That folder of programs, or one of scripts of their names that run them by the launcher."""
+    """The folder of programs, or a folder of scripts with their names that run them by the launcher."""
     launcher = os.environ.get("NODETREE_TEST_LAUNCHER")
     if not launcher:
         return folder

@@ -1,5 +1,5 @@
-// Slow checks of the public records of nodes and indexes, which know nothing of how the
-// library works. Each gives what is broken, NULL for nothing.
+// Slow checks of the public records of nodes and indexes, independent of the library's
+// code. Each returns a text that names the fault, or NULL.
 #ifndef NODETREE_TESTS_RECORD_HPP
 #define NODETREE_TESTS_RECORD_HPP
 
@@ -12,8 +12,8 @@
 
 namespace record {
 
-// The height of a part of an index, -1 for a broken one; its elements join those found so
-// far, of which there are to be `limit` at most.
+// The height of a part of an index, -1 if it is broken. Adds its elements to those found so
+// far, which may be `limit` at most.
 inline int height(const avl_node *e, const avl_node *parent, std::size_t limit,
                   std::vector<const avl_node *> &found) {
   if (e == nullptr)
@@ -50,7 +50,7 @@ inline const char *broken(const avl_tree *index) {
   return nullptr;
 }
 
-// The references of a node are whoever holds it asked for.
+// Checks all but the reference counts.
 inline const char *broken(const node *n) {
   const bool held = n->parent != nullptr, is_object = n->type == NODE_OBJECT;
   const bool member = held && n->parent->type == NODE_OBJECT;

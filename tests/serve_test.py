@@ -1,4 +1,4 @@
-"""The example service among hostile clients. Usage: serve_test.py PROGRAM RULES [SECONDS [TEST...]]
+"""Tests the example service with hostile clients. Usage: serve_test.py PROGRAM RULES [SECONDS [TEST...]]
 
 While all kinds of attack go on, good clients get every answer, and the service ends with 0. With a
 number of seconds the attacks go on for so long, by many more clients.
@@ -42,7 +42,7 @@ class Service:
 
     def connect(self):
         client = socket.socket(socket.AF_UNIX)
-        client.settimeout(30 + SECONDS)  # among a hundred attackers a place may take long
+        client.settimeout(30 + SECONDS)  # a new connection may wait for long among a hundred attackers
         try:
             client.connect(self.path)
         except OSError:
@@ -73,7 +73,7 @@ def ask(client, pieces):
 
 def never_reads(client):
     client.settimeout(0.2)
-    while True:  # until the service no longer takes anything in
+    while True:  # until the service stops reading
         client.sendall(REQUEST * 1000)
 
 
@@ -104,7 +104,7 @@ def attack(service, until):
             with service.connect() as client:
                 random.choice(ATTACKS)(client)
         except OSError:
-            pass  # the service hung up, as it should
+            pass  # expected: the service closed the connection
 
 
 class Serve(unittest.TestCase):
@@ -160,11 +160,11 @@ class Serve(unittest.TestCase):
         self.survive_attacks("--max-connections", "12", "--max-idle", "10")
 
     @unittest.skipIf(LAUNCHED or b"__asan_" in pathlib.Path(PROGRAM).read_bytes(), "they need memory")
-    def test_refuses_what_there_is_no_memory_for(self):
+    def test_refuses_requests_without_memory(self):
         self.assertIn(b"out of memory", self.survive_attacks(
             limit=(resource.RLIMIT_DATA, 4 << 20), may_refuse=True))
 
-    def test_limits_and_errors_are_told(self):
+    def test_limits_and_errors_are_reported(self):
         service = self.start("--max-value", "100", "--max-values", "3")
         for text, error in ((b'{"from":"' + b"x" * 200, b"the request is too long"),
                             (REQUEST * 4, b"too many requests at once"),
@@ -177,7 +177,7 @@ class Serve(unittest.TestCase):
             stderr=subprocess.DEVNULL, check=False).returncode, 1, "the lock is held")
         self.assertEqual(service.end(), (0, b""))
 
-    def test_bytes_now_and_then_are_no_activity(self):
+    def test_occasional_bytes_are_not_activity(self):
         service = self.start("--max-idle", "1")
         with service.connect() as client, self.assertRaises(OSError):
             for byte in b'{"a":' + b" " * 50:
@@ -195,7 +195,7 @@ class Serve(unittest.TestCase):
             self.expect_good_answers(service)
             self.assertEqual(service.end(), (0, b""))
 
-    def test_leaves_the_path_of_a_socket_that_was_handed_over(self):
+    def test_keeps_the_path_of_an_inherited_socket(self):
         with tempfile.TemporaryDirectory() as folder, socket.socket(socket.AF_UNIX) as listener:
             path = os.path.join(folder, "socket")
             listener.bind(path)
@@ -211,7 +211,7 @@ class Serve(unittest.TestCase):
             self.assertEqual(service.wait(60), 0)
             self.assertTrue(os.path.exists(path))
 
-    def test_what_has_arrived_is_answered_before_the_end(self):
+    def test_pending_requests_are_answered_before_the_end(self):
         service = self.start()
         with service.connect() as client:
             client.sendall(REQUEST * 1000)

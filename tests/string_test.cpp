@@ -9,7 +9,7 @@ using test::take;
 
 namespace {
 
-TEST(StringTests, CompareBytesAndKeepNullApart) {
+TEST(StringTests, CompareBytesAndDistinguishNull) {
   const struct {
     const char *a, *b;
     bool equal, prefixed, suffixed, contained;
@@ -60,9 +60,9 @@ TEST(StringReplace, ReplacesTheFirstOccurrenceOnly) {
   EXPECT_EQ(string_replace(same, "b", nullptr), same);
 }
 
-TEST(StringReplace, TakesItsArgumentsFromTheStringItself) {
+TEST(StringReplace, AcceptsArgumentsInsideTheString) {
   char *text = strdup("x-tail");
-  text = string_replace(text, text, text + 1); // the whole by its end
+  text = string_replace(text, text, text + 1); // replaces the text by its own end
   EXPECT_EQ(take(string_replace(text, "-", text)), "-tailtail");
 }
 
@@ -73,7 +73,7 @@ TEST(StringToUpper, WorksInPlace) {
   EXPECT_EQ(string_to_upper(nullptr), nullptr);
 }
 
-TEST(StringToInteger, StoresWhatItReadAndTellsWhetherThatWasAll) {
+TEST(StringToInteger, StoresTheNumberAndTellsWhetherTheTextWasOne) {
   const struct {
     const char *text;
     bool whole;

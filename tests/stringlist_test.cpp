@@ -32,7 +32,7 @@ TEST(StringListAppend, CopiesTheStringsInOrder) {
       << "nothing to append still makes a list";
 }
 
-TEST(StringListCopy, IsDeepAndKeepsNullApart) {
+TEST(StringListCopy, IsDeepAndDistinguishesNull) {
   const list_owner list = list_of("a;b;c"), copy(sl_copy(list.get()));
   EXPECT_EQ(shown(copy.get()), "a;b;c;");
   EXPECT_NE(copy.get()[0], list.get()[0]);
@@ -76,7 +76,7 @@ TEST(StringListConcat, MovesTheStringsOfTheSecondList) {
   EXPECT_EQ(sl_concat(nullptr, _sl_new(nullptr)), nullptr);
 }
 
-TEST(StringListSplit, FieldsAndTheWayBack) {
+TEST(StringListSplit, FieldsCanBeJoinedAgain) {
   const struct {
     const char *text, *fields;
     int separator = '/';
@@ -87,7 +87,7 @@ TEST(StringListSplit, FieldsAndTheWayBack) {
     EXPECT_EQ(shown(list.get()), fields);
     std::string all = text;
     if (!all.empty() && all.back() == '/')
-      all.pop_back(); // only a last separator is lost
+      all.pop_back(); // a separator at the end gives no string
     EXPECT_EQ(take(sl_join(list.get(), "/")), all);
   }
   EXPECT_EQ(sl_split(nullptr, '/'), nullptr);
@@ -126,7 +126,7 @@ TEST(StringListSlice, Positions) {
     for (size_t i = sl_len(list); *expected == 'a' && i < 4; i++)
       EXPECT_EQ(list[i], nullptr) << "a released string";
     EXPECT_EQ(reinterpret_cast<uintptr_t>(list) == before, *expected == 'a') << start;
-    if (list != nullptr) { // what was cut still grows
+    if (list != nullptr) { // the shortened list can still grow
       EXPECT_EQ(take(sl_append(list, "d", "e", "f", "g")),
                 expected + std::string("d;e;f;g;"));
     }

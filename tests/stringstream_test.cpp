@@ -14,7 +14,7 @@ Stream open_with(const std::string &text) {
   return stream;
 }
 
-// The flushed content; fails the test where no zero byte follows it.
+// The flushed content; fails the test if no NUL follows it.
 std::string content(const Stream &stream) {
   if (FILE *file = stringstream_file(stream.get()))
     fflush(file);
@@ -23,7 +23,7 @@ std::string content(const Stream &stream) {
   return {stringstream_data(stream.get()), size};
 }
 
-TEST(StringStream, ClosesOnceAndHandsItsDataOverOnce) {
+TEST(StringStream, ClosesAndReturnsItsDataOnce) {
   for (const char *text : {"kept", ""}) {
     Stream stream = open_with(text);
     for (int times = 0; times < 2; ++times) {
@@ -61,7 +61,7 @@ TEST(StringStream, ConsumesWhenClosed) {
   fclose(other);
 }
 
-TEST(StringStream, WritesOnRightBehindWhatConsumeLeft) {
+TEST(StringStream, ContinuesAfterConsume) {
   std::mt19937 random(1);
   Stream stream = open_with("");
   std::string model;

@@ -82,7 +82,8 @@ inline auto open_descriptors() {
   return std::distance(begin(all), end(all));
 }
 
-// What `wait` returns while signals come, the tenth of which closes what it waits for.
+// The result of `wait` while signals arrive. The tenth signal closes the descriptor that it
+// waits for.
 inline int wait_through_signals(int descriptor, const std::function<int()> &wait) {
   static std::atomic<int> signals, held;
   signals = 0;
@@ -102,7 +103,7 @@ inline int wait_through_signals(int descriptor, const std::function<int()> &wait
   return result;
 }
 
-// A new folder, the working directory while it lives.
+// A new folder, which is the working directory while the object lives.
 class workplace {
 public:
   workplace() : home(std::filesystem::current_path()) {
@@ -121,7 +122,7 @@ private:
   std::filesystem::path home;
 };
 
-// What was logged, without the numbers of lines of code.
+// The log without line numbers of the code.
 inline std::string without_lines(std::string text) {
   for (size_t at = 0; (at = text.find(':', at)) != text.npos; ++at)
     if (size_t end = text.find_first_not_of("0123456789", at + 1);
@@ -130,7 +131,7 @@ inline std::string without_lines(std::string text) {
   return text;
 }
 
-// Collects what is logged while it lives, debug messages included.
+// Collects the log while it lives, with debug messages.
 class log_reader {
 public:
   log_reader() {
@@ -145,7 +146,7 @@ public:
     std::free(buffer);
   }
   log_reader(const log_reader &) = delete;
-  // What came since the last call, without the numbers of lines of code or with them.
+  // The log since the last call, with or without line numbers of the code.
   std::string fresh(bool with_lines = false) {
     std::fflush(log_file);
     const std::string text(buffer + read, size - read);
@@ -158,7 +159,7 @@ private:
   size_t size = 0, read = 0;
 };
 
-// While it lives the program runs in German, where the decimal sign is a comma.
+// While it lives the locale is German, with a decimal comma.
 class german_locale {
 public:
   german_locale() {
@@ -198,7 +199,7 @@ inline bool under_valgrind() {
   return preload != nullptr && std::strstr(preload, "vgpreload") != nullptr;
 }
 
-// Tools that check every access slow the tests down, so sizes and rounds are cut there.
+// Tools that check every access slow the tests down, so sizes and rounds are reduced there.
 inline size_t slowdown() {
 #ifdef __SANITIZE_ADDRESS__
   return 10;
@@ -212,14 +213,13 @@ inline size_t scaled(size_t full) {
   return full / slowdown();
 }
 
-// What needs as many steps as the library allows at most.
+// Whether to run tests that reach the library's limits on steps.
 inline const bool to_the_limit = slowdown() == 1;
 
 inline const size_t deep_levels = scaled(1000000);
 inline const size_t wide_count = scaled(100000);
 
-// Runs `body` where recursion on the depth of a tree would overflow, and quadratic time
-// show.
+// Runs `body` with a small stack, so that recursion on the depth of a tree would overflow.
 inline void on_small_stack(const std::function<void()> &body) {
   pthread_attr_t attributes;
   pthread_t thread;

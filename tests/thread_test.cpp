@@ -1,5 +1,5 @@
-// Distinct objects on distinct threads, and one rule on all, at the same time: for ThreadSanitizer (`make tsan`),
-// and elsewhere for the results alone.
+// Distinct objects on distinct threads, and one rule shared by all. For ThreadSanitizer
+// (`make tsan`); otherwise only the results are checked.
 #include "tree.hpp"
 
 #include <thread>
@@ -11,7 +11,7 @@ namespace {
 constexpr char text[] =
     R"({"a":{"list":[1,2.5,"text",null,true],"key":"value"},"l":"->/a/list"})";
 
-// The rule belongs to all threads.
+// The rule is shared by all threads.
 void trees(node *rule) {
   const tree t = make(text), other = make(R"({"a":{"list":[1,3],"key":"value"}})");
   EXPECT_EQ(where(node_lookup(t.get(), "/l/1")), "/a/list/1");

@@ -18,7 +18,7 @@ def compact(value):
 
 class Places(Case):
     def expect_changes(self, *rows):
-        """Rows of arguments and either what VALUE becomes or a pattern of what is wrong."""
+        """Rows of arguments and either the changed VALUE or a pattern for the error."""
         for arguments, outcome in rows:
             if outcome.startswith("{") or outcome == "1":
                 self.expect(arguments + " -c", VALUE, 0, outcome + "\n")
@@ -57,7 +57,7 @@ class Places(Case):
         )
         self.expect("del -c /none", VALUE, 1, VALUE + "\n")
 
-    def test_files_change_whole_or_not_at_all(self):
+    def test_files_change_completely_or_not_at_all(self):
         name = self.file("file", "{} {}")
         self.expect(f"set -ic /a [] {name}", "", 0, "")
         self.expect(f"set -i /a/x 1 {name}", "", 2, "", ".*")
@@ -67,7 +67,7 @@ class Places(Case):
             self.assertEqual(f.read(), '{"a":[]}\n{"a":[]}\n')
 
 
-# Patch, value before, value after; without the last, the patch fails.
+# Patch, value before, value after; without the last the patch must fail.
 PATCHES = [
     ('[]', '{"a":1}', '{"a":1}'),
     ('[{"op":"add","path":"/b","value":[]}]', '{"a":1}', '{"a":1,"b":[]}'),
@@ -174,7 +174,7 @@ class Patches(Case):
             names = [self.file("a", compact(a)), self.file("b", compact(b))]
             self.expect(["diff", "-c", "--patch", *names], "", 1 if patch else 0, compact(patch))
 
-    def test_a_difference_is_what_it_takes(self):
+    def test_a_patch_makes_the_second_value(self):
         def tree(depth):
             kind = chance.randrange(8 if depth else 5)
             if kind < 5:

@@ -33,7 +33,7 @@ def run(*arguments, text="", stdout=subprocess.PIPE, stderr=subprocess.PIPE, **o
 
 
 def told(name, text):
-    """A pattern of what is said about an input, or with its place."""
+    """A pattern for a message about an input, with or without a place in it."""
     return f"nodetree: {re.escape(name)}(:\\d+:\\d+|: (message|value) [^:]*)?: {text}\n"
 
 
@@ -43,7 +43,7 @@ def told_input(text):
 
 class Case(unittest.TestCase):
     def expect(self, arguments, text, status, out, error="", **options):
-        """Arguments are a list, or stand between blanks; all of standard error matches `error`."""
+        """Arguments are a list or separated by blanks; `error` must match all of standard error."""
         if isinstance(arguments, str):
             arguments = arguments.split()
         with self.subTest(arguments=arguments, text=text[:60]):
@@ -113,7 +113,7 @@ class Commands(Case):
                  "2.2250738585072014e-308 100.0 0.00001 1e-6 9.5367431640625e-7 9007199254740992.0")
         self.expect("format", reals, 0, reals.replace(" ", "\n") + "\n")
 
-    def test_flat_reports_what_lines_cannot_tell(self):
+    def test_flat_reports_what_lines_cannot_express(self):
         told_once = told_input(".*: lines cannot express this: .*")
         self.expect_rows(
             ("flat", '{"a/b": {"x": 1}, "c\\nd": 2}', 2, "/a/b/x=1\n/c\nd=2\n",
@@ -153,7 +153,7 @@ class Commands(Case):
             self.expect(["eval", expr], config, status, out, error and told_input(error))
         self.expect("eval -- -1", "{}", 0, "-1\n")
 
-    def test_bad_expressions_answer_nothing(self):
+    def test_bad_expressions_print_nothing(self):
         for expr, error in [
             ("", "is empty"),
             (" ", "contains no value"),
@@ -216,7 +216,7 @@ class Commands(Case):
             ("filter --exclude /n --removed", text, 1, ""),
             ("filter --exclude a", '{"a":1,"c":2} {"b":1}', 0, '{\n\t"c": 2\n}\n{\n\t"b": 1\n}\n'),
         )
-        # an option behind a file is one even where the environment says otherwise
+        # an option after a file is recognised whatever POSIXLY_CORRECT says
         name = self.file("name", text)
         self.expect(f"filter -c {name} --include n -", "[]", 0, '{"n":{}}\n{}\n',
                     env={**os.environ, "POSIXLY_CORRECT": "1"})
@@ -259,7 +259,7 @@ class Inputs(Case):
             ("flat", "[\x1b[31m]", 2, "", r"[^\x1b]*"),
         )
 
-    def test_places_behind_many_chunks(self):
+    def test_places_after_many_chunks(self):
         lines = "".join('{"n":%d}\n' % i for i in range(20000))
         self.expect("get n", lines + '{"n":\n [}', 2, "".join("%d\n" % i for i in range(20000)),
                     "nodetree: standard input:20002:3: Failed .*")
@@ -267,7 +267,7 @@ class Inputs(Case):
         self.expect("get n", packed + b"\x91\xc1", 2, None,
                     f"nodetree: standard input: message 20001 at byte {len(packed)}: Error .*")
 
-    def test_what_is_no_json_is_named(self):
+    def test_foreign_formats_are_named(self):
         rows = [("\ufeff[1]".encode("utf-16"), "UTF-16"), ("[1]".encode("utf-16-le"), "UTF-16"),
                 (gzip.compress(b"[1]"), "gzip data"), (b"\x7fELF", None),
                 (b"\0\1", "binary data")]
@@ -318,7 +318,7 @@ class Inputs(Case):
             ("get n -", "", 1, ""),
         )
 
-    def test_a_value_is_answered_before_the_next_arrives(self):
+    def test_a_value_is_printed_before_the_next_arrives(self):
         for value in b'{"n": %d}', b"\x81\xa1n\xa1%d":
             with self.subTest(value=value), subprocess.Popen(
                 [*COMMAND, "get", "-r", "n"], stdin=subprocess.PIPE, stdout=subprocess.PIPE
@@ -389,7 +389,7 @@ class MessagePack(Case):
             ("format", b"\xe0", 2, "", no_json),
         )
 
-    def test_a_message_that_is_cut_off_or_broken_is_told_behind_what_came_before(self):
+    def test_a_broken_message_is_reported_after_earlier_results(self):
         parts = [self.MAP[:size] for size in range(1, len(self.MAP))]
         parts += [b"\xcc", b"\xc4\x01", b"\xd4\x01"]
         names = [self.file(f"part{i}", b"\x90" + part) for i, part in enumerate(parts)]
@@ -398,7 +398,7 @@ class MessagePack(Case):
         self.expect("format -c", b"\x90\x91\xc1\x90", 2, "[]\n",
                     told_input("Error parsing MessagePack stream: .*"))
 
-    def test_what_no_tree_holds_is_told_and_left_out(self):
+    def test_what_a_tree_cannot_hold_is_reported_and_left_out(self):
         left = "a part of the value is left out: [^\n]*"
         for data, out in [
             (b"\x91\xc4\x01x", "[]\n"),
@@ -411,13 +411,13 @@ class MessagePack(Case):
                         told_input(left))
             name = self.file("part", b"\x90" + data)
             self.expect("merge - " + name, "{}", 2, "", told(name, left))
-        # behind what was answered before, also where both go to one place
+        # after the earlier answers, also if both go to the same place
         out = run("format", "-c", text=b"\x90\x91\xc4\x01x\x07", stderr=subprocess.STDOUT)[1]
         self.assertRegex(out, r"\A\[\]\n" + told_input(left) + r"\[\]\n7\n\Z")
 
 
 class Replacing(Case):
-    """--in-place and --output: a file is there whole, or as it was."""
+    """--in-place and --output: a file is complete, or as it was."""
 
     def stands(self, path, content):
         with open(path, "rb") as f:
@@ -464,7 +464,7 @@ class Replacing(Case):
         ]:
             self.expect(arguments, "", 2, "", error)
             self.stands(deep, "[" * 200 + "]" * 200)
-        # a disk that is too small: a file may not grow beyond 4 blocks of 512 bytes
+        # like a full disk: a file cannot grow beyond 4 blocks of 512 bytes
         long = self.file("long", "[" + "1," * 3000 + "1]")
         limited = f"ulimit -f 4; trap '' XFSZ; exec {' '.join(COMMAND)} format -i {long}"
         self.assertEqual(subprocess.run(["bash", "-c", limited], stderr=subprocess.PIPE,
@@ -492,7 +492,7 @@ class Replacing(Case):
 class Program(Case):
     @unittest.skipUnless(shutil.which("parallel"), "GNU parallel is not installed")
     def test_lines_may_be_split(self):
-        """The command that the guide gives, on smaller pieces."""
+        """The command shown in the guide, with smaller pieces."""
         guide = os.path.join(os.path.dirname(__file__), "../docs/guide/parallel.md")
         with open(guide, encoding="utf-8") as page:
             command = re.search(r"^```sh\n(.*?)^```", page.read(), re.S | re.M)[1]
@@ -521,7 +521,7 @@ class Program(Case):
             try:
                 while True:
                     got += os.read(ours, 10000)
-            except OSError:  # all has been read
+            except OSError:  # the terminal is closed
                 os.close(ours)
             return got
         environment = {**os.environ, "TERM": "xterm", "NO_COLOR": ""}
@@ -533,7 +533,7 @@ class Program(Case):
                          rb"\A\r0\.0 MB, 0\.0 MB/s\x1b\[K\r\x1b\[K\Z")
 
     def test_closed_output(self):
-        """Ends quietly by SIGPIPE, or with a message where that is ignored, as here; at once."""
+        """Ends at once: silently by SIGPIPE, or with a message if that is ignored, as here."""
         reader, closed = os.pipe()
         os.close(reader)
         told_it = "nodetree: standard output: Broken pipe\n"

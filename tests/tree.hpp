@@ -10,14 +10,14 @@
 
 namespace test {
 
-// A node's place for comparisons and messages.
+// The path of a node, for comparisons and messages.
 inline std::string where(const node *n) {
   return n != nullptr ? take(node_path(n)) : "NULL";
 }
 
 inline std::vector<node *> children(const node *n) {
   std::vector<node *> found;
-  if (node_is_container(n)) // a broken ring must not hang the test
+  if (node_is_container(n)) // a damaged list must not hang the test
     for (node *child = node_container_first(n);
          child != nullptr && found.size() <= n->child_count;
          child = node_container_next(n, child))
@@ -25,7 +25,7 @@ inline std::vector<node *> children(const node *n) {
   return found;
 }
 
-// All nodes of a tree, containers before what they hold.
+// All nodes of a tree, containers before their children.
 inline std::vector<node *> all_nodes(const node *top) {
   std::vector<node *> found{const_cast<node *>(top)};
   for (size_t i = 0; i < found.size(); i++)
@@ -137,7 +137,8 @@ public:
   decoder(const decoder &) = delete;
   bool feed(const std::string &bytes, size_t chunk = SIZE_MAX) {
     const size_t room = std::min(chunk, bytes.size());
-    const std::unique_ptr<char[]> memory(new char[room]); // every chunk ends where it does
+    const std::unique_ptr<char[]> memory(
+        new char[room]); // every chunk ends at the end of its block
     size_t at = 0;
     do {
       const size_t size = std::min(room, bytes.size() - at);

@@ -36,7 +36,7 @@ TEST(ValueList, GrowsInArgumentOrderAndIsCopied) {
   EXPECT_EQ(take(vl_appendn(list, list, 2)), (Elements{b, c, b, c, b, c}));
 }
 
-TEST(ValueList, TellsEmptyListsFromNull) {
+TEST(ValueList, DistinguishesEmptyListsFromNull) {
   EXPECT_TRUE(vl_empty(nullptr) && vl_len(nullptr) == 0 && !vl_copy(nullptr));
   void **nothing = nullptr;
   for (void **empty : {_vl_new(nullptr), _vl_append(nothing, nullptr), vl_copyn(nullptr, 0),

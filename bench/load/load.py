@@ -46,7 +46,7 @@ def processor_time(process):
 
 
 def measure(program, request, connections, pipelined):
-    """Requests a second, microseconds of the processor for one, latencies, least and most memory."""
+    """Requests per second, processor time of one in microseconds, latencies, least and most memory."""
     with tempfile.TemporaryDirectory() as folder:
         path = f"{folder}/socket"
         service = subprocess.Popen([program, "--socket", path, "--rules", RULES], stderr=subprocess.DEVNULL)

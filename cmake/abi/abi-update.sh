@@ -1,7 +1,7 @@
 #!/bin/sh
 # usage: abi-update.sh LIBRARY [DESCRIPTION]
-# Writes down the binary interface of a library with debug information: its symbols and the
-# layout of every type that they reach, but nothing of the machine that it was built on.
+# Describes the binary interface of a library with debug information: its symbols and the
+# layout of every type that they use, but nothing about the machine that it was built on.
 set -eu
 here=$(dirname "$0")
 exec abidw --headers-dir "$here/../../include" --drop-private-types \

@@ -1,6 +1,6 @@
 #!/bin/sh
 # usage: abi.sh LIBRARY
-# Fails, and tells how, where the library's binary interface is not the one written down.
+# Fails, with the differences, if the library's binary interface is not the one described here.
 set -eu
 here=$(dirname "$0")
 if [ "$(uname -m)" != x86_64 ]; then

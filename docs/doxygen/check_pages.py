@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """usage: check_pages.py PAGES INCLUDE [CHROMEDRIVER]
 
-No link of the pages leads nowhere, and no comment of the headers is lost on the way to them. With
-a browser's driver every page is opened in it, too, and its console stays empty.
+Checks that no link of the pages is dead and that every comment of the headers is on them. With a
+browser's driver, also opens every page in the browser and checks that the console is empty.
 """
 
 import html.parser
@@ -50,7 +50,7 @@ def words(text):
 def lost_comments(pages):
     shown = words(" ".join(" ".join(page.text) for page in pages.values()))
     for header in sorted(set(INCLUDE.rglob("*.h*")) - {INCLUDE / "nodetree/export.h"}):
-        text = header.read_text(encoding="utf-8")  # without what is not for users
+        text = header.read_text(encoding="utf-8")  # without parts that are not for users
         text = re.sub(r"\nnamespace (\w+::)?detail \{.*?\n\} // namespace (\w+::)?detail", "", text,
                       flags=re.DOTALL)
         text = re.sub(r"\n(private|protected):.*?\n\};", "", text, flags=re.DOTALL)

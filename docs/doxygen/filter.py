@@ -1,9 +1,9 @@
-"""Doxygen's input filter: the comments of the headers as Doxygen has them. Usage: filter.py HEADER|PAGE
+"""Doxygen's input filter: turns the comments of the headers into Doxygen's form. Usage: filter.py HEADER|PAGE
 
-The headers are written to be read as they are. Here a comment becomes the documentation of
-what it stands before; of a run of declarations, up to the next blank line, it becomes that of each. One
-of the form "---- Title ----" heads a group, and the first of a file is about the file. Lines
-stay where they are, so that Doxygen's warnings name the lines of the header.
+The headers are plain C and C++ comments. A comment documents every declaration after it, up to the
+next blank line. A comment of the form "---- Title ----" is the heading of a group, and the first
+one in a file documents the file. Line numbers do not change, so Doxygen's warnings name the
+lines of the header.
 """
 
 import pathlib
@@ -11,44 +11,44 @@ import re
 import sys
 
 HEADING = re.compile(r"-{4} (.*?) -{4}\s*", re.DOTALL)
-# What a line of a comment is indented by that is meant to stand as it is.
+# The beginning of a comment line that is shown literally.
 AS_IT_IS = re.compile(r"  +(?!\d+\. |- )\S")
 LIST = re.compile(r" *(\d+\. |- )")
 BRACES = r"\{(?:[^{}]|\{[^{}]*\})*\}"
-# Members of C++ classes that are documented by what they are.
+# Texts for members of C++ classes without a comment of their own.
 PLAIN_MEMBERS = [
-    (r"\b(View|Strings)\((::node \*|char \*\*|const )", "Borrows it."),
-    (r"&& = delete;|const Node &&\) = delete;", "Not of a temporary: it would not live long enough."),
-    (r"(integer|real|boolean)\(T\) = delete;", "Not from another type."),
-    (r"= delete;", "Not copied."),
-    (r"\boperator bool\(", "Whether there is something."),
+    (r"\b(View|Strings)\((::node \*|char \*\*|const )", "Borrows the object."),
+    (r"&& = delete;|const Node &&\) = delete;", "Deleted for temporaries, which would not live long enough."),
+    (r"(integer|real|boolean)\(T\) = delete;", "Deleted for other types."),
+    (r"= delete;", "Deleted: no copies."),
+    (r"\boperator bool\(", "Whether something is held."),
     (r"\bbegin\(", "The first item."),
     (r"\bend\(", "The end of the range."),
     (r"\bempty\(", "Whether there are none. O(1)."),
-    (r"^ *~", "Releases what is held."),
+    (r"^ *~", "Releases the object."),
     (r"= default;", "Holds nothing."),
     (r"bool is_range_of_pairs", "Not for users."),
-    (r"&&other\)", "Takes over what the other holds."),
+    (r"&&other\)", "Takes over the object of the other."),
     (r"\bsize\(", "The number of bytes; 0 when there is none."),
-    (r"\bget\(\)", "What is held, borrowed."),
+    (r"\bget\(\)", "The object, borrowed."),
     (r"\bCString\(const (char|T)\b", "The text, for one call."),
     (r"^  \S+ (key|value);", r"The \1."),
     (r"\btype\(", "The kind of node."),
     (r"^inline .*\b(dispose|view)\(", "Not for users."),
-    (r"-> ", "For a callable whose type is not named."),
-    (r"^ *(using|struct) ", "As the standard library names it."),
+    (r"-> ", "Deduction guide."),
+    (r"^ *(using|struct) ", "A member type that the standard library requires."),
 ]
 
 
 def escaped(text):
-    """Text that Doxygen shows as it stands; `code` and "quotations" are left alone."""
+    """Text that Doxygen shows literally; `code` and "quotations" are not escaped."""
     parts = re.split(r'(`[^`]*`|"[^"]*"|\*\w+\*)', text)
     parts[::2] = [re.sub(r"([\\@&$#<>%*]|--+)", r"\\\1", part) for part in parts[::2]]
     return "".join(parts)
 
 
 def body(text):
-    """The lines between the marks of a comment, for Doxygen."""
+    """The text of a comment, for Doxygen."""
     lines = text.split("\n")
     lines[1:] = [re.sub(r"^ (\*( |$)|  |\*?$)", "", line) for line in lines[1:]]
     done, code, listed = [], False, False
@@ -78,7 +78,7 @@ def body(text):
 
 
 def name_of(declaration):
-    """What a declaration at the outermost level declares."""
+    """The name that a declaration at the outermost level declares."""
     declaration = re.sub(r"/\*.*?\*/|NODETREE_(API|SENTINEL)|NODETREE_PRINTF\([^)]*\)", "",
                          declaration, flags=re.DOTALL)
     found = re.match(r"#define (\w+)|[^(;{]*?(\w+)\s*[(;{]", declaration)
@@ -152,7 +152,7 @@ class Header:
 
     @staticmethod
     def fields(one):
-        """A declaration with the comments behind its parts."""
+        """A declaration with the comments after its parts."""
         return re.sub(r"/\*(.*?)\*/", lambda m: f"/**<{escaped(m[1])}*/", one)
 
     def close(self):
@@ -162,7 +162,7 @@ class Header:
 
 
 def member_words(line, rest):
-    """What a C++ member without a comment is: a C function, or one of PLAIN_MEMBERS."""
+    """The text for a C++ member without a comment: its C function, or from PLAIN_MEMBERS."""
     if not re.match(r"(  )?\S", line):
         return None  # inside a function
     declared = re.match(r"  \w[^;{]*?(\{[^}]*|;)", rest)
@@ -202,9 +202,9 @@ def main():
         if path.stem == "owners":  # the first of them
             text = text.replace("\nnamespace nodetree {", "\n/** The interface for C++. */ namespace nodetree {", 1)
         sys.stdout.write(text)
-    elif path.suffix == ".md":  # what lies outside the pages has no link to it
+    elif path.suffix == ".md":  # files outside the pages are not linked
         text = text.replace("](README.md)", "](@ref md_docs_guide_README)")
-        if text.startswith("# Guide\n"):  # its pages stand below it, in its order
+        if text.startswith("# Guide\n"):  # its pages are below it, in its order
             text = re.sub(r"^(\d+\. )\[(.*?)\]\((\w+)\.md\)", r'\1@subpage md_docs_guide_\3 "\2"', text,
                           flags=re.MULTILINE)
         sys.stdout.write(re.sub(r"\[([^]]*)\]\((?!https?:|@ref |[\w-]+\.md\))[^)]*\)", r"\1", text))

@@ -2,10 +2,9 @@
 
 Usage: families.py HEADERS_FOLDER OUTPUT_FOLDER
 
-A page nodetree_FAMILY.3 has the types, constants and functions of the family; for each function
-there is a page of its name that leads there. Prints nothing; the date is that of
-SOURCE_DATE_EPOCH, or of the overview page beside this script, so the same headers give the same
-pages.
+A page nodetree_FAMILY.3 has the types, constants and functions of the family; each function
+has a page of its own that refers to it. The date is that of SOURCE_DATE_EPOCH, or of the overview
+page beside this script, so the same headers give the same pages.
 """
 
 import datetime
@@ -17,14 +16,14 @@ import textwrap
 
 COMMENT = r"/\*.*?\*/"
 BRACES = r"\{(?:[^{}]|\{[^{}]*\})*\}"
-# A comment, an exported declaration, an inline function, a macro that stands for a function, a
+# A comment, an exported declaration, an inline function, a macro used like a function, a
 # type, a constant.
 ITEM = re.compile(rf"({COMMENT})|^(?:extern )?NODETREE_API ([^;]*);|^static inline ([^{{;]*)\{{"
                   r"|^#define ((?:[a-z]\w*|AVL_RECORD)\([^)]*\))"
                   rf"|^(typedef [^;{{]*(?:{BRACES}[^;]*)?;)|^(#define (?!NODETREE)[A-Z_]+ .*?$)",
                   re.S | re.M)
 HEADING = re.compile(r"^-{4} (.*?) -{4}\s*", re.S)
-WIDTH = 72  # what an 80 columns' terminal shows of a line that is not filled
+WIDTH = 72  # the longest literal line that fits on a terminal with 80 columns
 
 
 def date():
@@ -42,13 +41,13 @@ def escape(text):
 
 
 def bare(comment):
-    """The text of a comment without its marks."""
+    """The text of a comment without its markers."""
     lines = re.sub(r"^\s*/\*+ ?|\s*\*/$", "", comment, flags=re.S).split("\n")
     return "\n".join(re.sub(r"^ \* ?|^   ?", "", line).rstrip() for line in lines).strip("\n")
 
 
 def filled(text):
-    """A paragraph: a sentence a line, `names` in italics, functions in bold."""
+    """A paragraph with one sentence on each line, `names` in italics, functions in bold."""
     out = []
     for sentence in re.split(r"(?<=[.?!]) +(?=\S)", " ".join(text.split())):
         lines = textwrap.wrap(sentence, 64, break_long_words=False, break_on_hyphens=False)
@@ -78,7 +77,7 @@ def pieces(text):
 
 
 def prose(text):
-    """A text as paragraphs and lists; indented lines and tables stay as they are."""
+    """A text as paragraphs and lists; indented lines and tables are kept literally."""
     out, before = [], None
     for kind, part in pieces(text):
         if before == "item" != kind:
@@ -94,13 +93,13 @@ def prose(text):
 
 
 def plain_c(header):
-    """A header without what is for C++ alone."""
+    """A header without its parts for C++ only."""
     return re.sub(r"^#ifdef __cplusplus\n(?:(?!#e).*\n)*(?:#else\n((?:(?!#endif).*\n)*))?#endif\n",
                   lambda found: found[1] or "", header, flags=re.M)
 
 
 def narrow(line):
-    """A line of a type, with the comment behind it in several lines where it is too long."""
+    """A line of a type; a comment that is too long is wrapped."""
     found = re.fullmatch(r"(.*?)/\* (.*) \*/", line)
     if not found or len(line) <= WIDTH or len(found[1]) > WIDTH - 20:
         return line
@@ -110,7 +109,7 @@ def narrow(line):
 
 def shown_call(text):
     text = re.sub(r"NODETREE_(API|PRINTF\([^)]*\)|SENTINEL)", "", text)
-    text = re.sub(r"(?<!,) ", "\0", re.sub(r"\s+", " ", text.strip()))  # breaks behind commas only
+    text = re.sub(r"(?<!,) ", "\0", re.sub(r"\s+", " ", text.strip()))  # break only after commas
     return "\n".join(textwrap.wrap(text, WIDTH, subsequent_indent="    ")).replace("\0", " ")
 
 
@@ -123,8 +122,8 @@ def shown_type(text):
 
 
 def declarations(header):
-    """(heading or None, comment, [declaration, ...], [name, ...]) of what a header has for its
-    users, in its order; the names are those of functions, macros and variables."""
+    """(heading or None, comment, [declaration, ...], [name, ...]) for each public item of a header,
+    in its order; the names are those of functions, macros and variables."""
     found, comment, fresh, seen = [], "", True, set()
     for match in ITEM.finditer(header):
         if match[1]:
@@ -138,7 +137,7 @@ def declarations(header):
         else:
             text = shown_call(match[2] or match[3] or match[4]) + ("" if match[4] else ";")
             names = [re.search(r"(\w+)(?: ?\(|;$)", text)[1]]
-            if names[0] in seen:  # a macro in front of the function
+            if names[0] in seen:  # a macro before the function of the same name
                 continue
             seen.add(names[0])
         if fresh:

@@ -1,5 +1,5 @@
-// Calls, one a line: a letter, two nodes by their numbers, and a text. After each the whole
-// record of every node is what the headers say; the target knows each reference.
+// Calls, one on each line: a letter, the numbers of two nodes, and a text. After each call
+// the record of every node must be what the headers say; the target counts all references.
 #include "../record.hpp"
 #include "trees.hpp"
 
@@ -17,7 +17,7 @@ public:
       node_unref(n);
   }
 
-  // False where the trees have become too large.
+  // False if the trees have become too large.
   bool run(std::string line) {
     line.resize(std::max<std::size_t>(line.size(), 3), '0');
     const char call = nodes_.empty() ? 't' : nodes_.size() > 48 ? 'u' : line[0];
@@ -64,7 +64,7 @@ private:
         });
   }
 
-  // Whether the call may have changed the trees that there were.
+  // Whether the call may have changed the existing trees.
   bool apply(char call, node *x, node *y, std::uint8_t number, const std::string &word) {
     switch (call) {
     case 'u':
@@ -124,7 +124,7 @@ private:
 
   bool put(char call, node *x, node *y, const char *key) {
     if (x != y && !node_iterate_end(y, x))
-      return false; // nobody checks that
+      return false; // would make a circle, which the library does not check
     const bool fits =
         y->parent == nullptr && y != x &&
         (call == 'a' ? node_is_object(x) && !node_object_get(x, key) : node_is_array(x));
@@ -170,7 +170,7 @@ private:
     }
   }
 
-  // Writes a value, and reads some of what has been written so far.
+  // Writes a value, and reads some of the bytes written so far.
   void stream(const node *n, node_stream_format format, std::size_t count) {
     auto callback = [](node *read, void *self) { static_cast<calls *>(self)->keep(read); };
     if (stream_ == nullptr)
@@ -191,7 +191,7 @@ private:
   }
 
   std::vector<node *> held_;  // one reference each
-  std::vector<node *> nodes_; // of all trees, in their order
+  std::vector<node *> nodes_; // of all trees, in order
   node_stream *stream_ = nullptr;
   std::string written_;
 };

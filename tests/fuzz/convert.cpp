@@ -1,5 +1,4 @@
-// A tree: every node of it goes into a field of every type, if it is of the type's kind,
-// and back.
+// A tree: every node is converted to every type of its kind and back.
 #include "trees.hpp"
 
 using namespace fuzz;

@@ -1,5 +1,5 @@
-// The fuzz targets, FUZZ_TARGETS, in one program without libFuzzer: their seeds, and what a
-// fixed generator makes of them. Usage: fuzz_seeds SEED-FOLDER MUTATIONS
+// The fuzz targets, FUZZ_TARGETS, in one program without libFuzzer: runs their seeds, and
+// mutations of them by a fixed generator. Usage: fuzz_seeds SEED-FOLDER MUTATIONS
 #include "fuzz.hpp"
 
 #include <csignal>
@@ -25,7 +25,7 @@ void show_input() {
   std::fputc('\n', stderr);
 }
 
-// The escapes that the seeds have.
+// Replaces the escapes in a seed.
 std::string unescape(const std::string &line) {
   std::string bytes;
   for (std::size_t i = 0; i < line.size(); i++)
@@ -38,7 +38,7 @@ std::string unescape(const std::string &line) {
   return bytes;
 }
 
-// A few bytes replaced by bytes or a piece of a seed, or taken out.
+// Replaces a few bytes by others or by a piece of a seed, or removes them.
 std::string mutate(std::string input, const std::vector<std::string> &seeds) {
   for (std::size_t change = generator() % 5; change < 5; change++) {
     const std::string &other = seeds[generator() % seeds.size()];

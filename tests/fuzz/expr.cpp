@@ -1,12 +1,12 @@
-// An expression and a context, or none: evaluations agree with each other, leave both trees
-// as they were, and leave messages of the documented form only.
+// An expression and a context, or none: repeated evaluations agree, change neither tree,
+// and give only messages of the documented form.
 #include "trees.hpp"
 
 using namespace fuzz;
 
 namespace {
 
-// A result may stand in either tree, and stays there.
+// A result may be a part of either tree and stays there.
 struct unref {
   void operator()(node *n) const { node_unref(n); }
 };

@@ -1,5 +1,5 @@
-// A tree, patterns to include and to exclude (between commas): each leaf is either left or
-// listed as removed, and what was matched for exclusion is gone.
+// A tree, and patterns to include and to exclude, separated by commas: each leaf is either
+// left or listed as removed, and excluded matches are gone.
 #include "trees.hpp"
 
 using namespace fuzz;
@@ -27,8 +27,8 @@ strings filter(const tree &top, const strings &include, const strings &exclude) 
   return paths;
 }
 
-// An array gives way to an object, gives other labels to what it keeps or replaces some of
-// it, so that only a limit to the number of its leaves can be told.
+// An array may become an object, and its elements may get other labels, so only a limit on
+// the number of leaves can be checked.
 void check_leaves(const tree &top, const strings &include, const strings &exclude) {
   if (!node_is_object(top.get()))
     return;
@@ -37,7 +37,7 @@ void check_leaves(const tree &top, const strings &include, const strings &exclud
     if (n->parent != nullptr && !is_plain(n->key))
       return;
   strings before = leaves(top), after = filter(top, include, exclude);
-  // The top is no leaf before it has been made null, and may be matched again then.
+  // The top becomes a leaf only when it is made null, and may then be matched again.
   after.erase(std::remove(after.begin(), after.end(), "/"), after.end());
   if (node_is_object(top.get()))
     for (const std::string &path : leaves(top))
@@ -48,7 +48,7 @@ void check_leaves(const tree &top, const strings &include, const strings &exclud
   require(with_arrays || before == after, "each is, under its path");
 }
 
-// All patterns but the first one match in a tree that has changed.
+// All patterns but the first match in a tree that has already changed.
 void check_excluded(const tree &top, node *part, const strings &exclude) {
   if (exclude.empty())
     return;

@@ -1,5 +1,5 @@
-// What the fuzz targets share: inputs cut into pieces, the values that come out of a
-// stream, round trips.
+// Helpers of the fuzz targets: inputs cut into pieces, the values from a stream, round
+// trips.
 #ifndef NODETREE_TESTS_FUZZ_HPP
 #define NODETREE_TESTS_FUZZ_HPP
 
@@ -17,7 +17,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv);
 
-// Messages are formatted, and swallowed.
+// Messages are formatted but not written.
 extern "C" __attribute__((weak)) int LLVMFuzzerInitialize(int *, char ***) {
   log_open_file("/dev/null", "w");
   log_set_debug(true);
@@ -40,9 +40,9 @@ inline void require(bool held, const char *what) {
   std::abort();
 }
 
-// The input of a run: a digit n, n bytes that tell the sizes of the pieces by turns, and
-// the bytes for the codec. A size byte is a digit too, or from 0x80 up a number of 16
-// bytes; without sizes there is one piece.
+// The input of a run: a digit n, n bytes for the sizes of the pieces, used in turn, and the
+// bytes for the codec. A size byte is also a digit, or from 0x80 up a multiple of 16 bytes.
+// Without sizes there is one piece.
 class input {
 public:
   input(const std::uint8_t *data, std::size_t size)
@@ -55,8 +55,8 @@ public:
     bytes.remove_prefix(sizes_.size());
   }
 
-  // Each piece goes to `feed` as a block of its own that does not outlive the call, until
-  // one is refused. Whether all were taken.
+  // Passes each piece to `feed`, as a block that does not outlive the call, until one is
+  // refused. Returns whether all were accepted.
   template <class Feed>
   bool cut(Feed feed) const {
     std::string_view rest = bytes;
@@ -82,7 +82,7 @@ public:
   std::string_view bytes;
 
 private:
-  // After two rounds of nothing the rest comes in one piece.
+  // After two rounds of empty pieces the rest is one piece.
   std::size_t size_of(std::size_t turn, std::size_t rest) const {
     if (sizes_.empty() || (turn >= 2 * sizes_.size() && bytes.size() == rest))
       return rest;
@@ -93,7 +93,7 @@ private:
   std::string_view sizes_;
 };
 
-// What a stream made of its input.
+// The result of a stream.
 struct outcome {
   std::vector<tree> values;
   bool accepted = true;
@@ -103,8 +103,8 @@ struct outcome {
   }
 };
 
-// Reads the input through a stream, in one piece or cut, and then a last byte that ends a
-// JSON number; `ending` is NULL where there is none.
+// Reads the input through a stream, in one piece or several, and then a last byte that ends
+// a JSON number; `ending` is NULL for none.
 template <class Stream>
 outcome read(Stream *(*open)(node_value_callback, void *),
              bool (*feed)(Stream *, const void *, std::size_t), void (*close)(Stream *),
@@ -124,7 +124,7 @@ outcome read(Stream *(*open)(node_value_callback, void *),
   return result;
 }
 
-// Whether any node of a tree, a container or not, is such a one.
+// Whether the predicate holds for any node of a tree.
 template <class Predicate>
 bool any(const node *top, Predicate holds) {
   for (const node *at = top;;) {
@@ -190,7 +190,7 @@ inline void check_msgpack(const tree &value) {
   const std::size_t whole = size;
   const tree again(msgpack_decode(data, &size));
   require(size == whole, "all of an encoded message is read");
-  if (any(value.get(), has_long_key)) // may be written, not read
+  if (any(value.get(), has_long_key)) // can be written, but not read
     return require(again == nullptr, "long keys are refused");
   require(same(value, again), "an encoded message reads back");
   require(msgpack_encode(again.get(), &data, &size), "and is encoded again");

@@ -1,5 +1,5 @@
-// A tree and a glob path: the matches from every node are those that a slow expansion
-// finds, in its order, and the path of each finds it again.
+// A tree and a glob path: the matches from every node are those of a slow expansion, in the
+// same order, and the path of each leads to it.
 #include "trees.hpp"
 
 using namespace fuzz;
@@ -11,7 +11,7 @@ struct hit {
   bool complete; // a null that "*" has met; it goes no further
 };
 
-// Level by level, which keeps the order: what a hit expands to stands where it stood.
+// Level by level, which keeps the order: each hit is replaced by its expansion.
 std::vector<hit> expand(node *start, const strings &pattern) {
   std::vector<hit> hits;
   if (!pattern.empty())

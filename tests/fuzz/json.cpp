@@ -1,4 +1,4 @@
-// JSON text: in pieces, in one, and as a buffer; what comes out is written and read back.
+// JSON text, in pieces, in one piece and as a buffer; the values are written and read back.
 #include "fuzz.hpp"
 
 using namespace fuzz;

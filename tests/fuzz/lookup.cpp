@@ -1,5 +1,5 @@
-// A tree and a path: lookups from every node are those of a slow walker, paths lead back to
-// their nodes, and what is created is objects only.
+// A tree and a path: lookups from every node agree with a slow walker, paths lead back to
+// their nodes, and only objects are created.
 #include "trees.hpp"
 
 using namespace fuzz;
@@ -11,7 +11,7 @@ node *resolved(node *n) {
   return target != nullptr ? target : n;
 }
 
-// Both lookups, one segment after the other; the plain one is NULL where it fails.
+// Both lookups, segment by segment; the plain one returns NULL on failure.
 node *walk(node *at, const strings &path, bool lenient) {
   if (path.empty())
     return nullptr;

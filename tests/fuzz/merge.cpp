@@ -1,4 +1,4 @@
-// Two trees, and a path for merges that are refused: the result is that of a slow merge of
+// Two trees, and a path for merges that are refused: the result agrees with a slow merge of
 // copies, and the source is released.
 #include "trees.hpp"
 
@@ -6,7 +6,7 @@ using namespace fuzz;
 
 namespace {
 
-// Depth is limited by grow().
+// grow() limits the depth.
 node *merged(const node *a, const node *b) {
   if (b == nullptr)
     return node_clone(a);
@@ -25,7 +25,7 @@ node *merged(const node *a, const node *b) {
   return result;
 }
 
-// Equal also in the order of members, and in labels where those are positions.
+// Compares also the order of members, and labels that are positions.
 void require_alike(const tree &a, const tree &b, bool with_labels) {
   require(same(a, b), "the merge has the values of both");
   const std::vector<node *> left = all(a), right = all(b);

@@ -1,5 +1,5 @@
-// MessagePack bytes: the messages of a stream in pieces are those of the same bytes decoded
-// one by one; what comes out is encoded and read back.
+// MessagePack bytes: a stream in pieces gives the same messages as decoding them one by
+// one; the values are encoded and read back.
 #include "fuzz.hpp"
 
 using namespace fuzz;

@@ -1,5 +1,5 @@
-// Bytes of either encoding, recognised by the first piece: what comes out is what the
-// codec's own stream makes of them, and an answer is written in the same encoding.
+// Bytes of either encoding, recognised by the first piece: the values are those of the
+// codec's own stream, and an answer is written in the same encoding.
 #include "fuzz.hpp"
 
 using namespace fuzz;

@@ -1,9 +1,8 @@
 #!/bin/sh
 # usage: run.sh BUILD_DIR SECONDS [TARGET...]
-# Runs the fuzz targets that are named, or all, for so many seconds each, and fails at the
-# first finding, whose input is left in BUILD_DIR/findings. A line of TARGET.seeds is an
-# input in the escapes of printf; what the runs discover goes to BUILD_DIR/corpus and is
-# where the next run goes on.
+# Runs the named fuzz targets, or all, each for this many seconds, and fails at the first
+# finding, whose input is left in BUILD_DIR/findings. A line of TARGET.seeds is an input with
+# printf's escapes. New inputs go to BUILD_DIR/corpus, from which the next run continues.
 set -eu
 
 build=$1
@@ -19,7 +18,7 @@ for target; do
   number=0
   while IFS= read -r line; do
     number=$((number + 1))
-    # The shell's own printf need not know hexadecimal escapes.
+    # The shell's own printf may lack hexadecimal escapes.
     env printf '%b' "$line" >"$seeds/$number"
   done <"$here/$target.seeds"
 

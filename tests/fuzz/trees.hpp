@@ -1,5 +1,5 @@
-// Trees, paths and patterns from the lines of an input, for the targets that work on whole
-// trees.
+// Makes trees, paths and patterns from the lines of an input, for the targets that work on
+// whole trees.
 #ifndef NODETREE_TESTS_FUZZ_TREES_HPP
 #define NODETREE_TESTS_FUZZ_TREES_HPP
 
@@ -10,7 +10,7 @@
 
 namespace fuzz {
 
-// What stands before the first `end` of a text, which goes with it.
+// Takes the text before the first `end`, and `end` itself, from the rest.
 inline std::string_view take(std::string_view &rest, char end) {
   const std::string_view taken = rest.substr(0, rest.find(end));
   rest.remove_prefix(std::min(rest.size(), taken.size() + 1));
@@ -26,7 +26,7 @@ inline strings split(std::string_view rest, char separator = '/') {
   return parts;
 }
 
-// A string list for the time of a call.
+// A string list for one call.
 class list {
 public:
   explicit list(strings texts) : texts_(std::move(texts)) {
@@ -42,7 +42,7 @@ private:
   std::vector<char *> entries_;
 };
 
-// The input of a run, line by line; behind the last one come empty lines.
+// The input of a run, line by line; after the last line, empty ones.
 class lines {
 public:
   lines(const std::uint8_t *data, std::size_t size)
@@ -122,7 +122,7 @@ inline tree grow(std::string_view rest) {
   return top;
 }
 
-// A tree's nodes, each in front of its children.
+// All nodes of a tree, containers before their children.
 inline std::vector<node *> all(const tree &top) {
   std::vector<node *> found;
   any(top.get(), [&](const node *n) {
@@ -142,13 +142,13 @@ inline std::vector<node *> matches(const node *start, const std::string &pattern
   return found;
 }
 
-// Whether a path text means this key and nothing else.
+// Whether a path consisting of this key names exactly this key.
 inline bool is_plain(const std::string &key) {
   return !key.empty() && key != "." && key != ".." && key != "*" &&
          key.find('/') == std::string::npos;
 }
 
-// Whether a node's path leads to it: no key is one that a text cannot name, and labels are
+// Whether a node's path leads to it: every key can be written in a path, and labels are
 // positions.
 inline bool names_itself(const node *n) {
   for (; n->parent != nullptr; n = n->parent)
@@ -161,7 +161,7 @@ inline std::string path_of(const node *n) {
   return text(node_path(n)).get();
 }
 
-// Nobody but its container, or the owner of the top, refers to a node.
+// Every node has one reference, that of its container or of the owner of the top.
 inline void require_unshared(const tree &top) {
   for (const node *n : all(top))
     require(n->refcount == 1, "no reference is left");
