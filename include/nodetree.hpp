@@ -35,6 +35,10 @@
 #ifndef NODETREE_HPP
 #define NODETREE_HPP
 
+#if __cplusplus < 201703L
+#error "nodetree.hpp needs C++17: compile with -std=c++17 or later"
+#endif
+
 #include <nodetree/cpp/node.hpp>
 #include <nodetree/cpp/output.hpp>
 #include <nodetree/cpp/result.hpp>
