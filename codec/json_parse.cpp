@@ -11,19 +11,22 @@ using namespace nodetree;
 namespace nodetree {
 namespace {
 
-json_stream *make_stream() {
-  auto *stream = static_cast<json_stream *>(std::calloc(1, sizeof(json_stream)));
-  if (!stream)
-    return nullptr;
+// False when memory runs out. The stream is zero-filled but for its memory.
+bool start(json_stream *stream) {
   yajl_alloc_funcs memory = stream->memory.functions();
   if (!stream->memory.run(
-          [&] { stream->parser = yajl_alloc(&json_handlers, &memory, stream); })) {
-    json_stream_free(stream);
-    return nullptr;
-  }
+          [&] { stream->parser = yajl_alloc(&json_handlers, &memory, stream); }))
+    return false;
   yajl_config(stream->parser, yajl_allow_comments, 1);
   yajl_config(stream->parser, yajl_dont_validate_strings, 1);
-  return stream;
+  return true;
+}
+
+void release(json_stream *stream) {
+  stream->memory.release();
+  node_free(stream->root);
+  stream->tail.take_held();
+  node_free(stream->pending);
 }
 
 void fail(json_stream *stream) {
@@ -93,17 +96,31 @@ bool is_complete(yajl_handle parser) {
          yajl_parse(parser, bracket, sizeof bracket) != yajl_status_ok;
 }
 
-struct StreamFree {
-  void operator()(json_stream *stream) const { json_stream_free(stream); }
+// The parser of one whole text, with room for what it needs for most texts.
+class WholeText {
+public:
+  WholeText() { stream.memory.begin_in(room_); }
+  ~WholeText() { release(&stream); }
+  WholeText(const WholeText &) = delete;
+  WholeText &operator=(const WholeText &) = delete;
+
+  json_stream stream = {};
+
+private:
+  alignas(std::max_align_t) std::byte room_[3072];
 };
 
 } // namespace
 } // namespace nodetree
 
 json_stream *json_stream_new(node_value_callback callback, void *user_data) {
-  json_stream *stream = make_stream();
+  auto *stream = static_cast<json_stream *>(std::calloc(1, sizeof(json_stream)));
   if (!stream)
     return nullptr;
+  if (!start(stream)) {
+    json_stream_free(stream);
+    return nullptr;
+  }
   stream->callback = callback;
   stream->user_data = user_data;
   yajl_config(stream->parser, yajl_allow_multiple_values, 1);
@@ -137,20 +154,17 @@ bool json_stream_parse_string(json_stream *stream, const char *text) {
 }
 
 void json_stream_free(json_stream *stream) {
-  if (!stream)
-    return;
-  stream->memory.release();
-  node_free(stream->root);
-  stream->tail.take_held();
-  node_free(stream->pending);
+  if (stream)
+    release(stream);
   std::free(stream);
 }
 
 node *json_parse_buffer(const void *bytes, size_t size) {
-  std::unique_ptr<json_stream, StreamFree> stream(make_stream());
-  if (!stream || !feed(stream.get(), static_cast<const unsigned char *>(bytes), size))
+  WholeText text;
+  json_stream *stream = &text.stream;
+  if (!start(stream) || !feed(stream, static_cast<const unsigned char *>(bytes), size))
     return nullptr;
-  if (!run_parser(stream.get(), is_complete)) {
+  if (!run_parser(stream, is_complete)) {
     report(stream->parser ? "incomplete value" : "out of memory");
     return nullptr;
   }

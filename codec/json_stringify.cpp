@@ -71,6 +71,7 @@ private:
 
 class Generator {
 public:
+  Generator() { memory_.begin_in(room_); }
   ~Generator() { memory_.release(); }
 
   // NULL when memory runs out. The generator allocates nothing later.
@@ -87,6 +88,7 @@ public:
 
 private:
   YajlMemory memory_ = {};
+  alignas(std::max_align_t) std::byte room_[1024]; // for all that it needs
 };
 
 yajl_gen_status write_text(yajl_gen generator, const char *text) {

@@ -3,6 +3,7 @@
 
 #include <csetjmp>
 #include <cstddef>
+#include <span>
 #include <yajl/yajl_common.h>
 
 namespace nodetree {
@@ -12,6 +13,13 @@ namespace nodetree {
    so all its blocks are listed and released here. A zero-filled object holds nothing. */
 class YajlMemory {
 public:
+  // Takes the first blocks from `room`, which must outlive this and be aligned for all
+  // types. What is there is used only once.
+  void begin_in(std::span<std::byte> room) {
+    room_ = room.data();
+    room_size_ = room.size();
+  }
+
   yajl_alloc_funcs functions() { return {allocate, reallocate, release_block, this}; }
 
   // Runs `enter`, which calls yajl. False when memory ran out: yajl must not be called
@@ -34,9 +42,11 @@ public:
 private:
   struct alignas(std::max_align_t) Block {
     Block *next;
-    Block **place; // the pointer to this block
+    Block **place;    // the pointer to this block; NULL for one in the room
+    std::size_t size; // of one in the room
   };
 
+  Block *take_room(std::size_t size);
   void *resize(Block *block, std::size_t size);
   static void *allocate(void *memory, std::size_t size);
   static void *reallocate(void *memory, void *bytes, std::size_t size);
@@ -44,6 +54,8 @@ private:
 
   std::jmp_buf exit_;
   Block *blocks_;
+  std::byte *room_; // what is left of it
+  std::size_t room_size_;
 };
 
 } // namespace nodetree

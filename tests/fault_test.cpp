@@ -232,7 +232,7 @@ TEST_F(Fault, TreesAreCompleteOrNotMade) {
   const std::string before = json_of(sample),
                     json = R"({"a":[1,-250.0,true,null,"té"],"a long key":{}})";
   const std::vector<std::string> no_memory = {
-      "", "ERROR: Failed to parse JSON: out of memory\n"};
+      "ERROR: Failed to parse JSON: out of memory\n"};
   const test::list_owner list(sl_new("a", "b", "c"));
   char **const field = list.get();
   int five = 5, *const cell = &five;
