@@ -161,8 +161,9 @@ avl_node *last_of_group(const avl_tree *tree, avl_node *leader) {
 }
 
 Descent descend(const avl_tree *tree, const void *key) {
-  return avl_descend(
-      tree, [&](const void *held) { return tree->compare(key, held, tree->compare_arg); });
+  return avl_descend(tree->root, [&](const void *held) {
+    return tree->compare(key, held, tree->compare_arg);
+  });
 }
 
 } // namespace

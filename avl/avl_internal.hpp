@@ -13,12 +13,12 @@ struct Descent {
   int result;
 };
 
-// `compare` takes a held key and returns the result of comparing the searched key with it.
+// Searches the tree below and at `next`, which may be NULL. `compare` takes a held key and
+// returns the result of comparing the searched key with it.
 template <class Compare>
-[[gnu::always_inline]] inline Descent avl_descend(const avl_tree *tree,
-                                                  const Compare &compare) {
+[[gnu::always_inline]] inline Descent avl_descend(avl_node *next, const Compare &compare) {
   Descent found{nullptr, 0};
-  for (avl_node *next = tree->root; next;) {
+  while (next) {
     found.at = next;
     found.result = compare(next->key);
     if (found.result == 0)

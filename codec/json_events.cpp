@@ -120,11 +120,13 @@ int on_string(void *context, const unsigned char *bytes, size_t length) {
 // A name is stored with the node that will get it, which saves a copy.
 int on_map_key(void *context, const unsigned char *bytes, size_t length) {
   json_stream *stream = at_token_end(context);
-  auto *name = reinterpret_cast<const char *>(bytes);
-  stream->pending = node_make(NODE_NULL, {name, strnlen(name, length)});
+  const std::string_view name(reinterpret_cast<const char *>(bytes), length);
+  stream->pending = node_make(NODE_NULL, name);
   if (!stream->pending)
     stream->memory.run_out();
   stream->pending_key = key_behind(stream->pending);
+  if (has_nul(stream->pending_key, length))
+    write_key(stream->pending_key, name.data());
   return go_on;
 }
 

@@ -28,10 +28,13 @@ public:
 
   static void write(void *output, const char *bytes, size_t size) {
     auto *self = static_cast<Output *>(output);
-    if (size < self->room_ - self->length_ || self->grow(size)) {
+    if (size >= self->room_ - self->length_ && !self->grow(size))
+      return;
+    if (size == 1) // most pieces are, and a call would take longer
+      self->text_[self->length_] = *bytes;
+    else
       std::memcpy(self->text_ + self->length_, bytes, size);
-      self->length_ += size;
-    }
+    self->length_ += size;
   }
 
   // The whole text with its final NUL; NULL if memory has run out.

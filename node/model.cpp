@@ -1,6 +1,8 @@
 #include "node/node_internal.hpp"
+#include "shared/memory.hpp"
 
 #include <cstdarg>
+#include <cstdio>
 #include <cstring>
 #include <nodetree/stringlist.h>
 
@@ -43,12 +45,19 @@ node *node_new_stringn(const char *text, size_t length) {
 }
 
 node *node_new_string_printf(const char *format, ...) {
-  char *text = nullptr;
-  va_list arguments;
+  char short_text[256];
+  va_list arguments, again;
   va_start(arguments, format);
-  int length = vasprintf(&text, format, arguments);
+  va_copy(again, arguments);
+  const int length = std::vsnprintf(short_text, sizeof short_text, format, arguments);
+  char *text = nullptr;
+  if (length >= 0 && static_cast<size_t>(length) < sizeof short_text)
+    text = copy_text({short_text, static_cast<size_t>(length)});
+  else if (length < 0 || vasprintf(&text, format, again) < 0)
+    text = nullptr;
+  va_end(again);
   va_end(arguments);
-  return length < 0 ? nullptr : make_string(text);
+  return make_string(text);
 }
 
 node *node_new_integer(int64_t value) {

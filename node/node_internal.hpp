@@ -110,6 +110,17 @@ inline void write_key(char *to, std::string_view key) {
   to[size] = '\0';
 }
 
+// Whether a NUL is among the bytes of a written key, where it has to end.
+inline bool has_nul(const char *written, std::size_t size) {
+  if (size >= key_room)
+    return std::memchr(written, '\0', size) != nullptr;
+  std::uint64_t bytes;
+  std::memcpy(&bytes, written, key_room);
+  bytes = le64toh(bytes) | ~std::uint64_t{0} << 8 * size;
+  constexpr std::uint64_t ones = 0x0101010101010101;
+  return ((bytes - ones) & ~bytes & ones << 7) != 0;
+}
+
 // Makes the node an empty container of the kind. The caller has released its value.
 inline void make_container(node *n, node_type kind) {
   n->type = kind;
