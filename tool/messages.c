@@ -83,7 +83,7 @@ char *messages_take_failure(size_t *place, char **name) {
   if (log == NULL)
     return NULL;
   char *error = first_error(log);
-  /* The line with the place is the last. Before it may stand whatever the input has in it. */
+  /* The line with the place is the last one. The lines before it may quote any input. */
   static const char mark[] = "\nDEBUG: ";
   const char *first = strstr(log, mark), *last = first, *next = first;
   for (; next != NULL; next = strstr(next + 1, mark))

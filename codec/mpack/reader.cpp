@@ -9,7 +9,7 @@ namespace {
 
 using Record = mpack_node_data_t;
 using Waiting = mpack_waiting_t;
-static_assert(sizeof(Waiting) == sizeof(Record)); // waiting children are copied as they lie
+static_assert(sizeof(Waiting) == sizeof(Record)); // waiting children are copied as a block
 
 constexpr std::size_t no_container = SIZE_MAX;
 
