@@ -107,8 +107,8 @@ TEST(NodeReferences, KeptNodesSurviveAnyRelease) {
         if (n->parent == nullptr)
           check_free(n.get());
         EXPECT_EQ(n->refcount, n->parent != nullptr ? 2u : 1u);
-        EXPECT_TRUE(std::any_of(kept.begin(), kept.end(), [&n = n](const auto &other) {
-          return other.first.get() == node_root(n.get());
+        EXPECT_TRUE(std::any_of(kept.begin(), kept.end(), [&own = n](const auto &other) {
+          return other.first.get() == node_root(own.get());
         }));
       }
       for (auto &[n, text] : kept)

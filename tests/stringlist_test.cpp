@@ -21,7 +21,8 @@ TEST(StringListAppend, CopiesTheStringsInOrder) {
   const char *strings[] = {"f", nullptr, "g", nullptr};
   list = sl_appendn(list, strings, 4);
   EXPECT_EQ(sl_appendn(list, nullptr, 0), list);
-  list = sl_append_printf(_sl_append(list, nullptr), "%s%d", list[1], 5);
+  list = _sl_append(list, nullptr);
+  list = sl_append_printf(list, "%s%d", list[1], 5);
   list = _sl_append(list, list[0], nullptr);
   EXPECT_EQ(take(sl_appendn(list, list, 2)), "a;b;;c;d;e;f;g;b5;a;a;b;");
   EXPECT_EQ(take(sl_new("only")) + take(sl_append(nullptr, "a")), "only;a;");

@@ -6,7 +6,7 @@
 #include <string.h>
 
 static void put_quoted(const char *bytes, size_t size) {
-  for (const char *c = bytes; c < bytes + size; c++) {
+  for (const char *c = bytes; size > 0; size--, c++) {
     if (*c == '"' || *c == '\\')
       putc('\\', output);
     putc((unsigned char)*c < ' ' || *c == 0x7f ? '?' : *c, output);
