@@ -16,8 +16,7 @@ static void put_quoted(const char *bytes, size_t size) {
 /* Prints a box: the key, and below it the value of a leaf or the size of a container. */
 static bool put_box(struct job *job, const node *n, size_t box, bool top) {
   static const json_style compact = {.compact = true};
-  static buffer t;
-  t.length = 0;
+  buffer t = {0};
   char *path = top ? node_path(n) : NULL;
   const char *key = top ? path : node_key(n);
   bool complete = node_is_container(n) || json_write(job, &t, n, &compact);
@@ -34,6 +33,7 @@ static bool put_box(struct job *job, const node *n, size_t box, bool top) {
       fprintf(output, node_is_object(n) ? "{%zu}" : "[%zu]", n->child_count);
     fputs("\"];\n", output);
   }
+  free(t.bytes);
   free(path);
   return complete;
 }
