@@ -267,12 +267,7 @@ static inline bool buffer_reserve(buffer *t, size_t size) {
   return !t->failed && (size <= t->room - t->length || buffer_grow(t, size));
 }
 
-static inline void buffer_add(buffer *t, const void *bytes, size_t size) {
-  if (size == 0 || !buffer_reserve(t, size))
-    return;
-  memcpy(t->bytes + t->length, bytes, size);
-  t->length += size;
-}
+void buffer_add(buffer *t, const void *bytes, size_t size);
 
 /* ---- walk.c ---- */
 
