@@ -282,8 +282,9 @@ TEST(JsonSize, DepthNeedsNoStack) {
 TEST(JsonSize, ATokenFedByteByByteCostsLinearTime) {
   const char *rows[][2] = {
       {"\"", "x"}, {"\"", "\\u0041\\n"}, {"0.", "1"}, {"/*", "*\""}, {"//", "\""}};
-  for (const auto &[start, rest] : rows)
-    on_small_stack([start = start, rest = rest] {
+  for (const auto &row : rows)
+    on_small_stack([&row] {
+      const auto &[start, rest] = row;
       json_decoder stream;
       EXPECT_TRUE(stream.feed(start + repeat(rest, 3 * wide_count / std::strlen(rest)), 1))
           << start;
